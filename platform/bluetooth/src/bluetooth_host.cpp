@@ -1,0 +1,54 @@
+#include "bluetooth_host.h"
+
+#include "host/device.h"
+#include "host/faults.h"
+
+namespace OHOS::Bluetooth {
+
+namespace {
+
+bool Unavailable(const char* call)
+{
+    return Host::Faults::Take(call) || !Host::Device::Instance().IsAbilityPresent(Host::AbilityId::BLUETOOTH);
+}
+
+} // namespace
+
+BluetoothHost& BluetoothHost::GetDefaultHost()
+{
+    static BluetoothHost host;
+    return host;
+}
+
+int BluetoothHost::GetBtState() const
+{
+    if (Unavailable("bluetooth.GetBtState")) {
+        return STATE_TURN_OFF;
+    }
+    return static_cast<int>(Host::Device::Instance().Radios().bluetooth); // the numbers are the same
+}
+
+bool BluetoothHost::IsBleEnabled() const
+{
+    return !Unavailable("bluetooth.IsBleEnabled") && Host::Device::Instance().Radios().ble;
+}
+
+int BluetoothHost::EnableBle()
+{
+    if (Unavailable("bluetooth.EnableBle")) {
+        return BT_ERR_INTERNAL_ERROR;
+    }
+    Host::Device::Instance().RaiseBluetooth(Host::BluetoothMode::BLE_ONLY);
+    return BT_NO_ERROR;
+}
+
+int BluetoothHost::EnableBluetoothToRestrictMode()
+{
+    if (Unavailable("bluetooth.EnableBluetoothToRestrictMode")) {
+        return BT_ERR_INTERNAL_ERROR;
+    }
+    Host::Device::Instance().SwitchBluetooth(Host::BluetoothMode::BLE_ONLY);
+    return BT_NO_ERROR;
+}
+
+} // namespace OHOS::Bluetooth

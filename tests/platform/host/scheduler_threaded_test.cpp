@@ -1,0 +1,250 @@
+#include "host/scheduler.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <future>
+#include <thread>
+
+#include <sys/resource.h>
+
+#include "host/faults.h"
+
+namespace OHOS::Host {
+namespace {
+
+using Queue = std::shared_ptr<TaskQueue>;
+
+constexpr int64_t LONG_MS = 3'600'000; // never comes
+constexpr int64_t PATIENCE_MS = 60'000;
+
+Queue NewQueue(const char* name)
+{
+    return Scheduler::Instance().CreateQueue(name);
+}
+
+// Runs `body` on the queue and waits for its end.
+void RunOn(TaskQueue& queue, std::function<void()> body)
+{
+    std::promise<void> done;
+    ASSERT_NE(queue.Post([&] {
+        body();
+        done.set_value();
+    }),
+        0U);
+    done.get_future().wait();
+}
+
+size_t OpenDescriptors()
+{
+    using Files = std::filesystem::directory_iterator;
+    return static_cast<size_t>(std::distance(Files("/proc/self/fd"), Files()));
+}
+
+// Each case runs in a process of its own and so may shut the scheduler down.
+class SchedulerThreadedTest : public testing::Test {
+protected:
+    ~SchedulerThreadedTest() override
+    {
+        Faults::Clear();
+        EXPECT_TRUE(time_.Shutdown(PATIENCE_MS));
+    }
+
+    Scheduler& time_ = Scheduler::Instance();
+};
+
+TEST_F(SchedulerThreadedTest, EachQueueHasAThreadThatTakesNoSignals)
+{
+    Queue one = NewQueue("one");
+    Queue two = NewQueue("two");
+    RunOn(*one, [&] {
+        EXPECT_TRUE(one->IsCurrent());
+        sigset_t blocked;
+        pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+        EXPECT_EQ(sigismember(&blocked, SIGTERM), 1);
+        EXPECT_EQ(sigismember(&blocked, SIGSEGV), 0);
+        RunOn(*two, [&] { EXPECT_TRUE(two->IsCurrent() && !one->IsCurrent()); }); // while one is busy
+    });
+    EXPECT_FALSE(one->IsCurrent());
+    EXPECT_FALSE(time_.UseManualTime()) << "too late";
+    EXPECT_FALSE(time_.Settle());
+}
+
+TEST_F(SchedulerThreadedTest, DelayedTasksComeInOrderAndNeverEarly)
+{
+    Queue queue = NewQueue("queue");
+    std::vector<int64_t> dues;
+    std::promise<void> last;
+    RunOn(*queue, [&] { // the queue is busy until all are posted
+        const int64_t start = time_.BootTimeMs();
+        for (int64_t due : {start + 15, start + 5, start, start + 10}) {
+            auto told = [&dues, &last, this, start, due, isLast = due == start + 15] {
+                dues.push_back(due - start);
+                EXPECT_GE(time_.BootTimeMs(), due);
+                if (isLast) {
+                    last.set_value();
+                }
+            };
+            ASSERT_NE(queue->PostAt(due, told), 0U);
+        }
+    });
+    last.get_future().wait();
+    EXPECT_EQ(dues, (std::vector<int64_t>{0, 5, 10, 15}));
+}
+
+TEST_F(SchedulerThreadedTest, ASleeperHearsOfAnEarlierDeadline)
+{
+    Queue queue = NewQueue("queue");
+    (void)queue->Post([] { FAIL(); }, LONG_MS);
+    for (int i = 0; i < 20; ++i) {
+        std::promise<void> done;
+        ASSERT_NE(queue->Post([&] { done.set_value(); }, 1), 0U);
+        done.get_future().wait();
+    }
+}
+
+TEST_F(SchedulerThreadedTest, OnlyDueTasksWakeTheThread)
+{
+    Queue queue = NewQueue("queue");
+    RunOn(*queue, [] {});
+    const uint64_t wakeUps = time_.WakeUps();
+    const TaskId later = queue->Post([] {}, LONG_MS);
+    for (int i = 1; i <= 100; ++i) {
+        queue->Cancel(queue->Post([] {}, LONG_MS - i));
+    }
+    EXPECT_EQ(time_.WakeUps(), wakeUps) << "a sleeper's alarm is set without waking it";
+    RunOn(*queue, [] {});
+    EXPECT_LE(time_.WakeUps(), wakeUps + 1);
+    EXPECT_TRUE(queue->Cancel(later));
+}
+
+TEST_F(SchedulerThreadedTest, DroppingAQueueNeverWaits)
+{
+    const size_t descriptors = OpenDescriptors();
+    Queue queue = NewQueue("queue");
+    std::promise<void> begun;
+    std::mutex needed;
+    bool ended = false;
+    {
+        std::lock_guard lock(needed);
+        ASSERT_NE(queue->Post([&] {
+            begun.set_value();
+            std::lock_guard waits(needed);
+            ended = true;
+        }),
+            0U);
+        ASSERT_NE(queue->Post([] { FAIL() << "dropped with the queue"; }), 0U);
+        begun.get_future().wait();
+        queue.reset(); // under the very lock that the running task waits for
+        EXPECT_EQ(time_.PendingCount(), 0U);
+        EXPECT_FALSE(time_.Shutdown(0)) << "the task still runs";
+    }
+    EXPECT_TRUE(time_.Shutdown(PATIENCE_MS));
+    EXPECT_TRUE(ended);
+    EXPECT_EQ(OpenDescriptors(), descriptors);
+}
+
+TEST_F(SchedulerThreadedTest, AQueueMayDieInItsOwnTaskAndShutdownIsFinal)
+{
+    Queue queue = NewQueue("queue");
+    std::promise<void> done;
+    (void)queue->Post([&] {
+        queue.reset();
+        EXPECT_FALSE(time_.Shutdown(0)) << "waits for the caller too";
+        done.set_value();
+    });
+    done.get_future().wait();
+    EXPECT_TRUE(time_.Shutdown(PATIENCE_MS));
+    EXPECT_EQ(NewQueue("late")->Post([] {}), 0U);
+}
+
+TEST_F(SchedulerThreadedTest, WhatCannotBeStartedRefusesOneTaskOnly)
+{
+    Queue queue = NewQueue("queue");
+    auto refused = [&](int64_t delayMs) { return queue->Post([] { FAIL(); }, delayMs) == 0; };
+    Faults::Inject("scheduler.start_thread");
+    EXPECT_TRUE(refused(0)) << "no thread for the queue";
+    RunOn(*queue, [] {});
+    Faults::Inject("scheduler.start_alarm");
+    EXPECT_TRUE(refused(LONG_MS));
+    Faults::Inject("scheduler.start_thread");
+    EXPECT_TRUE(refused(LONG_MS)) << "no thread for the alarm";
+
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit none = {0, limit.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    EXPECT_TRUE(refused(LONG_MS)) << "no descriptor for the alarm";
+    RunOn(*queue, [] {}); // needs none
+    setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_FALSE(refused(LONG_MS));
+}
+
+TEST_F(SchedulerThreadedTest, DetachedThreadsAreAwaited)
+{
+    std::promise<void> go;
+    std::atomic<int> ended = 0;
+    for (int i = 0; i < 3; ++i) {
+        Scheduler::StartDetached("detached", [&, ready = go.get_future().share()] {
+            ready.wait();
+            ++ended;
+        });
+        EXPECT_FALSE(time_.WaitForDetached(0));
+        go.set_value();
+        EXPECT_TRUE(time_.WaitForDetached(PATIENCE_MS));
+        EXPECT_EQ(ended, i + 1);
+        go = std::promise<void>();
+    }
+}
+
+// Every task that was posted is destroyed once: run, taken back, or dropped with its queue. Those that run do so in the
+// order in which their poster posted them.
+TEST_F(SchedulerThreadedTest, StressLosesNothingAndKeepsOrder)
+{
+    constexpr int POSTERS = 4;
+    constexpr int ROUNDS = 2000;
+    std::atomic<int> alive = 0;
+    std::atomic<int> ran = 0;
+    auto count = [&] {
+        return std::shared_ptr<int>(new int(++alive), [&](int* p) {
+            --alive;
+            delete p;
+        });
+    };
+    auto poster = [&](Queue queue, uint64_t self) {
+        auto last = std::make_shared<int>(-1); // touched on the queue alone
+        for (int i = 0; i < ROUNDS; ++i) {
+            const TaskId id = queue->Post(
+                [&ran, last, i, held = count()] {
+                    EXPECT_LT(std::exchange(*last, i), i);
+                    ++ran;
+                },
+                0, {nullptr, self});
+            if (i % 3 == 0) {
+                queue->Cancel(id);
+            } else if (i % 50 == 0) {
+                queue->CancelTagged({nullptr, self});
+            }
+            (void)queue->Post([held = count()] {}, i % 2 == 0 ? LONG_MS : i % 5); // run, dropped or refused
+        }
+    };
+    for (int queues = 0; queues < 4; ++queues) {
+        Queue queue = NewQueue("stressed");
+        std::vector<std::thread> posters;
+        for (uint64_t i = 0; i < POSTERS; ++i) {
+            posters.emplace_back(poster, queue, i);
+        }
+        if (queues % 2 == 0) {
+            queue->Stop();
+        }
+        queue.reset();
+        std::for_each(posters.begin(), posters.end(), [](std::thread& thread) { thread.join(); });
+    }
+    EXPECT_TRUE(time_.Shutdown(PATIENCE_MS));
+    EXPECT_EQ(alive, 0);
+    EXPECT_GT(ran, 0);
+}
+
+} // namespace
+} // namespace OHOS::Host
