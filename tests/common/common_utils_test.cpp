@@ -1,0 +1,317 @@
+#include <unistd.h>
+
+#include <clocale>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "cJSON.h"
+#include "common_utils.h"
+#include "host/device.h"
+#include "host/faults.h"
+#include "host/scheduler.h"
+#include "log_tap.h"
+#include "runtime_env.h"
+
+namespace OHOS::Pelago {
+namespace {
+
+using Host::Device;
+using Host::Faults;
+using Host::Scheduler;
+
+class CommonUtilsTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(Scheduler::Instance().UseManualTime());
+    }
+    LogTap tap_;
+};
+
+TEST_F(CommonUtilsTest, TheUdidIsHashedAndMadeAnonymous)
+{
+    const std::string hash = "BA7816BF8F01CFEA414140DE5DAE2223B00361A396177A9CB410FF61F20015AD"; // SHA-256 of "abc"
+    ASSERT_TRUE(Device::Instance().Configure({"Blue phone", "abc", "phone", ""}));
+    EXPECT_EQ(CommonUtils::GetLocalDeviceUdid(), "abc");
+    EXPECT_EQ(CommonUtils::GetLocalDeviceUdidHash(false), hash);
+    EXPECT_EQ(CommonUtils::GetLocalDeviceUdidHash(true), hash.substr(0, 16));
+    const std::string longest(Host::MAX_UDID_LENGTH, 'u');
+    ASSERT_TRUE(Device::Instance().Configure({"Blue phone", longest, "phone", ""}));
+    EXPECT_EQ(CommonUtils::GetLocalDeviceUdid(), longest);
+
+    EXPECT_EQ(CommonUtils::GetAnonymousUdid(""), "");
+    EXPECT_EQ(CommonUtils::GetAnonymousUdid("012345678"), "");
+    EXPECT_EQ(CommonUtils::GetAnonymousUdid("0123456789"), "01234**56789");
+    EXPECT_EQ(CommonUtils::GetAnonymousUdid(hash), "BA781**015AD");
+}
+
+TEST_F(CommonUtilsTest, ABusThatFailsGivesNoUdid)
+{
+    Faults::Inject("softbus.GetLocalNodeDeviceInfo");
+    EXPECT_EQ(CommonUtils::GetLocalDeviceUdid(), "");
+    Faults::Inject("softbus.GetNodeKeyInfo");
+    EXPECT_EQ(CommonUtils::GetLocalDeviceUdid(), "");
+    EXPECT_EQ(
+        tap_.Take(), LinesOf(Log::SHARE, {"GetLocalNodeDeviceInfo failed with: -1", "GetNodeKeyInfo failed with: -1"}));
+}
+
+TEST_F(CommonUtilsTest, DeviceTypesHaveTheNumbersThatPeersKnow)
+{
+    struct Row {
+        const char* word;
+        int type;
+        const char* hex;
+    };
+    const Row rows[] = {{"phone", 14, "00E"}, {"default", 14, "00E"}, {"pc", 12, "00C"}, {"tablet", 17, "011"},
+        {"watch", 109, "06D"}, {"car", 131, "083"}, {"tv", 156, "09C"}, {"2in1", 2607, "A2F"}, {"", 0, "000"},
+        {"Phone", 0, "000"}, {"phone ", 0, "000"}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.word);
+        ASSERT_TRUE(Device::Instance().Configure({"Blue phone", "abc", row.word, ""}));
+        EXPECT_EQ(CommonUtils::GetLocalDeviceType(), row.type);
+        EXPECT_EQ(CommonUtils::ConvertHexToString(row.type), row.hex);
+    }
+    EXPECT_EQ(CommonUtils::ConvertHexToString(-1), "FFFFFFFF");
+}
+
+TEST_F(CommonUtilsTest, WifiCountsWhenItIsUpOrHalfUp)
+{
+    Device& device = Device::Instance();
+    const auto go = [&device](Host::WifiMode mode, int64_t ms) {
+        device.SwitchWifi(mode);
+        ASSERT_TRUE(Scheduler::Instance().Advance(ms));
+    };
+    const int64_t done = 10'000;
+    struct Row {
+        Host::WifiMode mode;
+        int64_t ms;
+        int state;
+        bool available;
+        bool orActivating;
+    };
+    const Row rows[] = {
+        {Host::WifiMode::ON, done, 1, true, true},
+        {Host::WifiMode::OFF, 0, 3, false, false},
+        {Host::WifiMode::OFF, done, 0, false, false},
+        {Host::WifiMode::SEMI, 0, 4, false, false},
+        {Host::WifiMode::SEMI, done, 5, true, true},
+        {Host::WifiMode::ON, 0, 2, false, true},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.state);
+        go(row.mode, row.ms);
+        (void)tap_.Take();
+        EXPECT_EQ(CommonUtils::IsWifiAvailable(), row.available);
+        EXPECT_EQ(CommonUtils::IsWifiAvailableOrActivating(), row.orActivating);
+        const std::string state = std::to_string(row.state);
+        std::vector<std::string> said;
+        if (!row.available) {
+            said.push_back("Wifi is not available, curr state: " + state);
+        }
+        said.push_back("curr state: " + state + ", ret: " + (row.orActivating ? "1" : "0"));
+        EXPECT_EQ(tap_.Take(), LinesOf(Log::SHARE, said));
+    }
+}
+
+TEST_F(CommonUtilsTest, ARadioThatDoesNotAnswerIsNotAvailable)
+{
+    int state = 77;
+    Faults::Inject("wifi.GetInstance", 3);
+    EXPECT_FALSE(CommonUtils::IsWifiAvailable());
+    EXPECT_FALSE(CommonUtils::IsWifiAvailableOrActivating());
+    EXPECT_FALSE(CommonUtils::GetWifiState(state));
+    Faults::Inject("wifi.GetWifiDetailState");
+    EXPECT_FALSE(CommonUtils::IsWifiAvailable());
+    EXPECT_EQ(state, 77);
+    EXPECT_EQ(tap_.Take(), LinesOf(Log::SHARE, {"wifiDevice is nullptr", "wifiDevice is nullptr",
+                                                   "wifiDevice is nullptr", "GetWifiDetailState failed"}));
+}
+
+TEST_F(CommonUtilsTest, BleCountsWithoutClassicBluetooth)
+{
+    EXPECT_TRUE(CommonUtils::IsBluetoothEnable());
+    EXPECT_TRUE(CommonUtils::IsBleAvailable());
+    Device::Instance().SwitchBluetooth(Host::BluetoothMode::BLE_ONLY);
+    ASSERT_TRUE(Scheduler::Instance().Advance(10'000));
+    EXPECT_FALSE(CommonUtils::IsBluetoothEnable());
+    EXPECT_TRUE(CommonUtils::IsBleAvailable());
+    Device::Instance().SwitchBluetooth(Host::BluetoothMode::OFF);
+    ASSERT_TRUE(Scheduler::Instance().Advance(10'000));
+    EXPECT_FALSE(CommonUtils::IsBleAvailable());
+    EXPECT_EQ(tap_.Take(), LinesOf(Log::SHARE, {"Ble is not available"}));
+}
+
+TEST_F(CommonUtilsTest, UsersAreAskedOfTheAccountService)
+{
+    Device& device = Device::Instance();
+    ASSERT_TRUE(device.PutUser({101, Host::UserType::PRIVATE, false, {}}));
+    int userId = 77;
+    EXPECT_TRUE(CommonUtils::GetCurrentForegroundUserId(userId));
+    EXPECT_EQ(userId, USER_ID_PRIMARY);
+    EXPECT_TRUE(CommonUtils::IsUserVerified(100));
+    EXPECT_FALSE(CommonUtils::IsUserVerified(101)) << "locked";
+    EXPECT_FALSE(CommonUtils::IsUserPrivacy(100));
+    EXPECT_TRUE(CommonUtils::IsUserPrivacy(101));
+    EXPECT_TRUE(CommonUtils::IsUserPrimary(100) && !CommonUtils::IsUserPrimary(101));
+
+    Faults::Inject("account.IsOsAccountVerified");
+    EXPECT_FALSE(CommonUtils::IsUserVerified(USER_ID_INVALID));
+    EXPECT_EQ(tap_.Take(), Lines()) << "nobody was asked";
+    EXPECT_FALSE(CommonUtils::IsUserVerified(100));
+    EXPECT_FALSE(CommonUtils::IsUserPrivacy(102));
+    ASSERT_TRUE(device.SwitchUser(-1));
+    userId = 77;
+    EXPECT_FALSE(CommonUtils::GetCurrentForegroundUserId(userId));
+    EXPECT_EQ(userId, 77);
+    EXPECT_EQ(tap_.Take().size(), 3U);
+}
+
+TEST_F(CommonUtilsTest, APathIsValidWhenItLeadsSomewhere)
+{
+    const std::string folder = testing::TempDir() + "common_utils_" + std::to_string(getpid());
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder + "/file") << "x";
+    std::filesystem::create_symlink("nowhere", folder + "/dangling");
+    EXPECT_TRUE(CommonUtils::IsValidPath((folder + "/../").c_str()));
+    EXPECT_TRUE(CommonUtils::IsValidPath((folder + "/file").c_str()));
+    EXPECT_TRUE(CommonUtils::IsFileExist(folder + "/file"));
+    EXPECT_FALSE(CommonUtils::IsFileExist(folder + "/other"));
+    EXPECT_FALSE(CommonUtils::IsFileExist(folder + "/dangling"));
+    EXPECT_EQ(tap_.Take(), Lines());
+    EXPECT_FALSE(CommonUtils::IsValidPath((folder + "/dangling").c_str()));
+    EXPECT_EQ(tap_.Take(), LinesOf(Log::SHARE, {"file path is not real path!"}));
+    EXPECT_FALSE(CommonUtils::IsValidPath(nullptr));
+    std::filesystem::remove_all(folder);
+}
+
+TEST_F(CommonUtilsTest, TextsAreCutBetweenCharacters)
+{
+    const std::string many(1024, 'a');
+    struct Row {
+        const char* name;
+        std::string text;
+        uint32_t capacity;
+        std::string front;
+    };
+    const Row rows[] = {
+        {"fits", "abc", 3, "abc"},
+        {"ascii", "abcdef", 4, "abcd"},
+        {"to nothing", "abc", 0, ""},
+        {"empty", "", 0, ""},
+        {"behind a character of three bytes", "\u4e2d\u6587", 3, "\u4e2d"},
+        {"through a character of three bytes", "\u4e2d\u6587", 5, "\u4e2d"},
+        {"through the first one", "\u4e2d\u6587", 2, ""},
+        {"through a character of four bytes", "a\U0001F4F1z", 4, "a"},
+        {"the longest that is cut", many, 10, "aaaaaaaaaa"},
+        {"too long to be cut", many + "a", 10, many + "a"},
+        {"does not decode",
+            "ab\xff"
+            "cdef",
+            2,
+            "ab\xff"
+            "cdef"},
+        {"half a character at the end", "abcd\xe4\xb8", 2, "abcd\xe4\xb8"},
+        {"NUL at the front", std::string("\0abc", 4), 2, std::string("\0abc", 4)},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(CommonUtils::TruncMultilingualStringByCapacity(row.text, row.capacity), row.front);
+        EXPECT_STREQ(std::setlocale(LC_CTYPE, nullptr), "C") << "the locale is as before";
+    }
+    EXPECT_EQ(tap_.Take(), LinesOf(Log::SHARE, {"input multiByteStr size over max size", "mbstowcs failed"}));
+}
+
+TEST_F(CommonUtilsTest, TheFrontHalfOfANameIsMasked)
+{
+    EXPECT_EQ(CommonUtils::GetSecureDeviceName("abcdef"), "***def");
+    EXPECT_EQ(CommonUtils::GetSecureDeviceName("abcde"), "***cde");
+    EXPECT_EQ(CommonUtils::GetSecureDeviceName("\u4e2d\u6587"), "***\u6587");
+    EXPECT_EQ(CommonUtils::GetSecureDeviceName("a"), "***");
+    EXPECT_EQ(CommonUtils::GetSecureDeviceName(""), "***");
+    EXPECT_EQ(CommonUtils::GetSecureDeviceName("\u4e2d"), "***") << "no whole character fits into the front half";
+    EXPECT_EQ(CommonUtils::GetSecureDeviceName(std::string(1025, 'a')), "***") << "cannot be cut";
+}
+
+TEST_F(CommonUtilsTest, TheLocaleComesAndGoes)
+{
+    char* before = nullptr;
+    ASSERT_TRUE(CommonUtils::SetLocale(&before));
+    ASSERT_STREQ(before, "C");
+    ASSERT_NE(std::setlocale(LC_CTYPE, "POSIX"), nullptr); // may free the library's own text of the name
+    CommonUtils::RestoreLocale(before);
+    EXPECT_EQ(tap_.Take(), Lines());
+    EXPECT_FALSE(CommonUtils::SetLocale(nullptr));
+    CommonUtils::RestoreLocale(nullptr);
+    CommonUtils::RestoreLocale("no such locale");
+    EXPECT_EQ(tap_.Take(),
+        LinesOf(Log::SHARE, {"localeBefore is nullptr", "localeBefore is nullptr", "restore locale failed"}));
+}
+
+TEST_F(CommonUtilsTest, ThreadsQueueForTheLocale)
+{
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([] {
+            for (int k = 0; k < 200; ++k) {
+                EXPECT_EQ(CommonUtils::GetSecureDeviceName("\u4e2d\u6587"), "***\u6587");
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_STREQ(std::setlocale(LC_CTYPE, nullptr), "C");
+}
+
+TEST_F(CommonUtilsTest, JsonObjectsTakeWhatIsNotNull)
+{
+    const std::unique_ptr<cJSON, decltype(&cJSON_Delete)> json(cJSON_CreateObject(), &cJSON_Delete);
+    EXPECT_TRUE(CommonUtils::AddStringToJsonObject(json.get(), "text", "value"));
+    EXPECT_TRUE(CommonUtils::AddNumberToJsonObject(json.get(), "number", -7));
+    EXPECT_TRUE(CommonUtils::AddBoolToJsonObject(json.get(), "bool", true));
+    EXPECT_FALSE(CommonUtils::AddStringToJsonObject(nullptr, "k", "v"));
+    EXPECT_FALSE(CommonUtils::AddStringToJsonObject(json.get(), nullptr, "v"));
+    EXPECT_FALSE(CommonUtils::AddStringToJsonObject(json.get(), "k", nullptr));
+    EXPECT_FALSE(CommonUtils::AddNumberToJsonObject(nullptr, "k", 1));
+    EXPECT_FALSE(CommonUtils::AddNumberToJsonObject(json.get(), nullptr, 1));
+    EXPECT_FALSE(CommonUtils::AddBoolToJsonObject(nullptr, "k", true));
+    EXPECT_FALSE(CommonUtils::AddBoolToJsonObject(json.get(), nullptr, true));
+    const std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_PrintUnformatted(json.get()), &cJSON_free);
+    EXPECT_STREQ(text.get(), R"({"text":"value","number":-7,"bool":true})");
+}
+
+// No item can be made, then one can be made and cannot be added: nothing stays in the object, nothing leaks.
+TEST_F(CommonUtilsTest, JsonWithoutMemoryIsAFailure)
+{
+    static int left = 0;
+    cJSON_Hooks hooks = {[](size_t size) { return left-- > 0 ? std::malloc(size) : nullptr; }, std::free};
+    cJSON* json = cJSON_CreateObject();
+    cJSON_InitHooks(&hooks);
+    EXPECT_FALSE(CommonUtils::AddStringToJsonObject(json, "text", "value"));
+    left = 0;
+    EXPECT_FALSE(CommonUtils::AddNumberToJsonObject(json, "number", 1));
+    left = 1;
+    EXPECT_FALSE(CommonUtils::AddNumberToJsonObject(json, "number", 1));
+    cJSON_InitHooks(nullptr);
+    EXPECT_EQ(json->child, nullptr);
+    cJSON_Delete(json);
+    EXPECT_EQ(tap_.Take(),
+        LinesOf(Log::SHARE, {"Cannot create cJSON string object text", "Cannot create cJSON number object number"}));
+}
+
+TEST_F(CommonUtilsTest, TheTimestampIsThatOfTheWallClock)
+{
+    RuntimeEnv::Hooks hooks;
+    hooks.wallClockMs = [] { return int64_t{1700000000123}; };
+    RuntimeEnv::Install(hooks);
+    EXPECT_EQ(CommonUtils::GetCurrentTimestamp(), 1700000000123);
+}
+
+} // namespace
+} // namespace OHOS::Pelago
