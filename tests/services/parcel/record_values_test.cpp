@@ -1,0 +1,152 @@
+// What records answer, apart from travelling.
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "account_info.h"
+#include "message_parcel.h"
+#include "samples.h"
+
+namespace OHOS::Pelago {
+namespace {
+
+TEST(ShareDeviceInfoValues, AnEngineStatusIsShownAsAState)
+{
+    struct Row {
+        int32_t status;
+        int32_t state;
+    };
+    const Row rows[] = {{1001, 117}, {1002, 117}, {1003, 117}, {1004, 102}, {1005, 102}, {1006, 117}, {1007, 105},
+        {1008, 110}, {1009, 104}, {1010, 117}, {1011, 117}, {1012, 111}, {1013, 109}, {1014, 112}, {1015, 105},
+        {1016, 105}, {1017, 114}, {1018, 116}, {1019, 115}, {1020, 105}, {1021, 105}, {2008, 113}, {1000, 116},
+        {1022, 116}, {2007, 116}, {2009, 116}, {0, 116}, {-1, 116}, {INT32_MIN, 116}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.status);
+        LogTap tap;
+        EXPECT_EQ(ShareDeviceInfo::ConvertOnStatus(row.status), row.state);
+        const std::string status = "status: " + std::to_string(row.status);
+        EXPECT_EQ(tap.Take(), row.state == DeviceState::UNKNOWN_STATUS
+                                  ? LinesOf(Log::SHARE, {status, "invalid status!"})
+                                  : LinesOf(Log::SHARE, {status}));
+    }
+}
+
+TEST(ShareDeviceInfoValues, TheMergeIdIsTheContactsUnlessThereIsNone)
+{
+    ShareDeviceInfo info;
+    EXPECT_EQ(info.GetMergeId(), "DeviceIdentity");
+    info.contactInfo.SetContactId(7);
+    EXPECT_EQ(info.GetMergeId(), "7");
+    info.contactInfo.SetContactId(INT32_MIN); // groups devices, but is no contact for telemetry
+    EXPECT_EQ(info.GetMergeId(), "-2147483648");
+    EXPECT_FALSE(ContactInfo::IsContactIdValid(INT32_MIN));
+    EXPECT_FALSE(ContactInfo::IsContactIdValid(0));
+    EXPECT_TRUE(ContactInfo::IsContactIdValid(1));
+}
+
+TEST(ShareDeviceInfoValues, DiscoverersComeAndGoAsBitsAndInTheLog)
+{
+    LogTap tap;
+    ShareDeviceInfo info;
+    info.SetDiscoveredBy(Discoverer::ORDINARY | Discoverer::SWING);
+    EXPECT_TRUE(info.IsContainDiscoverer(Discoverer::SWING | Discoverer::TAP));
+    EXPECT_FALSE(info.IsContainDiscoverer(Discoverer::TAP));
+    info.DelDiscoverer(Discoverer::TAP);
+    EXPECT_EQ(info.GetDiscoveredBy(), 5U);
+    info.DelDiscoverer(Discoverer::SWING | Discoverer::TAP);
+    EXPECT_EQ(info.GetDiscoveredBy(), 1U);
+    EXPECT_EQ(tap.Take(),
+        LinesOf(Log::SHARE, {"SetDiscoveredBy 5", "DelDiscoverer, old 5, del 2", "DelDiscoverer exit, new 5",
+                                "DelDiscoverer, old 5, del 6", "DelDiscoverer exit, new 1"}));
+}
+
+TEST(ShareDeviceValues, BecomesWhatClientsSee)
+{
+    sptr<ShareDevice> device = MakeSptr<ShareDevice>(Sample<ShareDevice>::Make());
+    device->nearbyVersion = 9; // is not taken over
+    device->ohFlag = 2;
+    device->isSameAccount = true;
+
+    ShareDeviceInfo expected;
+    expected.btName = "Blue phone";
+    expected.deviceId = "device-1";
+    expected.corvaneIdName = "ada";
+    expected.deviceType = 14;
+    expected.avatar = "HASH";
+    expected.lastSharedTime = 1700000000123;
+    expected.isSameAccount = true;
+    expected.contactInfo = Sample<ContactInfo>::Make();
+    expected.isOHDevice = true;
+    expected.discoveredBy = 6;
+    expected.capability = 5;
+
+    const auto bytesOf = [](const ShareDeviceInfo& info) {
+        MessageParcel parcel;
+        EXPECT_TRUE(info.WriteToParcel(parcel));
+        return std::string(reinterpret_cast<const char*>(parcel.GetData()), parcel.GetDataSize());
+    };
+    EXPECT_EQ(bytesOf(ShareDeviceInfo::ConvertToShareDeviceInfo(device)), bytesOf(expected));
+    EXPECT_EQ(bytesOf(ShareDeviceInfo::ConvertToShareDeviceInfo(nullptr)), bytesOf(ShareDeviceInfo()));
+}
+
+TEST(ShareDeviceValues, ComesOutOfAParcelWholeOrNotAtAll)
+{
+    ShareDevice sent = Sample<ShareDevice>::Make();
+    sent.ohFlag = 1;
+    sent.isSameAccount = true;
+    sent.deviceType_ = 2575;
+    MessageParcel parcel;
+    ASSERT_TRUE(sent.WriteToParcel(parcel));
+
+    sptr<ShareDevice> device(ShareDevice::Unmarshalling(parcel));
+    ASSERT_NE(device, nullptr);
+    EXPECT_EQ(device->GetDeviceType(), 17) << "the foreign code for a tablet never stands in a record";
+    EXPECT_EQ(device->GetOHFlag(), 0) << "does not travel";
+    EXPECT_FALSE(device->GetIsSameAccount()) << "does not travel";
+    EXPECT_EQ(sptr<ShareDevice>(ShareDevice::Unmarshalling(parcel)), nullptr) << "nothing is left";
+}
+
+TEST(ShareDeviceValues, TheForeignTabletTypeIsKnownToDevicesOnly)
+{
+    ShareDevice device;
+    device.SetDeviceType(2575);
+    EXPECT_EQ(device.GetDeviceType(), 17);
+    device.SetDeviceType(2574);
+    EXPECT_EQ(device.GetDeviceType(), 2574);
+    ShareDeviceInfo info;
+    info.SetDeviceType(2575);
+    EXPECT_EQ(info.GetDeviceType(), 2575);
+}
+
+TEST(ShareAccountInfoValues, IsTheAccountOfTheUser)
+{
+    AccountSA::OhosAccountInfo account;
+    account.name_ = "ada@home";
+    account.uid_ = "HASH";
+    account.status_ = 2;
+    account.callingUid_ = 1000;
+    account.nickname_ = "ada";
+    account.avatar_ = "face";
+    const ShareAccountInfo info = ShareAccountInfo::ConvertToShareAccountInfo(account);
+    EXPECT_EQ(info.corvaneAccountID, "ada@home");
+    EXPECT_EQ(info.corvaneAccountIDHash, "HASH");
+    EXPECT_EQ(info.status, 2);
+    EXPECT_EQ(info.callingUid, 1000);
+    EXPECT_EQ(info.nickName, "ada");
+    EXPECT_EQ(info.avatar, "face");
+}
+
+TEST(RecvPreviewValues, TheDeviceStatusOfAReadRecordIsOne)
+{
+    MessageParcel parcel;
+    ASSERT_TRUE(Sample<RecvPreview>::Make().WriteToParcel(parcel)); // whose own is 9
+    RecvPreview preview;
+    ASSERT_TRUE(preview.ReadFromParcel(parcel));
+    EXPECT_EQ(preview.GetDeviceStatus(), 1);
+    EXPECT_EQ(preview.GetTotalSize(), UINT64_MAX);
+    EXPECT_EQ(preview.GetTransEventType(), 6);
+}
+
+} // namespace
+} // namespace OHOS::Pelago
