@@ -1,0 +1,85 @@
+#ifndef PELAGO_TESTS_SERVICE_FIXTURE_H
+#define PELAGO_TESTS_SERVICE_FIXTURE_H
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "core/trellis_service.h"
+#include "host/device.h"
+#include "host/faults.h"
+#include "host/host_settings.h"
+#include "host/scheduler.h"
+#include "recording_client.h"
+#include "scripted_engine.h"
+#include "switch/share_switch_manager.h"
+
+namespace OHOS::Pelago {
+
+inline constexpr int USER = 100;
+inline constexpr int OTHER_USER = 101;
+
+// A device with the service on it, in manual time, in a folder of its own. Both users are set up, user 100 is in front, both
+// radios are up. At the end it fails the case for an error line that nobody announced, for broken invariants, and for
+// descriptors that are left.
+class ServiceFixture : public testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // Starts the service: what the platform does at boot. `stateFile` is what user 100 left: state, type, permission; none for
+    // a device that was never booted before.
+    void Boot(const std::vector<int32_t>& stateFile = {0, 0, 0});
+    // Boots with sharing on.
+    void BootOn();
+    void StopService();
+
+    static void Settle();
+    static void Advance(int64_t ms);
+
+    static sptr<TrellisService> Service();
+    static std::shared_ptr<ShareSwitchManager> Switch();
+    ScriptedEngine& Engine();
+
+    // A new client process that holds both permissions, or what the token says.
+    std::unique_ptr<TestClient> NewClient(uint32_t tokenId = Host::TokenId::OWNER);
+
+    // Log lines of this case whose text ends with, or contains, `text`.
+    static bool Logged(const std::string& text);
+    // Error lines that contain `text` are meant in this case.
+    void AllowError(const std::string& text);
+
+    // JSON of the telemetry since the start of the case.
+    static std::vector<std::string> Telemetry();
+
+    static std::filesystem::path Root();
+    static std::filesystem::path StateFile(int user, const std::string& name = "switch.cfg");
+    static std::vector<int32_t> ReadFields(const std::filesystem::path& path);
+    static void WriteFields(const std::filesystem::path& path, const std::vector<int32_t>& fields);
+
+private:
+    void CheckErrorLines() const;
+
+    std::shared_ptr<ScriptedEngine> engine_;
+    std::vector<std::string> allowedErrors_;
+    std::filesystem::path root_;
+    uint64_t firstLogSeq_ = 0;
+    size_t descriptors_ = 0;
+    pid_t nextPid_ = 4000;
+    bool started_ = false;
+};
+
+// A peer as the engine reports it. A contact id other than 0 makes it a device of that contact.
+ShareDevice Peer(const std::string& id, int32_t contactId = 0, const std::string& contactName = "");
+
+// What a client would pass to send to an entry of its list.
+ShareDeviceInfo Entry(const std::string& id, uint32_t discoveredBy = 1);
+
+size_t CountDescriptors();
+
+} // namespace OHOS::Pelago
+
+#endif // PELAGO_TESTS_SERVICE_FIXTURE_H

@@ -1,0 +1,368 @@
+#ifndef PELAGO_CORE_TRELLIS_SERVICE_H
+#define PELAGO_CORE_TRELLIS_SERVICE_H
+
+#include <atomic>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/share_manager_srv_stub.h"
+#include "i_publish_listener.h"
+#include "i_subscribe_listener.h"
+#include "pelago_receive_listener.h"
+#include "share_log.h"
+#include "share_mutex.h"
+#include "share_radar_dfx.h"
+#include "system_ability.h"
+#include "transmit_param.h"
+
+namespace OHOS::Pelago {
+
+class MotionReceiverCallback;
+class MotionSenderCallback;
+class SMReceiveCallback;
+
+// The ids of the system abilities that the service watches.
+enum WatchedAbility : int32_t {
+    ABILITY_OS_ACCOUNT = 200,
+    ABILITY_WIFI = 1120,
+    ABILITY_BLUETOOTH_HOST = 1130,
+    ABILITY_DISTRIBUTED_DATA = 1301,
+    ABILITY_COMMON_EVENT = 3299,
+    ABILITY_TIME = 3702,
+    ABILITY_WINDOW_MANAGER = 4606,
+    ABILITY_SYNFOLD_DETECT = 70635,
+};
+
+// By this id the engine knows both the publication and the subscription of the service.
+inline constexpr int ENGINE_PUBLISH_ID = 9024;
+inline constexpr int ENGINE_SUBSCRIBE_ID = 9024;
+
+// The system ability: the hub that clients, the engine, the switch and the gesture callbacks meet in. It answers the
+// operations of ITrellisService, keeps the lists of client callbacks, and turns reports from below into calls to clients.
+// One per process, created and registered when the program is loaded; the platform starts and stops it on its own thread.
+// All operations may be called from any thread; the static ones may be called before OnStart and after OnStop.
+// It does not move bytes, does not decide the switch (ShareSwitchManager) and stores no devices (CacheMapManager).
+// Most of its state is static and outlives a stop; the listeners of the engine are made once, and a second start runs
+// without them: the process is not meant to outlive OnStop.
+class TrellisService : public SystemAbility, public ShareManagerSrvStub {
+public:
+    TrellisService(int32_t systemAbilityId, bool runOnCreate);
+    ~TrellisService() override;
+    std::string GetClassName() override;
+
+    // core: lifecycle, on the platform's thread.
+    void OnStart() override;
+    void OnStop() override;
+    void OnAddSystemAbility(int32_t systemAbilityId, const std::string& deviceId) override;
+    void OnRemoveSystemAbility(int32_t systemAbilityId, const std::string& deviceId) override;
+    // Makes this device visible and able to receive, or undoes both. False at the first step that the engine refuses; what
+    // was done before it stays done.
+    [[nodiscard]] bool SetPublishAndReceiveState(bool enable);
+    void NotifyCallbackOnEnableStatusChanged();
+
+    // core: switch, forwarded to ShareSwitchManager.
+    bool SetShareEnable(int32_t enableState, int32_t detectableType, bool needCheckFirstUse) override;
+    bool SetShareEnableWithConfirm(
+        int32_t enableState, int32_t detectableType, bool needCheckFirstUse, bool needUserConfirm) override;
+    bool IsEnabled() override;
+    int32_t GetEnableState() override;
+    ShareAccountInfo GetAccountInfo() override;
+    bool SetShareAccountPermission(int32_t accountPermission) override;
+
+    // core: clients.
+    bool RegisterTrellisCallback(const sptr<PelagoTrellisServiceCallback>& callback) override;
+    bool UnRegisterTrellisCallback(const sptr<PelagoTrellisServiceCallback>& callback) override;
+    bool RegisterCorvaneShareApiTrellisCallback(const sptr<PelagoTrellisServiceCallback>& callback) override;
+    bool UnRegisterCorvaneShareApiTrellisCallback(const sptr<PelagoTrellisServiceCallback>& callback) override;
+    bool RegisterCorvaneShareApiEvent(const std::string& eventName) override;
+    bool UnRegisterCorvaneShareApiEvent(const std::string& eventName) override;
+    // Takes the entries of a dead client out; by its death recipient.
+    void TrellisCallbackDeath(int32_t flag);
+
+    // discovery: clients.
+    bool StartDiscovery() override;
+    bool StopDiscovery() override;
+    std::vector<ShareDeviceInfo> GetAllUserList() override;
+    std::vector<ShareDeviceInfo> GetSendingUserList() override;
+
+    // discovery: reports from the engine and the collaboration framework.
+    static void HandleOnDeviceFound(const ShareDeviceInfo& device);
+    static void HandleOnMergeDeviceFound(const ShareDeviceInfo& device, bool wasSending);
+    static void DeviceFound(ShareDeviceInfo& device);
+    static void DeviceLost(const ShareDeviceInfo& device);
+    static void HandleOnDeviceLost(const ShareDeviceInfo& device);
+    [[nodiscard]] static bool OnSynfoldDeviceFound(
+        const sptr<ShareDevice>& device, int& errorCode, uint32_t updateFlag);
+    [[nodiscard]] static bool HandleOnCollabDeviceFound(
+        const sptr<ShareDevice>& device, int& errorCode, uint32_t updateFlag);
+    // False when `device` says that a gesture found it and the stored record no longer does. `type` changes only to TAP or
+    // SWING; `clear` uses the flag up.
+    [[nodiscard]] static bool CheckAndClearDeviceDiscoveredByFlag(
+        const ShareDeviceInfo& device, bool clear, TransmitEventType& type);
+    static void ClearDeviceDiscovererFlag(const std::string& deviceId, const uint32_t& flag);
+
+    // transfer: clients.
+    bool PrepareSend(const ShareDeviceInfo& device) override;
+    bool Send(const ShareDeviceInfo& device, SendBean& bean, const std::string& packageName) override;
+    bool SendFile(const ShareDeviceInfo& device, const DataBean& bean, const std::string& packageName) override;
+    bool SendBytes(const ShareDeviceInfo& device, const BytesInfo& bytes) override;
+    bool ApplyUriPermission(const std::string& uriString) override;
+    bool Cancel(const ShareDeviceInfo& device) override;
+    bool NotifyInfo(const ShareDeviceInfo& device, int32_t infoReason) override;
+    bool StartConnect() override;
+    bool StopConnect() override;
+    bool RegisterSenderActionCallback(const sptr<ISenderActionCallback>& callback) override;
+    bool UnRegisterSenderActionCallback(const sptr<ISenderActionCallback>& callback) override;
+    sptr<PelagoReceiver> GetReceiverActionCallback() override;
+    std::string GetPreviewData() override;
+    // The death of the client that registered as sender action callback.
+    bool ReceiveCallbackDeath();
+
+    // transfer: sends and what ends them.
+    [[nodiscard]] static bool PrepareForSend(const ShareDeviceInfo& device);
+    [[nodiscard]] static bool SendForDevice(
+        const ShareDeviceInfo& device, SendBean& bean, const std::string& packageName);
+    [[nodiscard]] static bool SendFileForDevice(
+        const ShareDeviceInfo& device, const DataBean& bean, const std::string& packageName);
+    [[nodiscard]] static bool SendBytesForDevice(const ShareDeviceInfo& device, const BytesInfo& bytes);
+    static void CopySendBean(const SendBean& source, SendBean& target);
+    static bool CommonCancel(const ShareDeviceInfo& device);
+    static void CancelOtherContactDevice(const ShareDeviceInfo& device);
+    static void OnDeviceNewStateRetrieve(const ShareDeviceInfo& device);
+
+    // transfer: reports from the engine.
+    static void HandleOnTransStateChange(
+        const ShareDeviceInfo& device, int64_t state, int64_t stateValue, int64_t timeStamp);
+    static void HandleOnSwitchNotifyComponent(int32_t component);
+    static void HandleOnCorvaneIdHeadImageReceive(const ShareDeviceInfo& device, const std::string& headImage);
+    static void HandleOnThermalLevelChanged(
+        int32_t lastLevel, int32_t newLevel, int8_t connectionSide, int8_t action);
+
+    // gesture: share API, focus and swing.
+    bool RegisterShareApiCallback(const sptr<PelagoApiCallback>& callback) override;
+    bool UnregisterShareApiCallback(const sptr<PelagoApiCallback>& callback) override;
+    bool RegisterShareEventCallback(int32_t eventId, int32_t cbId) override;
+    bool UnregisterShareEventCallback(int32_t eventId, int32_t cbId) override;
+    bool IsFocusPidsRegisterSwing() override;
+    bool IsAppForeground(const std::string& bundleName) override;
+    bool SwingConfirm(const ShareDeviceInfo& device, int32_t choice) override;
+    [[nodiscard]] static bool SwingCacheSendBean(
+        const ShareDeviceInfo& device, const SendBean& bean, const std::string& packageName);
+    [[nodiscard]] static bool SwingCacheDataBean(
+        const ShareDeviceInfo& device, const DataBean& bean, const std::string& packageName);
+    [[nodiscard]] static bool SwingCacheByteBean(const ShareDeviceInfo& device, const BytesInfo& bytes);
+    static void SwingSend(const ShareDeviceInfo& device);
+    // True when `device` was a swing target: the failure has been dealt with.
+    static bool SwingSendFail(const ShareDeviceInfo& device, int32_t errorCode);
+    static void HandleOnPopSwing(const ShareDeviceInfo& device, bool show);
+    static void HandleOnSwingStatus(int32_t role, std::string& deviceId, int32_t code);
+    static void UpdateAlternativePidsByForeground(std::vector<int32_t>& pids);
+
+    // tap: the two motion callbacks and their ends.
+    [[nodiscard]] static bool RegisterMotionReceiverListener();
+    static bool UnRegisterMotionReceiverListener();
+    static bool UnRegisterMotionSenderListener();
+    static void HandleOnNudgeCancel(const std::string& deviceId);
+    static void HandleOnMotionState(int32_t trans, int32_t state, int32_t errorCode);
+    static void HandleOnMotionReceiverState(int32_t trans, int32_t state, int32_t errorCode);
+    void ClearNudgePendingFlag();
+
+    // How many entries each list has now, for the dump.
+    struct ListSizes {
+        size_t trellisCallbacks;
+        size_t shareApiCallbacks;
+        size_t deathRecipients;
+        size_t callbackFlags;
+        size_t receiveDeathRecipients;
+        bool senderActionCallback;
+    };
+    static ListSizes GetListSizes();
+
+private:
+    friend struct StaticState; // the fresh process state of tests
+    struct StaticState;
+
+    // Tells the service that a client's process is gone.
+    class DeathRecipient : public IRemoteObject::DeathRecipient {
+    public:
+        DeathRecipient(const wptr<TrellisService>& service, int32_t flag);
+        void OnRemoteDied(const wptr<IRemoteObject>& object) override;
+
+        int32_t Flag() const
+        {
+            return flag_;
+        }
+
+    private:
+        const wptr<TrellisService> service_;
+        const int32_t flag_;
+    };
+
+    // The same for the client that follows a receive.
+    class ReceiveDeathRecipient : public IRemoteObject::DeathRecipient {
+    public:
+        explicit ReceiveDeathRecipient(const wptr<TrellisService>& service);
+        void OnRemoteDied(const wptr<IRemoteObject>& object) override;
+
+    private:
+        const wptr<TrellisService> service_;
+    };
+
+    // core: lifecycle.
+    static bool IsSystemAbilityStarted(int32_t systemAbilityId);
+    void SubscribeCommonEvent();
+    void AddSwitchDependencySaListenerAndInitShareState();
+    static bool AreAllDependencySaReady();
+    static void InitShareState();
+    static void ClearResource();
+    void StartWatching();
+    [[nodiscard]] static bool SetPublishState(bool enable, const sptr<IPublishListener>& listener);
+    [[nodiscard]] static bool SetReceiveState(bool enable, const sptr<SMReceiveCallback>& listener);
+
+    // core: clients.
+    [[nodiscard]] bool AddTrellisCallback(const sptr<PelagoTrellisServiceCallback>& callback);
+    [[nodiscard]] bool RemoveTrellisCallback(const sptr<IRemoteObject>& object);
+    [[nodiscard]] bool RemoveCorvaneShareApiTrellisCallback(const sptr<IRemoteObject>& object);
+    void RegisterDeath(const sptr<PelagoTrellisServiceCallback>& callback);
+    void UnRegisterDeath(const sptr<PelagoTrellisServiceCallback>& callback);
+    int32_t GetTrellisCallbackFlag();
+    static void NotifyCorvaneShareApiCBOnConnectHub();
+
+    // Calls `call` on each registered client in order, under the list's lock; a null entry is logged and passed over.
+    template <typename Call>
+    static void ForEachTrellisCallback(Call&& call) SHARE_EXCLUDES(trellisCallbackMutex_);
+    // The same for the hubs of the share API. `logSize` is given the size of the list first, under the lock.
+    template <typename LogSize, typename Call>
+    static void ForEachShareApiCallback(LogSize&& logSize, Call&& call) SHARE_EXCLUDES(corvaneShareApiCBMutex_);
+    template <typename Call>
+    static void ForEachShareApiCallback(Call&& call) SHARE_EXCLUDES(corvaneShareApiCBMutex_);
+
+    // discovery.
+    [[nodiscard]] static bool CanStopDiscovery() SHARE_REQUIRES(subscribeMutex_);
+    static void AnnounceMovedSend(
+        const std::string& deviceId, const ShareDeviceInfo& oldView, const ShareDeviceInfo& newView);
+    static void TapDeviceFound(ShareDeviceInfo& device);
+    static sptr<ISubscribeListener> NudgeSubListener();
+    static sptr<MotionSenderCallback> MotionSender();
+
+    // transfer. The templates are told over the kinds of payload and stand with them in trellis_service_send.cpp.
+    using ContactReporter = std::function<void(const ShareDeviceInfo& member, size_t memberCount)>;
+    template <typename Payload>
+    [[nodiscard]] static bool SendToEntry(
+        Payload& payload, const ShareDeviceInfo& device, const ContactReporter& report);
+    template <typename Payload>
+    [[nodiscard]] static bool SendToMembers(
+        Payload& payload, const ShareDeviceInfo& device, const ContactReporter& report);
+    template <typename Payload>
+    [[nodiscard]] static bool SendToDevice(Payload& payload, const ShareDeviceInfo& device);
+    template <typename Payload>
+    static void AnnounceToShareApi(Payload& payload, ShareDeviceInfo& stored, uint32_t discoveredBy);
+    [[nodiscard]] static bool CancelMember(const ShareDeviceInfo& member, bool moveEntry);
+    [[nodiscard]] static bool NotifyShareApiComponent(int32_t component);
+    void RegisterReceiveDeath(const sptr<IRemoteObject>& object);
+
+    int32_t trellisCallbackFlag = 0; // the flag given last; guarded by deathTrellisCallbackMutex_
+
+    using CallbackVector = std::vector<sptr<PelagoTrellisServiceCallback>>;
+
+    // The static state. Order of locks, outermost first; the ranks in share_mutex.h hold the same:
+    //   deathTrellisCallbackMutex_, deathReceiveCallbackMutex_, swingcacheMutex_, publishMutex_, subscribeMutex_,
+    //   trellisCallbackMutex_, corvaneShareApiCBMutex_, senderActionCallbackMutex_, receiveMutex_,
+    //   motionSenderMutex_, motionReceiverMutex_; swingSubscribeMutex_ is a leaf.
+    // The lists of callbacks stay locked while clients are called, so that what they are told comes in one order.
+
+    // Registered clients, in order of registration, no object twice.
+    static Mutex trellisCallbackMutex_;
+    static CallbackVector trellisCBProxyVector_ SHARE_GUARDED_BY(trellisCallbackMutex_);
+
+    // The hubs of the share API, likewise.
+    static Mutex corvaneShareApiCBMutex_;
+    static CallbackVector corvaneShareApiCBVector_ SHARE_GUARDED_BY(corvaneShareApiCBMutex_);
+
+    // The listener given to ShareClient::Publish; null after a stop.
+    static Mutex publishMutex_;
+    static sptr<IPublishListener> publishListener_ SHARE_GUARDED_BY(publishMutex_);
+
+    // The discovery listener, null after a stop, and whether the subscription stands.
+    static Mutex subscribeMutex_;
+    static sptr<ISubscribeListener> subscribeListener_ SHARE_GUARDED_BY(subscribeMutex_);
+    static bool isSubscribe_ SHARE_GUARDED_BY(subscribeMutex_);
+
+    // The second subscription, for swings: null until the first.
+    static Mutex swingSubscribeMutex_;
+    static sptr<ISubscribeListener> swingSubscribeListener_ SHARE_GUARDED_BY(swingSubscribeMutex_);
+
+    // The receive listener; null after a stop.
+    static Mutex receiveMutex_;
+    static sptr<SMReceiveCallback> receiveListener_ SHARE_GUARDED_BY(receiveMutex_);
+
+    // The one client that follows a receive; null when there is none.
+    static Mutex senderActionCallbackMutex_;
+    static sptr<ISenderActionCallback> senderActionCallback_ SHARE_GUARDED_BY(senderActionCallbackMutex_);
+
+    // The tap callbacks; null until a tap was asked for.
+    static Mutex motionReceiverMutex_;
+    static sptr<MotionReceiverCallback> motionReceiverCb_ SHARE_GUARDED_BY(motionReceiverMutex_);
+    static Mutex motionSenderMutex_;
+    static sptr<MotionSenderCallback> motionSenderCb_ SHARE_GUARDED_BY(motionSenderMutex_);
+
+    // Death bookkeeping of both client lists. Recursive: a death unregisters, which takes it again.
+    static RecursiveMutex deathTrellisCallbackMutex_;
+    static std::map<sptr<IRemoteObject>, sptr<DeathRecipient>> deathTrellisCallbackMap_;
+    static std::map<int32_t, sptr<PelagoTrellisServiceCallback>> trellisCallbackFlagMap_;
+
+    // The same for the sender action callback.
+    static RecursiveMutex deathReceiveCallbackMutex_;
+    static std::map<sptr<IRemoteObject>, sptr<ReceiveDeathRecipient>> deathReceiveCallbackMap_;
+
+    // The listener for devices that the collaboration framework found: null until the first.
+    static Mutex nudgeSubListenerMutex_;
+    static sptr<ISubscribeListener> nudgeSubListener_ SHARE_GUARDED_BY(nudgeSubListenerMutex_);
+
+    // Atomics, each read where its lock may not be taken. The size of trellisCBProxyVector_, for roads that hold
+    // subscribeMutex_; the time of the last thermal notice in milliseconds, 0 for never.
+    static std::atomic<size_t> trellisCallbackCount_;
+    static std::atomic<int64_t> lastNotifyThermalTime_;
+    static std::atomic<int32_t> swingcacheType_; // 0: no payload waits for a swing target
+};
+
+template <typename Call>
+void TrellisService::ForEachTrellisCallback(Call&& call)
+{
+    MutexLock lock(trellisCallbackMutex_);
+    for (const auto& callback : trellisCBProxyVector_) {
+        if (callback == nullptr) {
+            SHARE_LOGE(Log::PROXY, "proxy is nullptr.");
+            continue;
+        }
+        call(callback);
+    }
+}
+
+template <typename LogSize, typename Call>
+void TrellisService::ForEachShareApiCallback(LogSize&& logSize, Call&& call)
+{
+    MutexLock lock(corvaneShareApiCBMutex_);
+    logSize(corvaneShareApiCBVector_.size());
+    for (const auto& callback : corvaneShareApiCBVector_) {
+        if (callback == nullptr) {
+            SHARE_LOGE(Log::PROXY, "proxy is nullptr.");
+            continue;
+        }
+        call(callback);
+    }
+}
+
+template <typename Call>
+void TrellisService::ForEachShareApiCallback(Call&& call)
+{
+    ForEachShareApiCallback([](size_t) {}, std::forward<Call>(call));
+}
+
+} // namespace OHOS::Pelago
+
+#endif // PELAGO_CORE_TRELLIS_SERVICE_H

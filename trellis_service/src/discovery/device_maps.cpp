@@ -1,0 +1,205 @@
+// CacheMapManager: devices in view, devices in a send.
+
+#include "discovery/cache_map_manager.h"
+#include "share_log.h"
+
+namespace OHOS::Pelago {
+
+namespace {
+
+void SetStatusFields(ShareDeviceInfo& record, int eventCode, int deviceState, int percent, int speed)
+{
+    record.eventCode = eventCode;
+    record.deviceState = deviceState;
+    record.percent = percent;
+    record.speed = speed;
+}
+
+std::optional<ShareDeviceInfo> CopyOf(
+    const std::map<std::string, ShareDeviceInfo>& devices, const std::string& deviceId)
+{
+    auto found = devices.find(deviceId);
+    return found == devices.end() ? std::nullopt : std::make_optional(found->second);
+}
+
+void LogNotSending()
+{
+    SHARE_LOGE(Log::SERVICE, "device is not found in SendingDeviceMap");
+}
+
+} // namespace
+
+Mutex CacheMapManager::allDeviceMutex_("allDeviceMutex_", LockRank::DEVICES);
+CacheMapManager::DeviceMap CacheMapManager::allDeviceMap_;
+Mutex CacheMapManager::sendingDeviceMutex_("sendingDeviceMutex_", LockRank::DEVICES);
+CacheMapManager::DeviceMap CacheMapManager::sendingDeviceMap_;
+
+void CacheMapManager::InsertToAllDeviceMap(
+    const ShareDeviceInfo& device, int eventCode, int deviceState, int percent, int speed)
+{
+    MutexLock lock(allDeviceMutex_);
+    SHARE_LOGI(Log::SERVICE, "InsertToAllDeviceMap() enter size %{public}zu", allDeviceMap_.size());
+    auto& record = allDeviceMap_[device.deviceId];
+    record = device;
+    SetStatusFields(record, eventCode, deviceState, percent, speed);
+    SHARE_LOGI(Log::SERVICE, "InsertToAllDeviceMap() exit size %{public}zu", allDeviceMap_.size());
+}
+
+void CacheMapManager::UpateToAllDeviceMap(
+    const ShareDeviceInfo& device, int eventCode, int deviceState, int percent, int speed)
+{
+    MutexLock lock(allDeviceMutex_);
+    auto found = allDeviceMap_.find(device.deviceId);
+    if (found == allDeviceMap_.end()) {
+        SHARE_LOGE(Log::SERVICE, "UpateToAllDeviceMap() not found");
+        return;
+    }
+    SetStatusFields(found->second, eventCode, deviceState, percent, speed);
+}
+
+void CacheMapManager::RemoveFromAllDeviceMap(const std::string& deviceId)
+{
+    MutexLock lock(allDeviceMutex_);
+    if (allDeviceMap_.erase(deviceId) == 0) {
+        SHARE_LOGE(Log::SERVICE, "device is not found in AllDeviceMap");
+    }
+    SHARE_LOGI(Log::NAPI, "Remove AllDevice's info of deviceId: %{public}s", deviceId.c_str());
+}
+
+void CacheMapManager::ClearAllDeviceMap()
+{
+    MutexLock lock(allDeviceMutex_);
+    allDeviceMap_.clear();
+}
+
+std::optional<ShareDeviceInfo> CacheMapManager::GetAllDevice(const std::string& deviceId)
+{
+    MutexLock lock(allDeviceMutex_);
+    return CopyOf(allDeviceMap_, deviceId);
+}
+
+std::vector<ShareDeviceInfo> CacheMapManager::GetAllShareDeviceList()
+{
+    MutexLock lock(allDeviceMutex_);
+    std::vector<ShareDeviceInfo> devices;
+    devices.reserve(allDeviceMap_.size());
+    for (const auto& [deviceId, device] : allDeviceMap_) {
+        devices.push_back(device);
+    }
+    return devices;
+}
+
+std::vector<std::pair<std::string, int32_t>> CacheMapManager::GetAllDeviceStates(
+    const std::vector<std::string>& deviceIds)
+{
+    MutexLock lock(allDeviceMutex_);
+    std::vector<std::pair<std::string, int32_t>> states;
+    for (const auto& deviceId : deviceIds) {
+        auto found = allDeviceMap_.find(deviceId);
+        if (found != allDeviceMap_.end()) {
+            states.emplace_back(deviceId, found->second.deviceState);
+        }
+    }
+    return states;
+}
+
+void CacheMapManager::ClearDiscovererFlag(const std::string& deviceId, const uint32_t& flag)
+{
+    SHARE_LOGI(Log::SERVICE, "ClearDiscovererFlag devId %{public}s, flag %{public}d", deviceId.c_str(),
+        static_cast<int32_t>(flag));
+    MutexLock lock(allDeviceMutex_);
+    auto found = allDeviceMap_.find(deviceId);
+    if (found != allDeviceMap_.end()) {
+        found->second.DelDiscoverer(flag);
+    }
+}
+
+bool CacheMapManager::CheckDiscovererFlag(const std::string& deviceId, const uint32_t& flag)
+{
+    SHARE_LOGI(Log::SERVICE, "CheckDiscovererFlag, devId %{public}s, flag %{public}d", deviceId.c_str(),
+        static_cast<int32_t>(flag));
+    MutexLock lock(allDeviceMutex_);
+    auto found = allDeviceMap_.find(deviceId);
+    return found != allDeviceMap_.end() && found->second.IsContainDiscoverer(flag);
+}
+
+std::optional<ShareDeviceInfo> CacheMapManager::RestoreDiscoverer(const std::string& deviceId, const uint32_t& flags)
+{
+    MutexLock lock(allDeviceMutex_);
+    auto found = allDeviceMap_.find(deviceId);
+    if (found == allDeviceMap_.end()) {
+        return std::nullopt;
+    }
+    found->second.SetDiscoveredBy(flags);
+    return found->second;
+}
+
+bool CacheMapManager::InsertToSendingDeviceMap(const ShareDeviceInfo& device)
+{
+    MutexLock lock(sendingDeviceMutex_);
+    if (!sendingDeviceMap_.try_emplace(device.deviceId, device).second) {
+        SHARE_LOGE(Log::SERVICE, "InsertToSendingDeviceMap failed");
+        return false;
+    }
+    return true;
+}
+
+bool CacheMapManager::SetStatus(const std::string& deviceId, int eventCode, int deviceState, int percent, int speed)
+{
+    constexpr int KEEP = -1;
+    MutexLock lock(sendingDeviceMutex_);
+    auto found = sendingDeviceMap_.find(deviceId);
+    if (found == sendingDeviceMap_.end()) {
+        LogNotSending();
+        return false;
+    }
+    auto& record = found->second;
+    record.eventCode = eventCode == KEEP ? record.eventCode : eventCode;
+    record.deviceState = deviceState == KEEP ? record.deviceState : deviceState;
+    record.percent = percent == KEEP ? record.percent : percent;
+    record.speed = speed == KEEP ? record.speed : speed;
+    return true;
+}
+
+bool CacheMapManager::RemoveFromSendingDeviceMap(const std::string& deviceId)
+{
+    MutexLock lock(sendingDeviceMutex_);
+    if (sendingDeviceMap_.erase(deviceId) == 0) {
+        LogNotSending();
+    }
+    SHARE_LOGI(Log::NAPI, "Remove SendingDevice's info of deviceId: %{public}s", deviceId.c_str());
+    return true;
+}
+
+bool CacheMapManager::InSendingList(const std::string& deviceId)
+{
+    MutexLock lock(sendingDeviceMutex_);
+    return sendingDeviceMap_.count(deviceId) != 0;
+}
+
+std::optional<ShareDeviceInfo> CacheMapManager::GetSendingDevice(const std::string& deviceId)
+{
+    MutexLock lock(sendingDeviceMutex_);
+    return CopyOf(sendingDeviceMap_, deviceId);
+}
+
+bool CacheMapManager::ChangeSendingDeviceDisappearState(const std::string& deviceId, bool disappeared)
+{
+    SHARE_LOGI(Log::SERVICE, "ChangesendingDeviceDisappearState() enter");
+    MutexLock lock(sendingDeviceMutex_);
+    auto found = sendingDeviceMap_.find(deviceId);
+    if (found == sendingDeviceMap_.end()) {
+        LogNotSending();
+        return false;
+    }
+    found->second.isDisappeared = disappeared;
+    return true;
+}
+
+std::vector<ShareDeviceInfo> CacheMapManager::GetSendingDeviceList()
+{
+    SHARE_LOGI(Log::SERVICE, "GetSendingDeviceList() enter");
+    return {};
+}
+
+} // namespace OHOS::Pelago

@@ -1,0 +1,9 @@
+#include "gesture/share_focus_listener.h"
+
+namespace OHOS::Pelago {
+
+void ShareFocusListener::RegisterFocusListener()
+{
+}
+
+} // namespace OHOS::Pelago
