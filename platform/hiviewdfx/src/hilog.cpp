@@ -112,6 +112,11 @@ bool SetLogFile(const std::string& path)
     return LogHub::Get().UseFile(path);
 }
 
+void SetLogListener(LogListener listener)
+{
+    LogHub::Get().Follow(listener);
+}
+
 std::vector<LogLine> ReadLog(uint64_t after, size_t limit)
 {
     return LogHub::Get().Read(after, limit);

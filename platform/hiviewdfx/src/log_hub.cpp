@@ -56,6 +56,19 @@ LogLine& LogHub::Slot(uint64_t seq)
 
 void LogHub::Add(LogLevel level, uint32_t domain, std::string_view tag, std::string_view text)
 {
+    Store(level, domain, tag, text);
+    if (LogListener listener = listener_.load(std::memory_order_acquire); listener != nullptr) {
+        listener();
+    }
+}
+
+void LogHub::Follow(LogListener listener)
+{
+    listener_.store(listener, std::memory_order_release);
+}
+
+void LogHub::Store(LogLevel level, uint32_t domain, std::string_view tag, std::string_view text)
+{
     const int64_t now = WallClockMs(); // the clock may be the host's own: not under our lock
     const ThreadIds ids = CurrentThreadIds();
     std::lock_guard<std::mutex> guard(mutex_);

@@ -1,6 +1,7 @@
 #ifndef PLATFORM_HIVIEWDFX_LOG_HUB_H
 #define PLATFORM_HIVIEWDFX_LOG_HUB_H
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -32,13 +33,16 @@ public:
     void Clear();
     void UseStderr(bool on);
     [[nodiscard]] bool UseFile(const std::string& path);
+    void Follow(LogListener listener);
 
 private:
     LogHub();
     // Where line `seq` stands; the next one after the last makes or takes its place.
     LogLine& Slot(uint64_t seq);
     void Print(const LogLine& line);
+    void Store(LogLevel level, uint32_t domain, std::string_view tag, std::string_view text);
 
+    std::atomic<LogListener> listener_{nullptr};
     std::mutex mutex_;
     // All below: under mutex_.
     std::vector<LogLine>

@@ -321,9 +321,11 @@ private:
         value = static_cast<T>(wide);
         return true;
     }
-    // A text of `length` units: both forms of string.
-    [[nodiscard]] bool WriteText(const void* units, size_t length, size_t unitSize);
-    const uint8_t* ReadText(size_t& length, size_t unitSize);
+    // A text, of bytes or of UTF-16 units. Reading gives its first unit, or null with nothing moved.
+    template <typename Unit>
+    [[nodiscard]] bool WriteText(std::basic_string_view<Unit> text);
+    template <typename Unit>
+    const uint8_t* ReadText(size_t& length);
 
     // `size` more bytes at the end, of which the caller fills the first `used`; the rest is zeroed. Null if they do not
     // fit.

@@ -6,8 +6,8 @@
 namespace OHOS {
 
 namespace {
-// The first memory of a parcel: most requests and replies never outgrow it.
-constexpr size_t FIRST_CAPACITY = 256;
+// The first memory of a parcel: most requests and replies never outgrow it, those with the record of a device included.
+constexpr size_t FIRST_CAPACITY = 512;
 // The longest text or buffer whose length, with a terminator and padding, still counts in an int32.
 constexpr size_t MAX_BYTES = std::numeric_limits<int32_t>::max() - 16;
 // What a string takes at least: its length, and a NUL with padding.
@@ -128,32 +128,37 @@ bool Parcel::WriteCString(const char* value)
     return value != nullptr && WriteBuffer(value, std::strlen(value) + 1);
 }
 
-bool Parcel::WriteText(const void* units, size_t length, size_t unitSize)
+template <typename Unit>
+bool Parcel::WriteText(std::basic_string_view<Unit> text)
 {
-    if (length > MAX_BYTES / unitSize) {
+    if (text.size() > MAX_BYTES / sizeof(Unit)) {
         return false;
     }
-    const auto count = static_cast<int32_t>(length);
-    const size_t used = sizeof(count) + length * unitSize;
-    uint8_t* place = Append(used, Padded(used + unitSize));
-    if (place == nullptr) {
+    const auto count = static_cast<int32_t>(text.size());
+    const size_t size = sizeof(count) + Padded((text.size() + 1) * sizeof(Unit));
+    if (size > capacity_ - size_ && !Grow(size)) {
         return false;
     }
+    uint8_t* place = data_.get() + size_;
+    // NUL and padding lie in the last word; what they do not need of it the text covers again.
+    constexpr uint32_t NOTHING = 0;
+    std::memcpy(place + size - sizeof(NOTHING), &NOTHING, sizeof(NOTHING));
     std::memcpy(place, &count, sizeof(count));
-    if (length != 0) {
-        std::memcpy(place + sizeof(count), units, length * unitSize);
+    if (!text.empty()) {
+        std::memcpy(place + sizeof(count), text.data(), text.size() * sizeof(Unit));
     }
+    size_ += size;
     return true;
 }
 
 bool Parcel::WriteString(std::string_view value)
 {
-    return WriteText(value.data(), value.size(), sizeof(char));
+    return WriteText(value);
 }
 
 bool Parcel::WriteString16(std::u16string_view value)
 {
-    return WriteText(value.data(), value.size(), sizeof(char16_t));
+    return WriteText(value);
 }
 
 bool Parcel::WriteInt32Vector(const std::vector<int32_t>& values)
@@ -216,30 +221,35 @@ const char* Parcel::ReadCString()
     return end == nullptr ? nullptr : reinterpret_cast<const char*>(ReadBuffer(static_cast<size_t>(end - start) + 1));
 }
 
-const uint8_t* Parcel::ReadText(size_t& length, size_t unitSize)
+template <typename Unit>
+const uint8_t* Parcel::ReadText(size_t& length)
 {
-    const size_t before = readPosition_;
+    const size_t readable = GetReadableBytes();
     int32_t count = 0;
-    if (!ReadValue(count)) {
+    if (readable < sizeof(count)) {
         return nullptr;
     }
+    const uint8_t* field = data_.get() + readPosition_;
+    std::memcpy(&count, field, sizeof(count));
     const auto units = static_cast<size_t>(count); // a negative one becomes more than any parcel holds
-    if (units < GetReadableBytes() / unitSize) {
-        const uint8_t* text = ReadBuffer((units + 1) * unitSize);
-        static constexpr char16_t NUL = 0;
-        if (text != nullptr && std::memcmp(text + units * unitSize, &NUL, unitSize) == 0) {
-            length = units;
-            return text;
-        }
+    if (units >= readable / sizeof(Unit) || sizeof(count) + Padded((units + 1) * sizeof(Unit)) > readable) {
+        return nullptr;
     }
-    readPosition_ = before;
-    return nullptr;
+    const uint8_t* text = field + sizeof(count);
+    Unit last;
+    std::memcpy(&last, text + units * sizeof(Unit), sizeof(last));
+    if (last != 0) {
+        return nullptr;
+    }
+    readPosition_ += sizeof(count) + Padded((units + 1) * sizeof(Unit));
+    length = units;
+    return text;
 }
 
 bool Parcel::ReadString(std::string& value)
 {
     size_t length = 0;
-    const uint8_t* text = ReadText(length, sizeof(char));
+    const uint8_t* text = ReadText<char>(length);
     if (text == nullptr) {
         return false;
     }
@@ -250,7 +260,7 @@ bool Parcel::ReadString(std::string& value)
 bool Parcel::ReadString16(std::u16string& value)
 {
     size_t length = 0;
-    const uint8_t* text = ReadText(length, sizeof(char16_t));
+    const uint8_t* text = ReadText<char16_t>(length);
     if (text == nullptr) {
         return false;
     }

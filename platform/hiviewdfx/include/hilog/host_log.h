@@ -52,6 +52,11 @@ void SetLogToStderr(bool on);
 // The number of the newest line, 0 before the first.
 [[nodiscard]] uint64_t LastLogSeq();
 
+// Called behind each line, on its thread, with no lock of the log held: for who follows the log. It must not log. Null ends
+// that; a call that is under way goes on.
+using LogListener = void (*)();
+void SetLogListener(LogListener listener);
+
 struct LogCounts {
     std::array<uint64_t, LOG_FATAL + 1> lines{}; // made since the start or the last ClearLog, by level
     uint64_t lostBySinks = 0;                    // not taken by standard error or the file

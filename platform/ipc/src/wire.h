@@ -1,0 +1,108 @@
+#ifndef PLATFORM_IPC_WIRE_H
+#define PLATFORM_IPC_WIRE_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "host/ipc_transport.h"
+
+// The bytes between two processes: docs/ipc.md in the form of structures. Byte order and alignment are the machine's,
+// which both ends share.
+namespace OHOS::Ipc {
+
+inline constexpr uint32_t WIRE_VERSION = 1;
+
+// On a lane: a head, `objects` records, then the parcel's bytes up to `size`.
+enum class MessageKind : uint16_t {
+    REQUEST = 1,
+    REPLY = 2,
+};
+
+struct MessageHead {
+    static constexpr uint32_t MAGIC = 0x4d474c50; // "PLGM"
+    static constexpr uint16_t ONE_WAY = 1;        // nobody waits for the reply
+
+    uint32_t magic = MAGIC;
+    uint32_t size = 0; // of the whole message
+    uint16_t kind = 0;
+    uint16_t flags = 0;
+    uint16_t objects = 0;
+    uint16_t descriptors = 0;
+    uint64_t target = 0;   // request: number of the object; reply: 0
+    uint32_t code = 0;     // request: what is asked for; reply: the result, an int32
+    uint32_t sequence = 0; // of the request on its lane; the reply repeats it
+};
+static_assert(sizeof(MessageHead) == 32 && offsetof(MessageHead, target) == 16);
+
+enum class ObjectOwner : uint32_t {
+    SENDER = 1,   // a stub of the sender: the receiver gets a proxy
+    RECEIVER = 2, // a stub of the receiver, who gets it back
+};
+
+struct ObjectRecord {
+    uint64_t id = 0;
+    uint32_t owner = 0;
+    uint32_t reserved = 0;
+};
+static_assert(sizeof(ObjectRecord) == 16);
+
+// On the control socket: messages of one size.
+enum class ControlKind : uint32_t {
+    HELLO = 1,   // client, first: `number` is the version, and the client's limits
+    WELCOME = 2, // server, in answer: `id` is the root object, `number` the version, and the server's limits
+    LANE = 3,    // with one descriptor: the sender will call through the other end of it
+    RELEASE = 4, // `id` had arrived `number` times in a proxy that has gone
+    GOODBYE = 5, // `number` is the reason why the sender ends the connection
+};
+
+struct ControlMessage {
+    static constexpr uint32_t MAGIC = 0x43474c50; // "PLGC"
+
+    uint32_t magic = MAGIC;
+    uint32_t kind = 0;
+    uint64_t id = 0;
+    uint64_t number = 0;
+    uint32_t messageBytes = 0; // these four in HELLO and WELCOME alone
+    uint32_t descriptors = 0;
+    uint32_t objects = 0;
+    uint32_t lanes = 0;
+
+    // HELLO or WELCOME with what this side can take.
+    [[nodiscard]] static ControlMessage Greeting(ControlKind kind, const Host::IpcLimits& limits);
+};
+static_assert(sizeof(ControlMessage) == 40);
+
+// Why a connection is ended by the side that says so.
+enum class EndReason : uint32_t {
+    NONE = 0, // the other side has gone
+    CLOSED,   // nothing is shared any more, or the process stops
+    BAD_MAGIC,
+    BAD_VERSION,
+    BAD_SIZE,
+    BAD_KIND,
+    BAD_OBJECT,
+    BAD_RELEASE,
+    BAD_LANE,
+    SURPLUS_DESCRIPTORS,
+    TOO_MANY_DESCRIPTORS,
+    TOO_MANY_OBJECTS,
+    TOO_MANY_LANES,
+    TOO_MANY_CONNECTIONS,
+    TOO_MANY_QUEUED_BYTES,
+    UNFINISHED_MESSAGE,
+    PEER_DOES_NOT_READ,
+    NO_CREDENTIALS,
+    OUT_OF_DESCRIPTORS,
+    COUNT,
+};
+// For the log and for errors.
+[[nodiscard]] const char* EndReasonText(EndReason reason);
+// CLOSED for a number that is none of ours.
+[[nodiscard]] EndReason EndReasonOf(uint64_t number);
+
+// More than one socket message takes is sent in several.
+inline constexpr size_t DESCRIPTORS_PER_SOCKET_MESSAGE = 253;
+
+} // namespace OHOS::Ipc
+
+#endif // PLATFORM_IPC_WIRE_H
