@@ -1,0 +1,356 @@
+#include "discovery.h"
+
+#include <sys/epoll.h>
+#include <sys/inotify.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "engine_listener_proxies.h"
+#include "hilog/host_text.h"
+#include "share_log.h"
+
+namespace OHOS::Pelago::Local {
+namespace {
+
+constexpr uint32_t FOLDER_EVENTS = IN_MOVED_TO | IN_CLOSE_WRITE | IN_DELETE | IN_MOVED_FROM;
+constexpr int64_t STEADY_LINK_MS = 1'000; // a link that lived so long is no peer that hangs up on everybody
+constexpr int64_t SOON_MS = 100;          // for a peer that has too many waiting just now
+constexpr int DISCOVER_DONE = 0;
+constexpr int DISCOVER_FAILED = -1;
+
+int64_t NowMs()
+{
+    return Host::Scheduler::Instance().BootTimeMs();
+}
+
+std::pair<std::string, std::string> SplitPath(const std::string& path)
+{
+    size_t slash = path.rfind('/');
+    return slash == std::string::npos ? std::make_pair(std::string("."), path)
+                                      : std::make_pair(path.substr(0, slash + 1), path.substr(slash + 1));
+}
+
+bool operator==(const LocalDevice& a, const LocalDevice& b)
+{
+    return a.id == b.id && a.name == b.name && a.type == b.type && a.accountHash == b.accountHash &&
+           a.capability == b.capability;
+}
+
+bool SameContact(const ContactInfo& a, const ContactInfo& b)
+{
+    return a.contactId == b.contactId && a.name == b.name && a.avatar == b.avatar;
+}
+
+} // namespace
+
+void NearbyReports::Post(ControlLoop::Work report)
+{
+    // Without a thread nobody can be told; the scheduler has said so in the log.
+    (void)queue_->Post([activity = activity_, report = std::move(report)] {
+        if (activity->Enter()) {
+            report();
+            activity->Leave();
+        }
+    });
+}
+
+void NearbyReports::Found(const sptr<IRemoteObject>& listener, const sptr<ShareDevice>& device)
+{
+    Post([listener, device] { SubscribeListenerProxy(listener).OnDeviceFound(device); });
+}
+
+void NearbyReports::Lost(const sptr<IRemoteObject>& listener, const sptr<ShareDevice>& device)
+{
+    Post([listener, device] { SubscribeListenerProxy(listener).OnDeviceLost(device); });
+}
+
+void NearbyReports::DiscoverResult(const sptr<IRemoteObject>& listener, int reason)
+{
+    Post([listener, reason] { SubscribeListenerProxy(listener).OnDiscoverResult(LocalEngine::PUBLISH_ID, reason); });
+}
+
+void NearbyReports::PublishResult(const sptr<IRemoteObject>& listener, int reason)
+{
+    Post([listener, reason] { PublishListenerProxy(listener).OnPublishResult(LocalEngine::PUBLISH_ID, reason); });
+}
+
+void Discovery::Subscribe(const sptr<IRemoteObject>& listener)
+{
+    bool runs = inotify_ || Begin();
+    reports_->DiscoverResult(listener, runs ? DISCOVER_DONE : DISCOVER_FAILED);
+    for (const auto& [id, peer] : peers_) {
+        reports_->Found(listener, peer.reported);
+    }
+    bool isNew = std::find(listeners_.begin(), listeners_.end(), listener) == listeners_.end();
+    if (isNew) {
+        listeners_.push_back(listener);
+    }
+    if (peers_.empty()) {
+        LookAtAll();
+    }
+}
+
+bool Discovery::UnSubscribe(const sptr<IRemoteObject>& listener)
+{
+    auto found = std::find(listeners_.begin(), listeners_.end(), listener);
+    if (found == listeners_.end()) {
+        return false;
+    }
+    listeners_.erase(found);
+    if (listeners_.empty()) {
+        End();
+    }
+    return true;
+}
+
+bool Discovery::Begin()
+{
+    UniqueFd fd(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    std::string folder = "/proc/self/fd/" + std::to_string(context_->folder.Descriptor()) + "/.";
+    folderWatch_ = fd ? ::inotify_add_watch(fd.Get(), folder.c_str(), FOLDER_EVENTS) : -1;
+    watch_ = folderWatch_ < 0 ? 0 : context_->loop.Watch(fd.Get(), EPOLLIN, [this](uint32_t) { OnFolderEvents(); });
+    if (watch_ == 0) {
+        SHARE_LOGD(Log::SERVICE, "the nearby folder cannot be watched: %{public}s", std::strerror(errno));
+        return false;
+    }
+    const std::string& contacts = context_->config.contactsFile;
+    if (!contacts.empty() && ::inotify_add_watch(fd.Get(), SplitPath(contacts).first.c_str(), FOLDER_EVENTS) < 0) {
+        SHARE_LOGD(Log::SERVICE, "the contacts' folder cannot be watched: %{public}s", std::strerror(errno));
+    }
+    inotify_ = std::move(fd);
+    contacts_.Load(contacts);
+    return true;
+}
+
+void Discovery::End()
+{
+    context_->loop.Forget(std::exchange(watch_, 0));
+    inotify_.Reset();
+    for (auto& [id, timer] : lookingAgain_) {
+        context_->loop.CancelTimer(timer);
+    }
+    lookingAgain_.clear();
+    peers_.clear(); // nobody hears of it, and their channels close
+}
+
+void Discovery::Drop()
+{
+    listeners_.clear();
+    End();
+}
+
+void Discovery::OnFolderEvents()
+{
+    alignas(inotify_event) std::array<char, 16 * 1024> bytes;
+    ssize_t size = ::read(inotify_.Get(), bytes.data(), bytes.size());
+    const std::string contactsName = SplitPath(context_->config.contactsFile).second;
+    bool contactsChanged = false;
+    bool lookAtAll = false;
+    for (ssize_t at = 0; at < size && inotify_;) {
+        inotify_event event{};
+        std::memcpy(&event, bytes.data() + at, sizeof(event));
+        std::string name = event.len == 0 ? "" : bytes.data() + at + sizeof(event);
+        at += static_cast<ssize_t>(sizeof(event) + event.len);
+        lookAtAll = lookAtAll || (event.mask & IN_Q_OVERFLOW) != 0;
+        // Both watches are one when the two folders are.
+        contactsChanged = contactsChanged || (!contactsName.empty() && name == contactsName);
+        OnFolderEvent(name, event.mask, event.wd == folderWatch_);
+    }
+    if (lookAtAll) {
+        LookAtAll();
+    }
+    if (contactsChanged || lookAtAll) {
+        ReloadContacts();
+    }
+}
+
+void Discovery::OnFolderEvent(const std::string& name, uint32_t what, bool isFolder)
+{
+    std::string id = isFolder ? NearbyFolder::IdOf(name) : "";
+    if (id.empty()) {
+        return;
+    }
+    if ((what & (IN_DELETE | IN_MOVED_FROM)) != 0) {
+        Lose(id);
+    } else {
+        Look(id);
+    }
+}
+
+void Discovery::LookAtAll()
+{
+    std::vector<std::string> ids = context_->folder.PublishedIds();
+    std::vector<std::string> gone;
+    for (const auto& [id, peer] : peers_) {
+        if (std::find(ids.begin(), ids.end(), id) == ids.end()) {
+            gone.push_back(id);
+        }
+    }
+    std::for_each(gone.begin(), gone.end(), [this](const std::string& id) { Lose(id); });
+    std::for_each(ids.begin(), ids.end(), [this](const std::string& id) { Look(id); });
+}
+
+void Discovery::Look(const std::string& id)
+{
+    if (id == context_->device.id || !inotify_) {
+        return;
+    }
+    std::string why;
+    auto device = context_->folder.ReadDescription(id, why);
+    if (!device.has_value()) {
+        SHARE_LOGD(Log::SERVICE, "description of %{public}s ignored: %{public}s", id.c_str(), why.c_str());
+        ++context_->counters.refusedPeers;
+        return;
+    }
+    auto known = peers_.find(id);
+    if (known == peers_.end()) {
+        Connect(*device);
+    } else if (!(known->second.device == *device)) {
+        known->second.device = *device;
+        Report(known->second);
+    }
+}
+
+void Discovery::Connect(const LocalDevice& device)
+{
+    UniqueFd socket;
+    switch (context_->folder.Connect(device.id, socket)) {
+        case ConnectResult::CONNECTED:
+            break;
+        case ConnectResult::REFUSED:
+            context_->folder.RemoveStale(device.id);
+            return;
+        case ConnectResult::FULL:
+            LookAgainAfter(device.id, SOON_MS);
+            return;
+        case ConnectResult::FAILED:
+            SHARE_LOGD(Log::SERVICE, "%{public}s cannot be connected to", device.id.c_str());
+            return;
+    }
+    auto link = Channel::Open(context_->loop, std::move(socket));
+    if (link == nullptr) {
+        return;
+    }
+    link->SetHandlers([this, id = device.id](FrameType, std::string_view,
+                          UniqueFd) { OnLinkEnd(id, "it speaks where it has nothing to say"); },
+        [this, id = device.id](const char* why) { OnLinkEnd(id, why); });
+    link->Send(FrameType::WATCH);
+    Peer& peer = peers_[device.id];
+    peer = {device, std::move(link), NowMs(), nullptr};
+    Report(peer);
+}
+
+// The peer, or one that took its place, may be there all the same: its files say so, and who is refused removes them.
+void Discovery::OnLinkEnd(const std::string& idOfLink, const char* why)
+{
+    const std::string id = idOfLink; // the argument goes with the link
+    auto found = peers_.find(id);
+    if (found == peers_.end()) {
+        return;
+    }
+    if (why != nullptr) {
+        SHARE_LOGD(Log::SERVICE, "link to %{public}s dropped: %{public}s", id.c_str(), why);
+        ++context_->counters.refusedPeers;
+    }
+    bool wasSteady = NowMs() - found->second.sinceMs >= STEADY_LINK_MS;
+    Lose(id);
+    LookAgainAfter(id, wasSteady ? 0 : STEADY_LINK_MS);
+}
+
+void Discovery::LookAgainAfter(const std::string& id, int64_t delayMs)
+{
+    ControlLoop::Id& timer = lookingAgain_[id];
+    context_->loop.CancelTimer(timer);
+    timer = context_->loop.After(delayMs, [this, id] {
+        lookingAgain_.erase(id);
+        std::string why;
+        if (context_->folder.ReadDescription(id, why).has_value()) { // mostly it has gone, as it should
+            Look(id);
+        }
+    });
+}
+
+void Discovery::Lose(const std::string& id)
+{
+    auto found = peers_.find(id);
+    if (found == peers_.end()) {
+        return;
+    }
+    for (const auto& listener : listeners_) {
+        reports_->Lost(listener, found->second.reported);
+    }
+    auto link = found->second.link;
+    peers_.erase(found);
+    link->Finish(); // may be the one that calls us
+}
+
+void Discovery::ReloadContacts()
+{
+    contacts_.Load(context_->config.contactsFile);
+    for (auto& [id, peer] : peers_) {
+        if (!SameContact(contacts_.Of(peer.device.accountHash), peer.reported->contactInfo)) {
+            Report(peer);
+        }
+    }
+}
+
+void Discovery::Report(Peer& peer)
+{
+    peer.reported = RecordOf(peer.device);
+    for (const auto& listener : listeners_) {
+        reports_->Found(listener, peer.reported);
+    }
+}
+
+sptr<ShareDevice> Discovery::RecordOf(const LocalDevice& device) const
+{
+    sptr<ShareDevice> record = new ShareDevice();
+    record->SetDeviceId(device.id);
+    record->SetDeviceName(device.name);
+    record->SetDeviceType(device.type);
+    record->SetAccountHash(device.accountHash);
+    record->SetCapability(device.capability);
+    record->contactInfo = contacts_.Of(device.accountHash);
+    record->discoveredBy_ = FlagsOf(device.id);
+    return record;
+}
+
+uint32_t Discovery::FlagsOf(const std::string& deviceId) const
+{
+    auto found = flags_.find(deviceId);
+    return found == flags_.end() ? Discoverer::ORDINARY : found->second;
+}
+
+void Discovery::OnCollabDevice(const ShareDevice& device, const sptr<IRemoteObject>& listener, uint32_t updateFlag)
+{
+    const std::string& id = device.GetDeviceId();
+    auto peer = peers_.find(id);
+    bool isKnown = peer != peers_.end() || flags_.count(id) != 0;
+    uint32_t flags = device.GetDiscoveredBy() | (isKnown && updateFlag == 0 ? FlagsOf(id) : 0);
+    flags_[id] = flags;
+    sptr<ShareDevice> record = peer == peers_.end() ? new ShareDevice(device) : RecordOf(peer->second.device);
+    record->discoveredBy_ = flags;
+    if (peer != peers_.end()) {
+        peer->second.reported = record;
+    } else if (record->contactInfo.contactId == 0) {
+        record->contactInfo = contacts_.Of(record->accountHash_);
+    }
+    reports_->Found(listener, record);
+}
+
+bool Discovery::ClearFlag(const std::string& deviceId, uint32_t flag)
+{
+    auto peer = peers_.find(deviceId);
+    if (peer == peers_.end() && flags_.count(deviceId) == 0) {
+        return false;
+    }
+    uint32_t rest = FlagsOf(deviceId) & ~flag;
+    flags_[deviceId] = rest;
+    return true;
+}
+
+} // namespace OHOS::Pelago::Local

@@ -1,0 +1,342 @@
+#include "outgoing.h"
+
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "byte_pump.h"
+#include "engine_handles.h"
+#include "engine_listener_proxies.h"
+#include "file_names.h"
+#include "hilog/host_text.h"
+#include "share_constants.h"
+#include "share_log.h"
+
+namespace OHOS::Pelago::Local {
+namespace {
+
+int64_t NowMs()
+{
+    return Host::Scheduler::Instance().BootTimeMs();
+}
+
+class SenderHandle final : public PelagoSenderStub {
+public:
+    explicit SenderHandle(std::shared_ptr<Outgoing> transfer) : transfer_(std::move(transfer))
+    {}
+    void Cancel() override
+    {
+        transfer_->Cancel();
+    }
+    void SwingConfirm(int32_t) override
+    {
+        // Swing offers do not wait yet: gestures come with their own floor.
+    }
+
+private:
+    const std::shared_ptr<Outgoing> transfer_;
+};
+
+// What came with ACCEPT is a peer's descriptor: only a stream socket of this machine is written to.
+[[nodiscard]] bool IsByteSocket(int fd)
+{
+    int domain = 0;
+    int type = 0;
+    socklen_t size = sizeof(int);
+    return ::getsockopt(fd, SOL_SOCKET, SO_DOMAIN, &domain, &size) == 0 &&
+           ::getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && domain == AF_UNIX && type == SOCK_STREAM;
+}
+
+} // namespace
+
+sptr<PelagoSender> Outgoing::Begin(
+    const std::shared_ptr<Context>& context, const TransmitParam& param, SendRequest request)
+{
+    auto transfer = std::make_shared<Outgoing>(context, param, std::move(request));
+    sptr<PelagoSender> handle = new SenderHandle(transfer);
+    // The very last step, since a report that comes before the caller has its handle would have to wait for it there.
+    return context->loop.Post([transfer] { transfer->Start(); }) ? handle : nullptr;
+}
+
+Outgoing::Outgoing(std::shared_ptr<Context> context, const TransmitParam& param, SendRequest request)
+    : context_(std::move(context)), deviceId_(param.deviceId),
+      timeoutMs_(std::clamp(param.timeoutMs, 1, TRANSMIT_TIMEOUT_MS)), offer_(std::move(request.offer)),
+      total_(offer_.TotalSize()), failure_(std::move(request.failure)),
+      callback_(new TransmitCallbackProxy(param.callback->AsObject())),
+      reports_(std::make_shared<ReportQueue>(context_->activity, "share-send")), bytes_(std::make_shared<Bytes>())
+{
+    bytes_->sources = std::move(request.sources);
+}
+
+void Outgoing::Cancel()
+{
+    reports_->Silence();
+    cancelled_.store(true);
+    // A loop that has stopped has dropped the transfer.
+    (void)context_->loop.Post([self = shared_from_this()] { self->OnCancelled(); });
+}
+
+void Outgoing::Start()
+{
+    context_->sending.insert(shared_from_this());
+    if (cancelled_.load()) {
+        End({Ending::CANCELLED_BY_SENDER, {}});
+        return;
+    }
+    if (failure_.has_value()) {
+        End(*failure_);
+        return;
+    }
+    TellStatus(EngineStatus::CONNECTING);
+    UniqueFd socket;
+    bool connected =
+        NearbyFolder::IsDeviceId(deviceId_) && context_->folder.Connect(deviceId_, socket) == ConnectResult::CONNECTED;
+    channel_ = connected ? Channel::Open(context_->loop, std::move(socket)) : nullptr;
+    if (channel_ == nullptr) {
+        End({Ending::UNREACHABLE, "no device answers to this id"});
+        return;
+    }
+    channel_->SetHandlers(
+        [this](FrameType type, std::string_view body, UniqueFd fd) { OnFrame(type, body, std::move(fd)); },
+        [this](const char* why) {
+            End(why == nullptr ? Outcome{Ending::LOST, "the peer has gone"} : Outcome{Ending::PROTOCOL, why});
+        });
+    Offer offer = offer_;
+    offer.senderId = context_->device.id;
+    offer.senderName = ToUtf8(context_->device.name, MAX_SHORT_TEXT);
+    offer.packageName = ToUtf8(offer.packageName, MAX_SHORT_TEXT);
+    std::string body = offer.Encode();
+    if (body.size() > MAX_OFFER_BYTES) {
+        End({Ending::TOO_LARGE, "the preview is too large"});
+        return;
+    }
+    channel_->Send(FrameType::OFFER, body);
+    timer_ = context_->loop.After(timeoutMs_, [this] { Abort({Ending::NO_ANSWER, "nobody answered"}); });
+}
+
+void Outgoing::OnFrame(FrameType type, std::string_view body, UniqueFd fd)
+{
+    auto self = shared_from_this();
+    switch (type) {
+        case FrameType::SHOWN:
+            if (!accepted_) {
+                TellStatus(EngineStatus::SHOWN_TO_USER);
+            }
+            return;
+        case FrameType::ACCEPT:
+            OnAccept(std::move(fd));
+            return;
+        case FrameType::TAKEN:
+            OnTaken(body);
+            return;
+        case FrameType::END:
+            OnEndFrame(body);
+            return;
+        case FrameType::WATCH:
+        case FrameType::OFFER:
+        case FrameType::FINISH:
+        case FrameType::ABORT:
+            break;
+    }
+    Abort({Ending::PROTOCOL, "the receiver spoke as a sender"});
+}
+
+void Outgoing::OnAccept(UniqueFd socket)
+{
+    if (accepted_ || !socket || !IsByteSocket(socket.Get())) {
+        Abort({Ending::PROTOCOL, "the receiver's answer is none"});
+        return;
+    }
+    if (cancelled_.load()) {
+        return; // crossed the abort, whose answer is on its way
+    }
+    accepted_ = true;
+    context_->loop.CancelTimer(timer_);
+    speed_.emplace(NowMs());
+    if (total_ <= static_cast<uint64_t>(std::numeric_limits<int32_t>::max())) {
+        reports_->Tell(
+            [callback = callback_, total = static_cast<int32_t>(total_)] { callback->OnTotalFileLength(total); });
+    }
+    bytes_->socket = std::move(socket);
+    auto outcome = std::make_shared<Outcome>();
+    thread_.emplace(context_);
+    bool started = thread_->Run(
+        [bytes = bytes_, outcome] { *outcome = SendBytesOf(bytes->sources, bytes->socket.Get(), bytes->sent); },
+        [self = shared_from_this(), outcome] { self->OnBytesSent(*outcome); });
+    if (!started) {
+        Abort({Ending::BAD_SOURCE, "no thread can be started"});
+    }
+}
+
+void Outgoing::OnTaken(std::string_view body)
+{
+    uint64_t taken = 0;
+    BodyReader reader(body);
+    if (!accepted_ || !reader.U64(taken) || taken > total_ || taken < taken_) {
+        Abort({Ending::PROTOCOL, "the receiver took what it cannot have"});
+        return;
+    }
+    taken_ = taken;
+    ReportProgress(taken);
+}
+
+void Outgoing::ReportProgress(uint64_t taken)
+{
+    auto percent =
+        static_cast<int8_t>(total_ == 0 ? 100 : static_cast<double>(taken) * 100 / static_cast<double>(total_));
+    int64_t kibPerSecond = speed_->At(taken, NowMs()) / 1024;
+    auto speed = static_cast<int32_t>(std::min<int64_t>(kibPerSecond, std::numeric_limits<int32_t>::max()));
+    reports_->TellProgress([self = shared_from_this(), percent, speed] {
+        self->callback_->OnProgess(percent);
+        if (!self->reports_->IsSilent()) {
+            self->callback_->OnSpeed(speed);
+        }
+        // A loop that has stopped needs to know nothing.
+        (void)self->context_->loop.Post([self] { self->OnProgressTold(); });
+    });
+}
+
+void Outgoing::OnProgressTold()
+{
+    progressTold_ = true;
+    FinishIfReady();
+}
+
+void Outgoing::OnBytesSent(const Outcome& outcome)
+{
+    context_->counters.bytesSent += bytes_->sent;
+    bytes_->sources.clear();
+    if (ended_ || cancelled_.load()) {
+        return;
+    }
+    if (outcome.ending == Ending::DONE) {
+        allSent_ = true;
+        FinishIfReady();
+    } else if (outcome.ending == Ending::LOST) {
+        // The receiver stopped taking: it says why, or goes, or is no receiver.
+        timer_ = context_->loop.After(CLOSE_LIMIT_MS, [this] {
+            Abort({Ending::PROTOCOL, "the receiver fell silent"});
+        });
+    } else {
+        Abort(outcome);
+    }
+}
+
+// The receiver may give the files their names from here on. Not before a first progress has been told: whoever heard of
+// it has by then cancelled the transfers that lost the race.
+void Outgoing::FinishIfReady()
+{
+    if (allSent_ && progressTold_ && !finished_ && !ended_ && !cancelled_.load()) {
+        finished_ = true;
+        channel_->Send(FrameType::FINISH);
+    }
+}
+
+void Outgoing::OnEndFrame(std::string_view body)
+{
+    auto outcome = DecodeOutcome(body);
+    bool possible = outcome.has_value() && (outcome->ending != Ending::DONE || finished_);
+    End(possible ? *outcome : Outcome{Ending::PROTOCOL, "the receiver's ending is none"});
+}
+
+void Outgoing::OnCancelled()
+{
+    if (ended_) {
+        return;
+    }
+    if (channel_ == nullptr) {
+        End({Ending::CANCELLED_BY_SENDER, {}});
+        return;
+    }
+    channel_->Send(FrameType::ABORT, EncodeOutcome({Ending::CANCELLED_BY_SENDER, {}}));
+    if (bytes_->socket) {
+        (void)::shutdown(bytes_->socket.Get(), SHUT_RDWR); // wakes the byte thread; gone already is as good
+    }
+    // The receiver's word is the ending, since it may have committed before it read ours.
+    context_->loop.CancelTimer(timer_);
+    timer_ = context_->loop.After(CLOSE_LIMIT_MS, [this] { End({Ending::CANCELLED_BY_SENDER, {}}); });
+}
+
+void Outgoing::TellStatus(int32_t status)
+{
+    reports_->Tell([callback = callback_, id = deviceId_, status] { callback->OnStatus(id, status); });
+}
+
+void Outgoing::Abort(const Outcome& outcome)
+{
+    auto self = shared_from_this();
+    if (!ended_ && channel_ != nullptr) {
+        channel_->Send(FrameType::ABORT, EncodeOutcome(outcome));
+    }
+    End(outcome);
+}
+
+void Outgoing::End(const Outcome& outcome)
+{
+    auto self = shared_from_this();
+    if (std::exchange(ended_, true)) {
+        return;
+    }
+    // What the peer did after our own cancel is the cancel, unless it had committed.
+    bool cancelled = cancelled_.load() && outcome.ending != Ending::DONE;
+    const EndingRow& row = RowOf(cancelled ? Ending::CANCELLED_BY_SENDER : outcome.ending);
+    SHARE_LOGD(
+        Log::SERVICE, "send ended: %{public}s, %{public}s", row.name, Host::EscapeForTerminal(outcome.text).c_str());
+    ++(row.ending == Ending::DONE ? context_->counters.sent : context_->counters.sendFailures);
+    TellEnding({row.ending, outcome.text});
+    Release();
+    context_->sending.erase(self);
+}
+
+void Outgoing::TellEnding(const Outcome& outcome)
+{
+    const EndingRow& row = RowOf(outcome.ending);
+    reports_->TellEnding([callback = callback_, id = deviceId_, &row, text = outcome.text, names = offer_.files] {
+        switch (row.report) {
+            case SenderReport::SUCCESS: {
+                std::vector<std::string> told;
+                std::transform(names.begin(), names.end(), std::back_inserter(told),
+                    [](const OfferedFile& file) { return file.name; });
+                callback->OnSuccess(id, told);
+                return;
+            }
+            case SenderReport::STATUS:
+                callback->OnStatus(id, row.code);
+                return;
+            case SenderReport::ERROR:
+                callback->OnError(text, row.code);
+                return;
+            case SenderReport::NOTHING:
+                return;
+        }
+    });
+}
+
+void Outgoing::Release()
+{
+    context_->loop.CancelTimer(timer_);
+    if (bytes_->socket) {
+        (void)::shutdown(bytes_->socket.Get(), SHUT_RDWR); // as in OnCancelled
+    }
+    if (!accepted_) {
+        bytes_->sources.clear();
+    }
+    if (channel_ != nullptr) {
+        channel_->Finish();
+    }
+    thread_.reset();
+}
+
+void Outgoing::Drop()
+{
+    ended_ = true;
+    reports_->Silence();
+    Release();
+    if (channel_ != nullptr) {
+        channel_->Close();
+    }
+}
+
+} // namespace OHOS::Pelago::Local
