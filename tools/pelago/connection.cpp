@@ -1,0 +1,116 @@
+#include "connection.h"
+
+#include "host/ability_host.h"
+#include "host/device_control.h"
+#include "host/ipc_transport.h"
+#include "ipc_types.h"
+#include "output.h"
+#include "trellis_service_proxy.h"
+
+namespace OHOS::Pelago::Tools {
+namespace {
+
+std::string Listed(const std::vector<std::string>& ids)
+{
+    std::string text;
+    for (const std::string& id : ids) {
+        text += "\n  pelago -d " + id + " ...";
+    }
+    return text;
+}
+
+sptr<IRemoteObject> Root(const DevicePaths& paths, const std::string& token, ExitCode& code)
+{
+    std::string error;
+    sptr<IRemoteObject> root = Host::ConnectToDaemon(paths.Socket(token), error);
+    if (root == nullptr) {
+        Complain("cannot reach the device '" + paths.Id() + "' as '" + token + "': " + error);
+        code = EXIT_UNREACHABLE;
+    }
+    return root;
+}
+
+} // namespace
+
+ExitCode FindDevice(const Context& context, std::optional<DevicePaths>& paths)
+{
+    if (!context.device.empty()) {
+        std::string id = DevicePaths::IsValidId(context.device) ? context.device : DevicePaths::IdFor(context.device);
+        DevicePaths named(id);
+        if (id.empty() || !named.IsRunning()) {
+            Complain("no device '" + context.device + "' is running; start it with: pelago up --name \"" +
+                     context.device + "\"");
+            return EXIT_NO_SUCH;
+        }
+        paths.emplace(id);
+        return EXIT_DONE;
+    }
+    std::vector<std::string> running = DevicePaths::Running();
+    if (running.empty()) {
+        Complain("no device is running; start one with: pelago up --name \"Blue phone\"");
+        return EXIT_NO_SUCH;
+    }
+    if (running.size() > 1) {
+        Complain("several devices are running; say which one:" + Listed(running));
+        return EXIT_USAGE;
+    }
+    paths.emplace(running.front());
+    return EXIT_DONE;
+}
+
+ExitCode Connection::Open(const DevicePaths& paths, const std::string& token, Connection& connection)
+{
+    ExitCode code = EXIT_DONE;
+    sptr<IRemoteObject> root = Root(paths, token, code);
+    if (root == nullptr) {
+        return code;
+    }
+    connection.samgr = Host::SamgrOf(root);
+    connection.service = iface_cast<ITrellisService>(connection.samgr->GetSystemAbility(TRELLIS_SERVICE_ID));
+    if (connection.service == nullptr) {
+        Complain("the device '" + paths.Id() + "' has no share service; see: pelago -d " + paths.Id() + " log");
+        return EXIT_UNREACHABLE;
+    }
+    return EXIT_DONE;
+}
+
+ExitCode Control(const Context& context, const std::vector<std::string>& words, Host::ControlAnswer& answer)
+{
+    std::optional<DevicePaths> paths;
+    if (ExitCode code = FindDevice(context, paths); code != EXIT_DONE) {
+        return code;
+    }
+    Connection connection;
+    if (ExitCode code = Connection::Open(*paths, "owner", connection); code != EXIT_DONE) {
+        return code;
+    }
+    auto control =
+        iface_cast<Host::IDeviceControl>(connection.samgr->GetSystemAbility(Host::AbilityId::DEVICE_CONTROL));
+    if (control == nullptr) {
+        Complain("the device '" + paths->Id() + "' cannot be controlled");
+        return EXIT_UNREACHABLE;
+    }
+    answer = control->Execute(words);
+    if (answer.result != Host::ControlResult::DONE) {
+        Complain(answer.error);
+    }
+    return static_cast<ExitCode>(answer.result);
+}
+
+ExitCode ExplainFailure(const std::string& what)
+{
+    switch (int32_t error = TrellisServiceProxy::LastError(); error) {
+        case 0:
+            Complain(what + ": the service refused; `pelago log` says why");
+            return EXIT_FAILED;
+        case ERROR_NO_SWITCH_PERMISSION:
+        case ERROR_NO_CAPABILITY_PERMISSION:
+            Complain(what + ": permission denied");
+            return EXIT_PERMISSION;
+        default: // an open set: whatever a transport can say
+            Complain(what + ": the service does not answer (" + std::to_string(error) + ")");
+            return EXIT_UNREACHABLE;
+    }
+}
+
+} // namespace OHOS::Pelago::Tools

@@ -1,0 +1,280 @@
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cJSON.h>
+
+#include "hilog/host_text.h"
+#include "host/json_text.h"
+#include "output.h"
+#include "verbs.h"
+
+extern char** environ;
+
+// Devices come and go, and know each other.
+namespace OHOS::Pelago::Tools {
+namespace {
+
+using Host::Json;
+
+constexpr int START_LIMIT_MS = 20000;
+constexpr int STOP_LIMIT_MS = 20000;
+
+// Beside ourselves first, so that a build folder is enough; then wherever the shell finds it.
+std::string DaemonProgram()
+{
+    std::string self(4096, '\0');
+    ssize_t length = ::readlink("/proc/self/exe", self.data(), self.size());
+    if (length > 0) {
+        self.resize(static_cast<size_t>(length));
+        std::string beside = self.substr(0, self.rfind('/')) + "/trellisd";
+        if (::access(beside.c_str(), X_OK) == 0) {
+            return beside;
+        }
+    }
+    return "trellisd";
+}
+
+// Starts the daemon in a session of its own; `readyFd` is where it says that it is up.
+int SpawnDaemon(const std::vector<std::string>& words, int readyFd, const std::string& output)
+{
+    std::vector<char*> arguments;
+    for (const std::string& word : words) {
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    }
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t files;
+    (void)posix_spawn_file_actions_init(&files);
+    (void)posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    (void)posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    (void)posix_spawn_file_actions_addopen(&files, STDERR_FILENO, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    (void)posix_spawn_file_actions_adddup2(&files, readyFd, readyFd); // loses close-on-exec
+    posix_spawnattr_t attributes;
+    (void)posix_spawnattr_init(&attributes);
+    (void)posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+    pid_t pid = 0;
+    int error = posix_spawnp(&pid, words.front().c_str(), &files, &attributes, arguments.data(), environ);
+    (void)posix_spawnattr_destroy(&attributes);
+    (void)posix_spawn_file_actions_destroy(&files);
+    return error;
+}
+
+// What the daemon said before it gave up.
+std::string ReadAll(const std::string& path)
+{
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+bool WaitUntilReady(int fd)
+{
+    pollfd wait{fd, POLLIN, 0};
+    char line[64];
+    return ::poll(&wait, 1, START_LIMIT_MS) == 1 && ::read(fd, line, sizeof(line)) > 0;
+}
+
+struct UpOptions {
+    std::string name = "Blue phone";
+    std::string type;
+    std::string account;
+    std::string logLevel;
+};
+
+std::vector<std::string> DaemonWords(const UpOptions& options, const DevicePaths& paths, int readyFd)
+{
+    std::vector<std::string> words{DaemonProgram(), "--id", paths.Id(), "--name", options.name, "--ready-fd",
+        std::to_string(readyFd), "--log-file", paths.State() + "/log"};
+    auto add = [&words](const char* option, const std::string& value) {
+        if (!value.empty()) {
+            words.insert(words.end(), {option, value});
+        }
+    };
+    add("--type", options.type);
+    add("--account", options.account);
+    add("--log-level", options.logLevel);
+    return words;
+}
+
+ExitCode Up(const Context& context, const UpOptions& options)
+{
+    std::string id = context.device.empty() ? DevicePaths::IdFor(options.name) : context.device;
+    if (!DevicePaths::IsValidId(id)) {
+        Complain("the name gives no id; add one: pelago up -d my-phone --name ...");
+        return EXIT_USAGE;
+    }
+    DevicePaths paths(id);
+    if (std::string reason = paths.Create(); !reason.empty()) {
+        Complain(reason);
+        return EXIT_NO_SPACE;
+    }
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) {
+        Complain(std::string("pipe: ") + std::strerror(errno));
+        return EXIT_FAILED;
+    }
+    std::string output = paths.State() + "/trellisd.err";
+    int error = SpawnDaemon(DaemonWords(options, paths, ends[1]), ends[1], output);
+    (void)::close(ends[1]);
+    bool ready = error == 0 && WaitUntilReady(ends[0]);
+    (void)::close(ends[0]);
+    if (!ready) {
+        Complain(error != 0 ? std::string("trellisd: ") + std::strerror(error) : ReadAll(output));
+        return EXIT_FAILED;
+    }
+    if (context.json) {
+        PrintJson(Json::Object().Put("id", id).Put("name", options.name).Text());
+    } else {
+        PrintLine(id);
+    }
+    return EXIT_DONE;
+}
+
+// The daemon's end is the end of its lock.
+bool WaitUntilStopped(const DevicePaths& paths)
+{
+    int fd = ::open(paths.Lock().c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return true;
+    }
+    bool stopped = ::flock(fd, LOCK_SH) == 0;
+    (void)::close(fd);
+    return stopped;
+}
+
+std::optional<pid_t> DaemonPid(const Context& context)
+{
+    Host::ControlAnswer answer;
+    if (Control(context, {"pid"}, answer) != EXIT_DONE) {
+        return std::nullopt;
+    }
+    return static_cast<pid_t>(std::strtol(answer.json.c_str(), nullptr, 10));
+}
+
+ExitCode DownOne(const DevicePaths& paths)
+{
+    auto pid = DaemonPid({paths.Id(), false});
+    if (!pid.has_value()) {
+        return EXIT_UNREACHABLE;
+    }
+    if (::kill(*pid, SIGTERM) != 0) {
+        Complain("cannot stop process " + std::to_string(*pid) + ": " + std::strerror(errno));
+        return errno == EPERM ? EXIT_PERMISSION : EXIT_FAILED;
+    }
+    (void)::alarm(STOP_LIMIT_MS / 1000); // a daemon that does not end is for a person to look at
+    return WaitUntilStopped(paths) ? EXIT_DONE : EXIT_FAILED;
+}
+
+ExitCode Down(const Context& context, bool all)
+{
+    if (!all) {
+        std::optional<DevicePaths> paths;
+        ExitCode code = FindDevice(context, paths);
+        return code == EXIT_DONE ? DownOne(*paths) : code;
+    }
+    ExitCode worst = EXIT_DONE;
+    for (const std::string& id : DevicePaths::Running()) {
+        ExitCode code = DownOne(DevicePaths(id));
+        worst = code == EXIT_DONE ? worst : code;
+    }
+    return worst;
+}
+
+ExitCode Devices(const Context& context)
+{
+    Json list = Json::Array();
+    for (const std::string& id : DevicePaths::All()) {
+        DevicePaths paths(id);
+        DeviceCard card = paths.ReadCard().value_or(DeviceCard{id, "", "", "", ""});
+        bool running = paths.IsRunning();
+        if (!context.json) {
+            PrintLine(id + "\t" + (running ? "running" : "stopped") + "\t" + Host::EscapeForTerminal(card.name));
+        }
+        list.Add(Json::Object().Put("id", id).Put("name", card.name).Put("type", card.type).Put("running", running));
+    }
+    if (context.json) {
+        PrintJson(list.Text());
+    }
+    return EXIT_DONE;
+}
+
+struct ContactOptions {
+    std::string account;
+    int id = 0;
+    std::string name;
+};
+
+// The file is shared by all devices of the user; running engines see the change.
+ExitCode AddContact(const ContactOptions& options)
+{
+    std::unique_ptr<cJSON, void (*)(cJSON*)> contacts(cJSON_Parse(ReadAll(DevicePaths::Contacts()).c_str()), cJSON_Delete);
+    if (!cJSON_IsObject(contacts.get())) {
+        contacts.reset(cJSON_CreateObject());
+    }
+    cJSON* contact = cJSON_CreateObject();
+    (void)cJSON_AddNumberToObject(contact, "id", options.id);
+    (void)cJSON_AddStringToObject(contact, "name", options.name.c_str());
+    cJSON_DeleteItemFromObjectCaseSensitive(contacts.get(), options.account.c_str());
+    (void)cJSON_AddItemToObject(contacts.get(), options.account.c_str(), contact);
+    std::unique_ptr<char, void (*)(void*)> text(cJSON_Print(contacts.get()), cJSON_free);
+    std::string temporary = DevicePaths::Contacts() + ".new";
+    {
+        std::ofstream file(temporary, std::ios::trunc);
+        file << text.get() << "\n";
+        if (!file.flush()) {
+            Complain(temporary + ": " + std::strerror(errno));
+            return EXIT_NO_SPACE;
+        }
+    }
+    if (std::rename(temporary.c_str(), DevicePaths::Contacts().c_str()) != 0) {
+        Complain(DevicePaths::Contacts() + ": " + std::strerror(errno));
+        return EXIT_NO_SPACE;
+    }
+    return EXIT_DONE;
+}
+
+} // namespace
+
+Action UpVerb(CLI::App& app)
+{
+    auto options = std::make_shared<UpOptions>();
+    app.add_option("--name", options->name, "the name that other devices show")->capture_default_str();
+    app.add_option("--type", options->type, "phone, tablet, pc, 2in1, watch, car or tv");
+    app.add_option("--account", options->account, "hash of the account that it is signed in with");
+    app.add_option("--log-level", options->logLevel, "debug, info, warn, error or fatal");
+    return [options](const Context& context) { return Up(context, *options); };
+}
+
+Action DownVerb(CLI::App& app)
+{
+    auto all = std::make_shared<bool>(false);
+    app.add_flag("--all", *all, "every device that runs");
+    return [all](const Context& context) { return Down(context, *all); };
+}
+
+Action DevicesVerb(CLI::App&)
+{
+    return Devices;
+}
+
+Action ContactVerb(CLI::App& app)
+{
+    auto options = std::make_shared<ContactOptions>();
+    app.add_option("account", options->account, "hash of the account")->required();
+    app.add_option("--id", options->id, "id of the contact; devices of one id are one entry")
+        ->required()
+        ->check(CLI::PositiveNumber);
+    app.add_option("--name", options->name, "name of the contact")->required();
+    return [options](const Context&) { return AddContact(*options); };
+}
+
+} // namespace OHOS::Pelago::Tools

@@ -1,0 +1,362 @@
+#include <chrono>
+#include <memory>
+
+#include "callback_stubs.h"
+#include "hilog/host_text.h"
+#include "host/ability_host.h"
+#include "host/device_control.h"
+#include "host/json_text.h"
+#include "output.h"
+#include "verbs.h"
+#include "watch.h"
+
+// Looking on: nothing here changes what is looked at, but for `watch --client`.
+namespace OHOS::Pelago::Tools {
+
+void WatchQueue::OnChanged(const std::string& json)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (waiting_.size() == MAX_WAITING) {
+        waiting_.pop_front();
+        ++dropped_;
+    }
+    waiting_.push_back(json);
+    changed_.notify_one();
+}
+
+void WatchQueue::Close()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    closed_ = true;
+    changed_.notify_one();
+}
+
+std::optional<std::string> WatchQueue::Take(int64_t untilMs)
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    auto ready = [this] { return !waiting_.empty() || closed_; };
+    if (untilMs < 0) {
+        changed_.wait(lock, ready);
+    } else {
+        (void)changed_.wait_for(lock, std::chrono::milliseconds(std::max<int64_t>(0, untilMs - NowMs())), ready);
+    }
+    if (waiting_.empty()) {
+        return std::nullopt;
+    }
+    std::string json = std::move(waiting_.front());
+    waiting_.pop_front();
+    return json;
+}
+
+size_t WatchQueue::TakeDropped()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return std::exchange(dropped_, 0);
+}
+
+namespace {
+
+using Host::Json;
+
+// Ends the wait when the device goes.
+class DeviceDeath : public IRemoteObject::DeathRecipient {
+public:
+    explicit DeviceDeath(const sptr<WatchQueue>& queue) : queue_(queue)
+    {
+    }
+    void OnRemoteDied(const wptr<IRemoteObject>&) override
+    {
+        queue_->Close();
+    }
+
+private:
+    const sptr<WatchQueue> queue_;
+};
+
+} // namespace
+
+ExitCode StartWatching(const Context& context, Connection& connection, const sptr<WatchQueue>& queue)
+{
+    std::optional<DevicePaths> paths;
+    if (ExitCode code = FindDevice(context, paths); code != EXIT_DONE) {
+        return code;
+    }
+    if (ExitCode code = Connection::Open(*paths, "owner", connection); code != EXIT_DONE) {
+        return code;
+    }
+    sptr<IRemoteObject> object = connection.samgr->GetSystemAbility(Host::AbilityId::DEVICE_CONTROL);
+    auto control = iface_cast<Host::IDeviceControl>(object);
+    if (control == nullptr || !object->AddDeathRecipient(new DeviceDeath(queue))) {
+        Complain("the device '" + paths->Id() + "' cannot be observed");
+        return EXIT_UNREACHABLE;
+    }
+    Host::ControlResult result = control->Watch(queue);
+    if (result != Host::ControlResult::DONE) {
+        Complain("the device '" + paths->Id() + "' refuses to be observed");
+    }
+    return static_cast<ExitCode>(result);
+}
+
+ExitCode WaitForState(const Context& context, const std::string& section,
+    const std::function<bool(const cJSON* state)>& wanted, int seconds)
+{
+    Connection connection;
+    sptr<WatchQueue> queue = new WatchQueue();
+    if (ExitCode code = StartWatching(context, connection, queue); code != EXIT_DONE) {
+        return code;
+    }
+    int64_t until = NowMs() + seconds * 1000LL;
+    while (auto message = queue->Take(until)) {
+        std::unique_ptr<cJSON, void (*)(cJSON*)> json(cJSON_Parse(message->c_str()), cJSON_Delete);
+        const cJSON* name = cJSON_GetObjectItemCaseSensitive(json.get(), "section");
+        if (cJSON_IsString(name) && section == name->valuestring &&
+            wanted(cJSON_GetObjectItemCaseSensitive(json.get(), "state"))) {
+            return EXIT_DONE;
+        }
+    }
+    return NowMs() >= until ? EXIT_TIMED_OUT : EXIT_UNREACHABLE;
+}
+
+namespace {
+
+// What a registered client hears, one JSON object each.
+class PrintingCallback : public TrellisCallbackStub {
+public:
+    void OnEnableStatusChanged() override
+    {
+        Print("OnEnableStatusChanged", Json::Object());
+    }
+    void OnDeviceFound(const ShareDeviceInfo& device) override
+    {
+        Print("OnDeviceFound", Of(device));
+    }
+    void OnDeviceLost(const ShareDeviceInfo& device) override
+    {
+        Print("OnDeviceLost", Of(device));
+    }
+    void OnTransStateChange(
+        const ShareDeviceInfo& device, int64_t state, int64_t stateValue, int64_t timeStamp) override
+    {
+        Json json = Of(device);
+        json.Put("event", state).Put("value", stateValue).Put("stamp", timeStamp);
+        Print("OnTransStateChange", std::move(json));
+    }
+    void OnSend(const ShareDeviceInfo& device, const SendBean& bean) override
+    {
+        Json json = Of(device);
+        json.Put("files", static_cast<int64_t>(bean.uriList.size()));
+        Print("OnSend", std::move(json));
+    }
+    void OnSendBytes(const ShareDeviceInfo& device, const BytesInfo&) override
+    {
+        Print("OnSendBytes", Of(device));
+    }
+    void OnCancel(const ShareDeviceInfo& device) override
+    {
+        Print("OnCancel", Of(device));
+    }
+    void OnSendFile(const ShareDeviceInfo& device, const DataBean&) override
+    {
+        Print("OnSendFile", Of(device));
+    }
+    void OnConnectHub(std::string name, int32_t value) override
+    {
+        Print("OnConnectHub", Json::Object().Put("name", name).Put("value", static_cast<int64_t>(value)));
+    }
+    void OnCorvaneIdHeadImageReceive(const ShareDeviceInfo& device, const std::string&) override
+    {
+        Print("OnCorvaneIdHeadImageReceive", Of(device));
+    }
+    void OnThermalLevelChanged(int32_t lastLevel, int32_t newLevel, int8_t, int8_t action) override
+    {
+        Json json = Json::Object();
+        json.Put("lastLevel", static_cast<int64_t>(lastLevel))
+            .Put("newLevel", static_cast<int64_t>(newLevel))
+            .Put("action", static_cast<int64_t>(action));
+        Print("OnThermalLevelChanged", std::move(json));
+    }
+    void OnSwingPop(const ShareDeviceInfo& device) override
+    {
+        Print("OnSwingPop", Of(device));
+    }
+    void OnReportSwingEvent(int32_t gesture, int32_t, int32_t, const std::string& concurrentId) override
+    {
+        Json json = Json::Object();
+        json.Put("gesture", static_cast<int64_t>(gesture)).Put("concurrentId", concurrentId);
+        Print("OnReportSwingEvent", std::move(json));
+    }
+    void OnSwitchNotifyComponent(int32_t component) override
+    {
+        Print("OnSwitchNotifyComponent",
+            Json::Object().Put("component", static_cast<int64_t>(component)));
+    }
+
+private:
+    static Json Of(const ShareDeviceInfo& device)
+    {
+        Json json = Json::Object();
+        json.Put("id", device.deviceId)
+            .Put("name", device.btName)
+            .Put("state", static_cast<int64_t>(device.deviceState))
+            .Put("percent", static_cast<int64_t>(device.percent))
+            .Put("speed", static_cast<int64_t>(device.speed));
+        return json;
+    }
+    static void Print(const char* callback, Json&& arguments)
+    {
+        Print(callback, arguments);
+    }
+    static void Print(const char* callback, Json& arguments)
+    {
+        PrintJson(Json::Object().Put("callback", callback).Put("arguments", arguments).Text());
+    }
+};
+
+ExitCode Watch(const Context& context, bool asClient)
+{
+    Connection connection;
+    sptr<WatchQueue> queue = new WatchQueue();
+    if (ExitCode code = StartWatching(context, connection, queue); code != EXIT_DONE) {
+        return code;
+    }
+    sptr<PrintingCallback> callback = new PrintingCallback();
+    if (asClient) {
+        Say("registered as a client: the service counts one more");
+        if (!connection.service->RegisterTrellisCallback(callback)) {
+            return ExplainFailure("registering");
+        }
+    }
+    while (auto message = queue->Take(-1)) {
+        if (size_t dropped = queue->TakeDropped(); dropped > 0) {
+            Say(std::to_string(dropped) + " changes came faster than they could be printed and were dropped");
+        }
+        PrintJson(*message);
+    }
+    Complain("the device has gone");
+    return EXIT_UNREACHABLE;
+}
+
+struct WaitOptions {
+    std::string what;
+    std::string name;
+    int seconds = 30;
+};
+
+bool HasPeer(const cJSON* peers, const std::string& wanted)
+{
+    const cJSON* peer = nullptr;
+    cJSON_ArrayForEach(peer, peers)
+    {
+        for (const char* key : {"id", "name", "contact"}) {
+            const cJSON* value = cJSON_GetObjectItemCaseSensitive(peer, key);
+            if (cJSON_IsString(value) && wanted == value->valuestring) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+ExitCode WaitFor(const Context& context, const WaitOptions& options)
+{
+    ExitCode code = EXIT_USAGE;
+    if (options.what == "peer") {
+        code = WaitForState(
+            context, "peers", [&options](const cJSON* peers) { return HasPeer(peers, options.name); }, options.seconds);
+    } else {
+        int wanted = options.what == "on" ? 1 : 2;
+        auto isSo = [wanted](const cJSON* state) {
+            const cJSON* value = cJSON_GetObjectItemCaseSensitive(state, "enableState");
+            return cJSON_IsNumber(value) && value->valueint == wanted;
+        };
+        code = WaitForState(context, "switch", isSo, options.seconds);
+    }
+    if (code == EXIT_TIMED_OUT) {
+        Complain("it did not come to that in " + std::to_string(options.seconds) + " s");
+    }
+    return code;
+}
+
+// Runs a command of the device's control and prints what it found.
+ExitCode RunControl(const Context& context, const std::vector<std::string>& words)
+{
+    Host::ControlAnswer answer;
+    ExitCode code = Control(context, words, answer);
+    if (code == EXIT_DONE && !answer.json.empty()) {
+        PrintJson(answer.json);
+    }
+    return code;
+}
+
+ExitCode Log(const Context& context, const std::vector<std::string>& words)
+{
+    std::vector<std::string> command{"log"};
+    command.insert(command.end(), words.begin(), words.end());
+    Host::ControlAnswer answer;
+    if (ExitCode code = Control(context, command, answer); code != EXIT_DONE || answer.json.empty()) {
+        return code;
+    }
+    if (context.json) {
+        PrintJson(answer.json);
+        return EXIT_DONE;
+    }
+    std::unique_ptr<cJSON, void (*)(cJSON*)> lines(cJSON_Parse(answer.json.c_str()), cJSON_Delete);
+    const cJSON* entry = nullptr;
+    cJSON_ArrayForEach(entry, lines.get())
+    {
+        const cJSON* line = cJSON_GetObjectItemCaseSensitive(entry, "line");
+        PrintLine(cJSON_IsString(line) ? Host::EscapeForTerminal(line->valuestring) : "");
+    }
+    return EXIT_DONE;
+}
+
+} // namespace
+
+Action WatchVerb(CLI::App& app)
+{
+    auto asClient = std::make_shared<bool>(false);
+    app.add_flag("--client", *asClient, "register as a client too, and print what clients are told");
+    return [asClient](const Context& context) { return Watch(context, *asClient); };
+}
+
+Action WaitForVerb(CLI::App& app)
+{
+    auto options = std::make_shared<WaitOptions>();
+    app.add_option("what", options->what, "on, off, or peer NAME")->required()->check(CLI::IsMember({"on", "off", "peer"}));
+    app.add_option("name", options->name, "id, name or contact of the peer");
+    app.add_option("--timeout", options->seconds, "seconds")->capture_default_str();
+    return [options](const Context& context) { return WaitFor(context, *options); };
+}
+
+Action DumpVerb(CLI::App&)
+{
+    return [](const Context& context) { return RunControl(context, {"dump"}); };
+}
+
+Action LogVerb(CLI::App& app)
+{
+    auto words = std::make_shared<std::vector<std::string>>();
+    app.add_option("words", *words, "AFTER: only lines behind that number; level LEVEL: what is kept from now on");
+    return [words](const Context& context) { return Log(context, *words); };
+}
+
+Action EventsVerb(CLI::App& app)
+{
+    auto after = std::make_shared<std::string>("0");
+    app.add_option("after", *after, "only events behind that number")->capture_default_str();
+    return [after](const Context& context) { return RunControl(context, {"events", *after}); };
+}
+
+Action SimVerb(CLI::App& app)
+{
+    app.prefix_command(); // the words are the device's to read, dashes and all
+    app.fallthrough(false);
+    return [&app](const Context& context) {
+        std::vector<std::string> words{"sim"};
+        std::vector<std::string> rest = app.remaining();
+        words.insert(words.end(), rest.begin(), rest.end());
+        return RunControl(context, words);
+    };
+}
+
+} // namespace OHOS::Pelago::Tools

@@ -1,0 +1,546 @@
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <csignal>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <mutex>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "callback_stubs.h"
+#include "hilog/host_text.h"
+#include "host/json_text.h"
+#include "output.h"
+#include "share_constants.h"
+#include "trellis_service_proxy.h"
+#include "verbs.h"
+
+// Discovering peers, and sending to them.
+namespace OHOS::Pelago::Tools {
+namespace {
+
+using Host::EscapeForTerminal;
+using Host::Json;
+
+constexpr const char* PACKAGE_NAME = "pelago.cli";
+constexpr int64_t STALL_MS = 5000;
+constexpr int64_t TICK_MS = 200; // how often a running send looks at its clock and at Ctrl-C
+
+// What the payload is, as the engine and the receiver's extension read it.
+constexpr int32_t MODULE_CLI = 0;
+constexpr int32_t TYPE_FILES = 0;
+constexpr int32_t TYPE_TEXT = 1;
+
+std::atomic<bool> g_interrupted{false};
+
+void OnInterrupt(int)
+{
+    g_interrupted = true;
+}
+
+Json PeerJson(const ShareDeviceInfo& peer)
+{
+    Json json = Json::Object();
+    json.Put("id", peer.deviceId)
+        .Put("name", peer.btName)
+        .Put("contact", peer.contactInfo.name)
+        .Put("type", static_cast<int64_t>(peer.deviceType))
+        .Put("state", static_cast<int64_t>(peer.deviceState));
+    return json;
+}
+
+// A registered client that knows the peers as the service tells them. Filled on IPC threads, asked by the verb.
+class Discoverer : public TrellisCallbackStub {
+public:
+    using Listener = std::function<void(const char* what, const ShareDeviceInfo& peer)>;
+
+    // `listener` runs on IPC threads, one call at a time.
+    explicit Discoverer(Listener listener = {}) : listener_(std::move(listener))
+    {
+    }
+
+    void OnDeviceFound(const ShareDeviceInfo& device) override
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        peers_[device.deviceId] = device;
+        Tell("found", device);
+    }
+    void OnDeviceLost(const ShareDeviceInfo& device) override
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        peers_.erase(device.deviceId);
+        lost_ = device.deviceId;
+        Tell("lost", device);
+    }
+    void OnTransStateChange(const ShareDeviceInfo& device, int64_t, int64_t, int64_t) override
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        peers_[device.deviceId] = device;
+        ++reports_;
+        Tell("changed", device);
+    }
+    void OnEnableStatusChanged() override
+    {
+    }
+    void OnSend(const ShareDeviceInfo&, const SendBean&) override
+    {
+    }
+    void OnSendBytes(const ShareDeviceInfo&, const BytesInfo&) override
+    {
+    }
+    void OnSendFile(const ShareDeviceInfo&, const DataBean&) override
+    {
+    }
+    void OnCancel(const ShareDeviceInfo& device) override
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        cancelled_ = device.deviceId;
+        changed_.notify_all();
+    }
+    void OnConnectHub(std::string, int32_t) override
+    {
+    }
+    void OnCorvaneIdHeadImageReceive(const ShareDeviceInfo&, const std::string&) override
+    {
+    }
+    void OnThermalLevelChanged(int32_t, int32_t, int8_t, int8_t) override
+    {
+    }
+    void OnSwingPop(const ShareDeviceInfo&) override
+    {
+    }
+    void OnReportSwingEvent(int32_t, int32_t, int32_t, const std::string&) override
+    {
+    }
+    void OnSwitchNotifyComponent(int32_t) override
+    {
+    }
+
+    // The peer of this id, name or contact; waits for it. Nothing when it does not come.
+    std::optional<ShareDeviceInfo> WaitForPeer(const std::string& wanted, int64_t untilMs)
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        std::optional<ShareDeviceInfo> found;
+        auto come = [&] {
+            auto peer = std::find_if(peers_.begin(), peers_.end(), [&wanted](const auto& entry) {
+                const ShareDeviceInfo& device = entry.second;
+                return wanted == device.deviceId || wanted == device.btName || wanted == device.contactInfo.name;
+            });
+            if (peer != peers_.end()) {
+                found = peer->second;
+            }
+            return found.has_value();
+        };
+        (void)changed_.wait_for(lock, std::chrono::milliseconds(std::max<int64_t>(0, untilMs - NowMs())), come);
+        return found;
+    }
+    // The entry as it is now; waits a moment for a change first.
+    ShareDeviceInfo WaitForChange(const std::string& id, size_t& seenReports)
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        (void)changed_.wait_for(lock, std::chrono::milliseconds(TICK_MS),
+            [&] { return reports_ != seenReports || lost_ == id || cancelled_ == id; });
+        seenReports = reports_;
+        auto peer = peers_.find(id);
+        return peer == peers_.end() ? last_[id] : (last_[id] = peer->second);
+    }
+    bool IsLost(const std::string& id)
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return lost_ == id;
+    }
+    bool IsCancelled(const std::string& id)
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return cancelled_ == id;
+    }
+
+private:
+    void Tell(const char* what, const ShareDeviceInfo& peer)
+    {
+        changed_.notify_all();
+        if (listener_) {
+            listener_(what, peer);
+        }
+    }
+
+    const Listener listener_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::map<std::string, ShareDeviceInfo> peers_;
+    std::map<std::string, ShareDeviceInfo> last_;
+    std::string lost_;
+    std::string cancelled_;
+    size_t reports_ = 0;
+};
+
+// A client that discovers for as long as it lives.
+class Session {
+public:
+    [[nodiscard]] ExitCode Open(const Context& context, const sptr<Discoverer>& discoverer)
+    {
+        std::optional<DevicePaths> paths;
+        if (ExitCode code = FindDevice(context, paths); code != EXIT_DONE) {
+            return code;
+        }
+        if (ExitCode code = Connection::Open(*paths, "owner", connection_); code != EXIT_DONE) {
+            return code;
+        }
+        if (!Service()->RegisterTrellisCallback(discoverer)) {
+            return ExplainFailure("registering with the service");
+        }
+        discoverer_ = discoverer;
+        if (!Service()->StartDiscovery()) {
+            ExitCode code = ExplainFailure("discovering");
+            if (code == EXIT_FAILED && !Service()->IsEnabled()) {
+                Complain("sharing is off; switch it on with: pelago on");
+            }
+            return code;
+        }
+        return EXIT_DONE;
+    }
+    ~Session()
+    {
+        if (discoverer_ != nullptr) {
+            (void)Service()->StopDiscovery(); // refused while other clients discover
+            (void)Service()->UnRegisterTrellisCallback(discoverer_);
+        }
+    }
+    const sptr<ITrellisService>& Service() const
+    {
+        return connection_.service;
+    }
+
+private:
+    Connection connection_;
+    sptr<Discoverer> discoverer_;
+};
+
+struct NearbyOptions {
+    bool watch = false;
+    int seconds = 2;
+};
+
+void PrintPeer(const Context& context, const char* what, const ShareDeviceInfo& peer)
+{
+    if (context.json) {
+        PrintJson(Json::Object().Put("what", what).Put("peer", PeerJson(peer)).Text());
+        return;
+    }
+    std::string name = peer.contactInfo.name.empty() ? peer.btName : peer.contactInfo.name;
+    PrintLine(std::string(what) + "\t" + EscapeForTerminal(peer.deviceId) + "\t" + EscapeForTerminal(name));
+}
+
+void SleepUnlessInterrupted(int64_t untilMs)
+{
+    while (!g_interrupted && (untilMs < 0 || NowMs() < untilMs)) {
+        (void)::usleep(static_cast<useconds_t>(TICK_MS * 1000)); // ends early with a signal, which is what it is for
+    }
+}
+
+ExitCode Nearby(const Context& context, const NearbyOptions& options)
+{
+    (void)std::signal(SIGINT, OnInterrupt);
+    sptr<Discoverer> discoverer = options.watch
+                                      ? new Discoverer([&context](const char* what, const ShareDeviceInfo& peer) {
+                                            PrintPeer(context, what, peer);
+                                        })
+                                      : new Discoverer();
+    Session session;
+    if (ExitCode code = session.Open(context, discoverer); code != EXIT_DONE) {
+        return code;
+    }
+    SleepUnlessInterrupted(options.watch ? -1 : NowMs() + options.seconds * 1000LL);
+    if (!options.watch) {
+        for (const ShareDeviceInfo& peer : session.Service()->GetAllUserList()) {
+            PrintPeer(context, "peer", peer);
+        }
+    }
+    return g_interrupted && !options.watch ? EXIT_INTERRUPTED : EXIT_DONE;
+}
+
+// How a send can end, by the state that the entry shows.
+struct Ending {
+    int32_t state;
+    ExitCode code;
+    const char* text;
+};
+
+constexpr Ending ENDINGS[] = {
+    {DeviceState::SUCCEEDED, EXIT_DONE, "sent"},
+    {DeviceState::REFUSED, EXIT_REFUSED, "the receiver refused"},
+    {DeviceState::DECLINED, EXIT_REFUSED, "the receiver declined"},
+    {DeviceState::CANCELLED, EXIT_CANCELLED, "cancelled"},
+    {DeviceState::FAILED, EXIT_FAILED, "failed: the peer went away or a file could not be read or written"},
+    {DeviceState::NO_ANSWER, EXIT_TIMED_OUT, "nobody answered"},
+    {DeviceState::BUSY, EXIT_FAILED, "the receiver is busy with another offer"},
+    {DeviceState::NO_SPACE, EXIT_NO_SPACE, "the receiver has no space"},
+    {DeviceState::ENDED_BY_2008, EXIT_FAILED, "the engine ended it (2008)"},
+    {DeviceState::ENDED_BY_1019, EXIT_FAILED, "the engine ended it (1019)"},
+};
+
+const Ending* EndingOf(int32_t state)
+{
+    auto found = std::find_if(
+        std::begin(ENDINGS), std::end(ENDINGS), [state](const Ending& ending) { return ending.state == state; });
+    return found == std::end(ENDINGS) ? nullptr : found;
+}
+
+struct SendOptions {
+    std::vector<std::string> files;
+    std::string text;
+    std::string to;
+    bool uris = false;
+    int seconds = 10;
+};
+
+// What is sent, with the descriptors that it holds open.
+class Payload {
+public:
+    Payload() = default;
+    ~Payload()
+    {
+        for (const FileHolder& file : bean.uriList) {
+            (void)::close(file.fileFd); // read only: nothing to lose
+        }
+    }
+    Payload(const Payload&) = delete;
+    Payload& operator=(const Payload&) = delete;
+
+    // Complains and gives false when a file cannot be sent.
+    [[nodiscard]] bool Add(const std::string& path, bool asUri)
+    {
+        int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+        struct stat status {};
+        if (fd < 0 || ::fstat(fd, &status) != 0) {
+            Complain(path + ": " + std::strerror(errno));
+            return false;
+        }
+        if (!S_ISREG(status.st_mode)) {
+            (void)::close(fd);
+            Complain(path + " is not a regular file");
+            return false;
+        }
+        bean.totalSize += status.st_size;
+        ++bean.totalNum;
+        std::string name = path.substr(path.rfind('/') + 1);
+        if (asUri) {
+            (void)::close(fd);
+            return AddUri(path, name, status.st_size);
+        }
+        FileHolder holder;
+        holder.fileName_ = name;
+        holder.fileSize_ = status.st_size;
+        holder.fileFd = fd;
+        bean.uriList.push_back(holder);
+        return true;
+    }
+
+    SendBean bean;
+    DataBean data;
+
+private:
+    bool AddUri(const std::string& path, const std::string& name, int64_t size)
+    {
+        std::unique_ptr<char, void (*)(void*)> absolute(::realpath(path.c_str(), nullptr), std::free);
+        if (absolute == nullptr) {
+            Complain(path + ": " + std::strerror(errno));
+            return false;
+        }
+        FileItem item;
+        item.fileUri_ = std::string("file://") + absolute.get();
+        item.fileName_ = name;
+        item.fileSize_ = size;
+        data.fileItems.push_back(item);
+        data.totalNum = static_cast<int32_t>(data.fileItems.size());
+        data.totalSize += size;
+        return true;
+    }
+};
+
+[[nodiscard]] ExitCode Fill(const SendOptions& options, Payload& payload)
+{
+    if (options.files.size() > MAX_SHARED_FILES) {
+        Complain("at most " + std::to_string(MAX_SHARED_FILES) + " files go in one send");
+        return EXIT_LIMIT;
+    }
+    for (const std::string& path : options.files) {
+        if (!payload.Add(path, options.uris)) {
+            return EXIT_NO_SPACE;
+        }
+    }
+    payload.bean.sendModule = MODULE_CLI;
+    payload.bean.sendType = options.files.empty() ? TYPE_TEXT : TYPE_FILES;
+    payload.bean.text = options.text;
+    payload.data.sendModule = MODULE_CLI;
+    payload.data.text = options.text;
+    return EXIT_DONE;
+}
+
+// Follows a send to its end: draws the bar, says a stall in words, and cancels on Ctrl-C.
+class Follower {
+public:
+    Follower(const ShareDeviceInfo& peer, int64_t totalBytes)
+        : peer_(peer), bar_(EscapeForTerminal(Name(peer)), totalBytes)
+    {
+    }
+
+    const Ending& Follow(Discoverer& discoverer, ITrellisService& service)
+    {
+        size_t seen = 0;
+        int64_t changedAt = NowMs();
+        for (;;) {
+            size_t before = seen;
+            ShareDeviceInfo now = discoverer.WaitForChange(peer_.deviceId, seen);
+            if (const Ending* ending = EndingOf(now.deviceState); ending != nullptr) {
+                bar_.End();
+                return *ending;
+            }
+            if (discoverer.IsCancelled(peer_.deviceId)) {
+                bar_.End();
+                return *EndingOf(DeviceState::CANCELLED);
+            }
+            if (discoverer.IsLost(peer_.deviceId)) {
+                bar_.End();
+                return *EndingOf(DeviceState::FAILED);
+            }
+            if (g_interrupted.exchange(false)) {
+                (void)service.Cancel(peer_); // it may just have ended
+                interrupted_ = true;
+            }
+            changedAt = seen == before ? changedAt : NowMs();
+            Show(now, NowMs() - changedAt);
+        }
+    }
+    bool WasInterrupted() const
+    {
+        return interrupted_;
+    }
+
+private:
+    static std::string Name(const ShareDeviceInfo& peer)
+    {
+        return peer.contactInfo.name.empty() ? peer.btName : peer.contactInfo.name;
+    }
+    void Show(const ShareDeviceInfo& now, int64_t quietMs)
+    {
+        if (now.deviceState == DeviceState::TRANSFERRING) {
+            if (quietMs >= STALL_MS) {
+                Note("no progress for " + SecondsText(quietMs / 1000));
+            } else {
+                bar_.Show(now.percent, now.speed);
+            }
+        } else {
+            Note("waiting for an answer");
+        }
+    }
+    void Note(const std::string& text)
+    {
+        if (text != noted_) {
+            noted_ = text;
+            bar_.Note(text);
+        }
+    }
+
+    const ShareDeviceInfo peer_;
+    ProgressBar bar_;
+    std::string noted_;
+    bool interrupted_ = false;
+};
+
+ExitCode Send(const Context& context, const SendOptions& options)
+{
+    if (options.files.empty() && options.text.empty()) {
+        Complain("nothing to send; name files, or a text with --text");
+        return EXIT_USAGE;
+    }
+    Payload payload;
+    if (ExitCode code = Fill(options, payload); code != EXIT_DONE) {
+        return code;
+    }
+    (void)std::signal(SIGINT, OnInterrupt);
+    sptr<Discoverer> discoverer = new Discoverer();
+    Session session;
+    if (ExitCode code = session.Open(context, discoverer); code != EXIT_DONE) {
+        return code;
+    }
+    auto peer = discoverer->WaitForPeer(options.to, NowMs() + options.seconds * 1000LL);
+    if (!peer.has_value()) {
+        Complain("there is no peer '" + EscapeForTerminal(options.to) + "'; see who is there with: pelago nearby");
+        return EXIT_NO_SUCH;
+    }
+    (void)session.Service()->PrepareSend(*peer); // always true
+    bool taken = options.uris ? session.Service()->SendFile(*peer, payload.data, PACKAGE_NAME)
+                              : session.Service()->Send(*peer, payload.bean, PACKAGE_NAME);
+    if (!taken) {
+        return ExplainFailure("sending");
+    }
+    Follower follower(*peer, payload.bean.totalSize);
+    const Ending& ending = follower.Follow(*discoverer, *session.Service().GetRefPtr());
+    if (context.json) {
+        PrintJson(Json::Object()
+                      .Put("peer", PeerJson(*peer))
+                      .Put("ending", ending.text)
+                      .Put("state", static_cast<int64_t>(ending.state))
+                      .Put("bytes", payload.bean.totalSize)
+                      .Text());
+    } else {
+        Say(EscapeForTerminal(options.to) + ": " + ending.text);
+    }
+    return follower.WasInterrupted() ? EXIT_INTERRUPTED : ending.code;
+}
+
+ExitCode Cancel(const Context& context, const std::string& to)
+{
+    std::optional<DevicePaths> paths;
+    if (ExitCode code = FindDevice(context, paths); code != EXIT_DONE) {
+        return code;
+    }
+    Connection connection;
+    if (ExitCode code = Connection::Open(*paths, "owner", connection); code != EXIT_DONE) {
+        return code;
+    }
+    for (const ShareDeviceInfo& peer : connection.service->GetAllUserList()) {
+        if (to == peer.deviceId || to == peer.btName || to == peer.contactInfo.name) {
+            return connection.service->Cancel(peer) ? EXIT_DONE : ExplainFailure("cancelling");
+        }
+    }
+    Complain("there is no peer '" + EscapeForTerminal(to) + "'");
+    return EXIT_NO_SUCH;
+}
+
+} // namespace
+
+Action NearbyVerb(CLI::App& app)
+{
+    auto options = std::make_shared<NearbyOptions>();
+    app.add_flag("--watch", options->watch, "go on printing who comes and goes");
+    app.add_option("--for", options->seconds, "how many seconds to look")->capture_default_str();
+    return [options](const Context& context) { return Nearby(context, *options); };
+}
+
+Action SendVerb(CLI::App& app)
+{
+    auto options = std::make_shared<SendOptions>();
+    app.add_option("files", options->files, "regular files, at most 500");
+    app.add_option("--text", options->text, "a text, with files or alone");
+    app.add_option("--to", options->to, "id, name or contact of the peer")->required();
+    app.add_flag("--uri", options->uris, "hand the files over by name instead of by descriptor");
+    app.add_option("--wait", options->seconds, "how many seconds to look for the peer")->capture_default_str();
+    return [options](const Context& context) { return Send(context, *options); };
+}
+
+Action CancelVerb(CLI::App& app)
+{
+    auto to = std::make_shared<std::string>();
+    app.add_option("--to", *to, "id, name or contact of the peer")->required();
+    return [to](const Context& context) { return Cancel(context, *to); };
+}
+
+} // namespace OHOS::Pelago::Tools

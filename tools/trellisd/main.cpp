@@ -1,0 +1,119 @@
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+
+#include "daemon.h"
+
+namespace OHOS::Pelago::Tools {
+namespace {
+
+constexpr int EXIT_USAGE = 2;
+
+// Tells a service manager that started us, if there is one.
+void NotifyServiceManager(const std::string& message)
+{
+    const char* path = std::getenv("NOTIFY_SOCKET"); // NOLINT(concurrency-mt-unsafe): nobody sets it
+    if (path == nullptr || (path[0] != '/' && path[0] != '@')) {
+        return;
+    }
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::string name = path;
+    if (name.size() >= sizeof(address.sun_path)) {
+        return;
+    }
+    name.copy(address.sun_path, name.size());
+    if (address.sun_path[0] == '@') {
+        address.sun_path[0] = '\0';
+    }
+    int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) {
+        return;
+    }
+    auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + name.size());
+    // Nobody hears it: then nobody waits for it either.
+    (void)::sendto(fd, message.data(), message.size(), MSG_NOSIGNAL, reinterpret_cast<sockaddr*>(&address), length);
+    (void)::close(fd);
+}
+
+sigset_t BlockEndSignals()
+{
+    sigset_t signals;
+    (void)sigemptyset(&signals);
+    (void)sigaddset(&signals, SIGTERM);
+    (void)sigaddset(&signals, SIGINT);
+    (void)sigaddset(&signals, SIGHUP);
+    (void)pthread_sigmask(SIG_BLOCK, &signals, nullptr); // before the first thread, so that all have it
+    return signals;
+}
+
+void SayReady(int readyFd, const Daemon& daemon)
+{
+    std::string line = "ready " + daemon.Paths().Id() + "\n";
+    if (readyFd >= 0) {
+        (void)!::write(readyFd, line.data(), line.size()); // whoever waited may have gone
+        (void)::close(readyFd);
+    } else {
+        (void)std::fputs(line.c_str(), stdout);
+        (void)std::fflush(stdout);
+    }
+    NotifyServiceManager("READY=1\n");
+}
+
+int Run(DaemonOptions options, int readyFd)
+{
+    sigset_t signals = BlockEndSignals();
+    Daemon daemon(std::move(options));
+    if (std::string reason = daemon.Start(); !reason.empty()) {
+        (void)std::fprintf(stderr, "trellisd: %s\n", reason.c_str());
+        (void)daemon.Stop(); // it fails as it is
+        return EXIT_FAILURE;
+    }
+    SayReady(readyFd, daemon);
+    int signal = 0;
+    (void)sigwait(&signals, &signal);
+    NotifyServiceManager("STOPPING=1\n");
+    if (!daemon.Stop()) {
+        (void)std::fprintf(stderr, "trellisd: some threads did not end in time\n");
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}
+
+} // namespace
+} // namespace OHOS::Pelago::Tools
+
+int main(int argc, char** argv)
+{
+    using namespace OHOS::Pelago::Tools;
+    DaemonOptions options;
+    int readyFd = -1;
+    CLI::App app("One Pelago device, in the foreground: the front service, the local share engine and the sockets that clients "
+                 "come through. Says \"ready ID\" when it is up, and ends cleanly on SIGTERM.");
+    app.add_option("--id", options.card.id, "which device: [a-z0-9-], names its folders")->required();
+    app.add_option("--name", options.card.name, "the name that other devices show; remembered");
+    app.add_option("--type", options.card.type, "phone, tablet, pc, 2in1, watch, car or tv; remembered");
+    app.add_option("--account", options.card.account, "hash of the account that it is signed in with; remembered");
+    app.add_option("--log-level", options.logLevel, "debug, info, warn, error or fatal")
+        ->check(CLI::IsMember({"debug", "info", "warn", "error", "fatal"}));
+    app.add_option("--log-file", options.logFile, "append the log to this file");
+    app.add_flag("--log-stderr", options.logToStderr, "write the log to standard error");
+    app.add_option("--ready-fd", readyFd, "say that it is ready there instead of on standard output");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? EXIT_SUCCESS : EXIT_USAGE;
+    }
+    if (!DevicePaths::IsValidId(options.card.id)) {
+        (void)std::fprintf(stderr, "trellisd: a device's id is 1 to %zu of a-z, 0-9 and dash\n", MAX_DEVICE_ID);
+        return EXIT_USAGE;
+    }
+    return Run(std::move(options), readyFd);
+}
