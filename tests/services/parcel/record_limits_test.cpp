@@ -14,7 +14,7 @@ constexpr size_t ABOVE_DEFAULT = Parcel::DEFAULT_MAX_CAPACITY + 1;
 SendBean BeanOf(size_t files)
 {
     SendBean bean;
-    bean.uriList.assign(files, Sample<FileHolder>::Make());
+    bean.uriList.assign(files, Sample<FileHolder>());
     return bean;
 }
 
@@ -68,8 +68,8 @@ TEST(SendBeanLimits, FilesReadBeforeAFailureStayInTheRecord)
     {
         MessageParcel parcel;
         WriteFrontWithCount(parcel, 3);
-        ASSERT_TRUE(Sample<FileHolder>::Make().WriteToParcel(parcel));
-        ASSERT_TRUE(Sample<FileHolder>::Make().WriteToParcel(parcel));
+        ASSERT_TRUE(Sample<FileHolder>().WriteToParcel(parcel));
+        ASSERT_TRUE(Sample<FileHolder>().WriteToParcel(parcel));
         SendBean bean;
         EXPECT_FALSE(bean.ReadFromParcel(parcel));
         ASSERT_EQ(bean.uriList.size(), 2U);
@@ -98,7 +98,7 @@ TEST(DataBeanLimits, TheReaderGoesByTotalNum)
         SCOPED_TRACE(row.name);
         DataBean bean;
         bean.totalNum = row.totalNum;
-        bean.fileItems.assign(row.items, Sample<FileItem>::Make());
+        bean.fileItems.assign(row.items, Sample<FileItem>());
         MessageParcel parcel;
         ASSERT_TRUE(bean.WriteToParcel(parcel));
         DataBean other;
@@ -113,7 +113,7 @@ TEST(DataBeanLimits, TheReaderGoesByTotalNum)
 
 TEST(FileHolderDescriptors, NoneCannotBeWrittenButCanBeRead)
 {
-    FileHolder holder = Sample<FileHolder>::Make();
+    FileHolder holder = Sample<FileHolder>();
     holder.SetFileFd(-1);
     LogTap tap;
     MessageParcel refused;
@@ -131,7 +131,7 @@ TEST(FileHolderDescriptors, NoneCannotBeWrittenButCanBeRead)
 // A holder that is read over does not close the number that it had, whether the read succeeds or not.
 TEST(FileHolderDescriptors, ANumberThatWasNotReadIsLeftOpen)
 {
-    FileHolder holder = Sample<FileHolder>::Make();
+    FileHolder holder = Sample<FileHolder>();
     MessageParcel empty;
     EXPECT_FALSE(holder.ReadFromParcel(empty));
     EXPECT_NE(fcntl(SomeFile(), F_GETFD), -1);

@@ -63,7 +63,7 @@ TEST(ShareDeviceInfoValues, DiscoverersComeAndGoAsBitsAndInTheLog)
 
 TEST(ShareDeviceValues, BecomesWhatClientsSee)
 {
-    sptr<ShareDevice> device = MakeSptr<ShareDevice>(Sample<ShareDevice>::Make());
+    sptr<ShareDevice> device = MakeSptr<ShareDevice>(Sample<ShareDevice>());
     device->nearbyVersion = 9; // is not taken over
     device->ohFlag = 2;
     device->isSameAccount = true;
@@ -76,7 +76,7 @@ TEST(ShareDeviceValues, BecomesWhatClientsSee)
     expected.avatar = "HASH";
     expected.lastSharedTime = 1700000000123;
     expected.isSameAccount = true;
-    expected.contactInfo = Sample<ContactInfo>::Make();
+    expected.contactInfo = Sample<ContactInfo>();
     expected.isOHDevice = true;
     expected.discoveredBy = 6;
     expected.capability = 5;
@@ -92,7 +92,7 @@ TEST(ShareDeviceValues, BecomesWhatClientsSee)
 
 TEST(ShareDeviceValues, ComesOutOfAParcelWholeOrNotAtAll)
 {
-    ShareDevice sent = Sample<ShareDevice>::Make();
+    ShareDevice sent = Sample<ShareDevice>();
     sent.ohFlag = 1;
     sent.isSameAccount = true;
     sent.deviceType_ = 2575;
@@ -112,8 +112,6 @@ TEST(ShareDeviceValues, TheForeignTabletTypeIsKnownToDevicesOnly)
     ShareDevice device;
     device.SetDeviceType(2575);
     EXPECT_EQ(device.GetDeviceType(), 17);
-    device.SetDeviceType(2574);
-    EXPECT_EQ(device.GetDeviceType(), 2574);
     ShareDeviceInfo info;
     info.SetDeviceType(2575);
     EXPECT_EQ(info.GetDeviceType(), 2575);
@@ -121,26 +119,37 @@ TEST(ShareDeviceValues, TheForeignTabletTypeIsKnownToDevicesOnly)
 
 TEST(ShareAccountInfoValues, IsTheAccountOfTheUser)
 {
-    AccountSA::OhosAccountInfo account;
-    account.name_ = "ada@home";
-    account.uid_ = "HASH";
-    account.status_ = 2;
-    account.callingUid_ = 1000;
-    account.nickname_ = "ada";
-    account.avatar_ = "face";
+    const AccountSA::OhosAccountInfo account = {"ada@home", "HASH", 2, 1000, "ada", "face"};
     const ShareAccountInfo info = ShareAccountInfo::ConvertToShareAccountInfo(account);
-    EXPECT_EQ(info.corvaneAccountID, "ada@home");
-    EXPECT_EQ(info.corvaneAccountIDHash, "HASH");
+    EXPECT_EQ(info.corvaneAccountID + "," + info.corvaneAccountIDHash + "," + info.nickName + "," + info.avatar,
+        "ada@home,HASH,ada,face");
     EXPECT_EQ(info.status, 2);
     EXPECT_EQ(info.callingUid, 1000);
-    EXPECT_EQ(info.nickName, "ada");
-    EXPECT_EQ(info.avatar, "face");
+}
+
+TEST(RecordDefaults, TellThatNothingIsKnown)
+{
+    const ShareDeviceInfo info;
+    EXPECT_EQ(info.deviceId, "DeviceIdentity");
+    EXPECT_EQ(info.colorId, -1);
+    EXPECT_EQ(info.deviceState, DeviceState::IDLE);
+    EXPECT_EQ(info.deviceType, 1);
+    EXPECT_EQ(info.discoveredBy, 1U);
+    EXPECT_TRUE(info.isOHDevice);
+    EXPECT_EQ(ShareDevice().discoveredBy_, 1U);
+    EXPECT_EQ(ShareDevice().actionAddrHandle, -1);
+    EXPECT_EQ(ShareAccountInfo().callingUid, -1);
+    EXPECT_EQ(FileHolder().fileFd, -1);
+    EXPECT_EQ(SendBean().sendModule, -1);
+    EXPECT_EQ(DataBean().sendModule, 0);
+    EXPECT_EQ(BytesInfo().bytesType, -1);
+    EXPECT_EQ(RecvPreview().recvType_, -1);
 }
 
 TEST(RecvPreviewValues, TheDeviceStatusOfAReadRecordIsOne)
 {
     MessageParcel parcel;
-    ASSERT_TRUE(Sample<RecvPreview>::Make().WriteToParcel(parcel)); // whose own is 9
+    ASSERT_TRUE(Sample<RecvPreview>().WriteToParcel(parcel)); // whose own is 9
     RecvPreview preview;
     ASSERT_TRUE(preview.ReadFromParcel(parcel));
     EXPECT_EQ(preview.GetDeviceStatus(), 1);

@@ -1,6 +1,7 @@
 #ifndef PELAGO_TESTS_SCRIPTED_ENGINE_H
 #define PELAGO_TESTS_SCRIPTED_ENGINE_H
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -19,7 +20,7 @@ struct ScriptedTransfer {
     std::string kind; // "files", "uris" or "bytes"
     TransmitEventType eventType = TransmitEventType::ORDINARY;
     std::string packageName;
-    SendBean bean;    // with descriptors of its own, closed with the engine
+    SendBean bean; // with descriptors of its own, closed with the engine
     DataBean data;
     BytesInfo bytes;
     sptr<ITransmitCallback> callback; // a proxy that goes through the stub's parcels
@@ -60,6 +61,10 @@ public:
     size_t TransferCount() const;
     // Plays a report of the latest transfer to the device.
     void Report(const std::string& deviceId, const std::function<void(ITransmitCallback&)>& report);
+
+    // Runs inside each request that starts a transfer, before the service has the handle: what a device's engine may
+    // do, and ours never does.
+    std::function<void(ScriptedTransfer&)> whenStarted;
 
     // Offers.
     void Tell(const std::function<void(PelagoReceiveListener&)>& event);

@@ -13,8 +13,7 @@ class ScriptedSender : public PelagoSenderStub {
 public:
     ScriptedSender(std::shared_ptr<ScriptedTransfer> transfer, std::vector<std::string>& journal)
         : transfer_(std::move(transfer)), journal_(journal)
-    {
-    }
+    {}
     void Cancel() override
     {
         transfer_->cancelled = true;
@@ -61,8 +60,7 @@ int32_t ScriptedReceiver::Cancel()
 }
 
 ScriptedEngine::ScriptedEngine() : queue_(Host::Scheduler::Instance().CreateQueue("engine"))
-{
-}
+{}
 
 ScriptedEngine::~ScriptedEngine()
 {
@@ -298,11 +296,13 @@ std::shared_ptr<ScriptedTransfer> ScriptedEngine::NewTransfer(const TransmitPara
 sptr<PelagoSender> ScriptedEngine::HandleOf(const std::shared_ptr<ScriptedTransfer>& transfer)
 {
     transfers_.push_back(transfer);
+    if (whenStarted) {
+        whenStarted(*transfer);
+    }
     return new ScriptedSender(transfer, journal_);
 }
 
-sptr<PelagoSender> ScriptedEngine::SendFile(
-    const TransmitParam& param, SendBean& bean, const std::string& packageName)
+sptr<PelagoSender> ScriptedEngine::SendFile(const TransmitParam& param, SendBean& bean, const std::string& packageName)
 {
     if (!Take("SendFile", param.deviceId)) {
         return nullptr;

@@ -1,3 +1,4 @@
+#include "ipc_object_stub.h"
 #include "ipc_skeleton.h"
 #include "switch/share_setting_provider.h"
 #include "switch_scene.h"
@@ -212,17 +213,41 @@ TEST_F(Settings, WithoutTheServicesObjectStayWithoutIt)
     EXPECT_EQ(State().enableState, STATE_SHARE_FIRST_USE);
 }
 
-// Also inside a client's request the settings are used as the service, and the request goes on as the client.
-TEST_F(Settings, AreUsedAsTheServiceItself)
+class InsideACall : public IPCObjectStub {
+public:
+    explicit InsideACall(std::function<void()> body) : IPCObjectStub(u"test.inside"), body_(std::move(body))
+    {}
+    int OnRemoteRequest(uint32_t, MessageParcel&, MessageParcel&, MessageOption&) override
+    {
+        body_();
+        return 0;
+    }
+
+private:
+    const std::function<void()> body_;
+};
+
+TEST_F(Settings, AreUsedAsTheServiceInsideAClientsCallWhichGoesOnAsTheClient)
 {
     Boot();
-    const std::string before = IPCSkeleton::ResetCallingIdentity();
-    ASSERT_TRUE(IPCSkeleton::SetCallingIdentity(before));
-    EXPECT_EQ(Provider().PutStringValue("key", "1", false), 0);
-    Faults::Inject("datashare.Create");
     AllowErrors({"helper is nullptr", "return nullptr"});
-    EXPECT_EQ(Get("key"), "-1 default");
-    EXPECT_EQ(IPCSkeleton::ResetCallingIdentity(), before);
+    const auto client = NewClient(Host::TokenId::SWITCH);
+    const sptr<IRemoteObject> call = client->Process().Connect(new InsideACall([this] {
+        EXPECT_EQ(Provider().PutStringValue("key", "1", false), 0);
+        EXPECT_EQ(Get("key"), "0 1");
+        Faults::Inject("datashare.Create");
+        EXPECT_EQ(Get("key"), "-1 default");
+        Faults::Inject("datashare.Create");
+        EXPECT_EQ(Provider().RegisterObserver(ShareSettingProvider::AssembleUri("key"), new CountingObserver()), -1);
+        EXPECT_EQ(IPCSkeleton::GetCallingTokenID(), Host::TokenId::SWITCH);
+        // Meant: after a registration the rest of the request is the service's own.
+        EXPECT_EQ(Provider().RegisterObserver(ShareSettingProvider::AssembleUri("key"), new CountingObserver()), 0);
+        EXPECT_NE(IPCSkeleton::GetCallingTokenID(), Host::TokenId::SWITCH);
+    }));
+    MessageParcel data;
+    MessageParcel reply;
+    MessageOption option;
+    EXPECT_EQ(call->SendRequest(1, data, reply, option), 0);
 }
 
 } // namespace

@@ -180,6 +180,15 @@ TEST_F(SwitchTimer, EndsWithAnOff)
     EXPECT_EQ(Heard(), 0);
 }
 
+TEST_F(SwitchTimer, EndsWithTheServiceAndSoDoesTheGesture)
+{
+    BootTimed();
+    StopService();
+    EXPECT_EQ(Deadlines(), 0U);
+    Put(SettingKey::AIR_SWITCH, "1");
+    EXPECT_FALSE(Logged("OnChange"));
+}
+
 // Known: the timer looks at the state, not at the queue, so an off that is still queued is overtaken.
 TEST_F(SwitchTimer, OvertakesAnOffThatIsStillQueued)
 {

@@ -34,7 +34,10 @@ TEST_F(SwitchUsers, WithoutAFileAreAtFirstUseAndGetNone)
     Boot({1, 2, 1});
     SwitchUser(OTHER_USER);
     EXPECT_EQ(State().enableState, STATE_SHARE_FIRST_USE);
+    EXPECT_EQ(State().accountPermission, ACCOUNT_PERMISSION_OFF);
+    EXPECT_EQ(Setting(SettingKey::PERMISSION_STATE) + Setting(SettingKey::PERMISSION_STATE, OTHER_USER), "0-");
     EXPECT_EQ(File(STATE, OTHER_USER), "none");
+    EXPECT_EQ(File(RECOVER, OTHER_USER), "none");
     EXPECT_EQ(Heard(), 1);
 }
 
@@ -265,6 +268,33 @@ TEST_F(SwitchFirstRun, OfAnotherUserWritesThatFileAndLoadsTheUserInFront)
     Settle();
     EXPECT_EQ(File(STATE, OTHER_USER), "1,2,1");
     EXPECT_EQ(State().enableState, STATE_SHARE_ENABLE);
+}
+
+// A reload while on: whatever the file says now counts, and what it does not say is off.
+TEST_F(SwitchFirstRun, OfAUserWithAChoiceLoadsTheChoice)
+{
+    Boot({1, 2, 1});
+    WriteFields(StateFile(USER), {2, 0, 9});
+    WriteFields(StateFile(USER, RECOVER), {2, 0});
+    AllowError("SetShareAccountPermission paramter error.");
+    Switch()->HandleOnAgreeEnhanceOobe(USER);
+    Settle();
+    EXPECT_EQ(State().enableState, STATE_SHARE_DISABLE);
+    EXPECT_EQ(State().accountPermission, ACCOUNT_PERMISSION_OFF);
+    EXPECT_EQ(File(STATE), "2,0,9");
+}
+
+// Meant: the move of an older file goes to the user in front, whoever it is read for.
+TEST_F(SwitchFirstRun, OfThePrimaryUserInTheBackgroundMovesTheOlderFileToTheUserInFront)
+{
+    AllowFirstLoad();
+    ASSERT_TRUE(Device::Instance().SwitchUser(OTHER_USER));
+    Boot({});
+    WriteFields(Root() / "data/service/el1/public/pelago/switch_100.cfg", {2, 0, 1});
+    Switch()->HandleOnAgreeEnhanceOobe(USER);
+    Settle();
+    EXPECT_EQ(File(STATE, OTHER_USER), "2,0,1");
+    EXPECT_EQ(File(STATE, USER), "none");
 }
 
 struct RadioStart {

@@ -27,23 +27,23 @@ template <typename Value>
 }
 
 // The road of every call to a client: remote, token, fields in order, one synchronous transaction whose reply nobody reads.
-// `subject` begins the line about a transaction that failed. The first failure is logged and ends the call; the caller hears
-// of none. Any thread; waits for the client at most CALLBACK_WAIT_SECONDS.
+// `subject` begins the line about a transaction that failed. The first failure is logged and ends the call. True when there
+// was a transaction, whatever came of it. Any thread; waits for the client at most CALLBACK_WAIT_SECONDS.
 template <typename Code, typename... Values>
-void SendCallback(const sptr<IRemoteObject>& remote, const std::u16string& token, Code code, const char* subject,
+bool SendCallback(const sptr<IRemoteObject>& remote, const std::u16string& token, Code code, const char* subject,
     const CallbackField<Values>&... fields)
 {
     if (remote == nullptr) {
         SHARE_LOGE(Log::PROXY, "Remote() return nullptr.");
-        return;
+        return false;
     }
     MessageParcel data;
     if (!data.WriteInterfaceToken(token)) {
         SHARE_LOGE(Log::PROXY, "Write descriptor failed");
-        return;
+        return false;
     }
     if (!(PutCallbackField(data, fields) && ... && true)) {
-        return;
+        return false;
     }
     MessageParcel reply;
     MessageOption option(MessageOption::TF_SYNC, CALLBACK_WAIT_SECONDS);
@@ -51,6 +51,7 @@ void SendCallback(const sptr<IRemoteObject>& remote, const std::u16string& token
     if (result != 0) {
         SHARE_LOGE(Log::PROXY, "%{public}s is failed, error code: %{public}d", subject, result);
     }
+    return true;
 }
 
 } // namespace OHOS::Pelago

@@ -10,6 +10,7 @@
 
 #include "bytes_info.h"
 #include "data_bean.h"
+#include "discovery/indexed_map.h"
 #include "discovery/locked_map.h"
 #include "discovery/merge_entries.h"
 #include "pelago_sender.h"
@@ -154,8 +155,6 @@ public:
 private:
     friend struct StaticState; // the fresh process state of tests
 
-    using DeviceMap = std::map<std::string, ShareDeviceInfo>;
-
     // A request and what keeps its descriptors open.
     struct HeldSendBean {
         SendBean bean;
@@ -181,11 +180,11 @@ private:
 
     // Devices in view.
     static Mutex allDeviceMutex_;
-    static DeviceMap allDeviceMap_ SHARE_GUARDED_BY(allDeviceMutex_);
+    static IndexedMap<ShareDeviceInfo> allDeviceMap_ SHARE_GUARDED_BY(allDeviceMutex_);
 
     // Devices in a send.
     static Mutex sendingDeviceMutex_;
-    static DeviceMap sendingDeviceMap_ SHARE_GUARDED_BY(sendingDeviceMutex_);
+    static std::map<std::string, ShareDeviceInfo> sendingDeviceMap_ SHARE_GUARDED_BY(sendingDeviceMutex_);
 
     // Requests and handles of running sends.
     static LockedMap<HeldSendBean> sendBeanMap_;

@@ -3,9 +3,9 @@
 
 #include <map>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
+#include "discovery/hash_index.h"
 #include "discovery/share_merge_info.h"
 
 namespace OHOS::Pelago {
@@ -43,14 +43,12 @@ public:
     std::vector<std::string> Faults() const;
 
 private:
-    void Index(const std::string& deviceId, Entry entry);
-    void Unindex(const std::string& deviceId, Entry entry);
     void CheckEntries(std::vector<std::string>& faults) const;
     void CheckIndex(std::vector<std::string>& faults) const;
 
     Map entries_;
-    // Which entries answer to an id, in key order; hardly ever more than one.
-    std::unordered_map<std::string, std::vector<Entry>> byDeviceId_;
+    // Each entry under its public id and under each other id of a member.
+    HashIndex<Entry> byDeviceId_;
 };
 
 } // namespace OHOS::Pelago

@@ -42,6 +42,7 @@ public:
 
 private:
     sptr<ISenderActionCallback> SenderActionCallback() const;
+    sptr<ISenderActionCallback> SenderActionCallbackOrKeepCancel();
     void StorePreview(const RecvPreview& preview);
     void StoreReceiver(const sptr<PelagoReceiver>& receiver);
     void OfferToExtension(const sptr<PelagoReceiver>& receiver, const RecvPreview& preview, const AAFwk::Want& want);

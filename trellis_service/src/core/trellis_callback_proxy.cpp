@@ -16,16 +16,16 @@ constexpr const char* DEVICE_FAILURE = "Write ShareDevice failed";
 
 TrellisCallbackProxy::TrellisCallbackProxy(const sptr<IRemoteObject>& object)
     : IRemoteProxy<PelagoTrellisServiceCallback>(object)
-{
-}
+{}
 
 template <typename... Fields>
 void TrellisCallbackProxy::Transact(
     const char* name, TrellisCallbackCode code, const char* subject, const Fields&... fields)
 {
     SHARE_LOGD(Log::PROXY, "%{public}sEnter", name);
-    SendCallback(Remote(), GetDescriptor(), code, subject, fields...);
-    SHARE_LOGD(Log::PROXY, "%{public}sExit", name);
+    if (SendCallback(Remote(), GetDescriptor(), code, subject, fields...)) {
+        SHARE_LOGD(Log::PROXY, "%{public}sExit", name);
+    }
 }
 
 void TrellisCallbackProxy::OnEnableStatusChanged()

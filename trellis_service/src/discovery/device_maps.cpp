@@ -15,11 +15,9 @@ void SetStatusFields(ShareDeviceInfo& record, int eventCode, int deviceState, in
     record.speed = speed;
 }
 
-std::optional<ShareDeviceInfo> CopyOf(
-    const std::map<std::string, ShareDeviceInfo>& devices, const std::string& deviceId)
+std::optional<ShareDeviceInfo> CopyOf(const ShareDeviceInfo* record)
 {
-    auto found = devices.find(deviceId);
-    return found == devices.end() ? std::nullopt : std::make_optional(found->second);
+    return record == nullptr ? std::nullopt : std::make_optional(*record);
 }
 
 void LogNotSending()
@@ -30,37 +28,37 @@ void LogNotSending()
 } // namespace
 
 Mutex CacheMapManager::allDeviceMutex_("allDeviceMutex_", LockRank::DEVICES);
-CacheMapManager::DeviceMap CacheMapManager::allDeviceMap_;
+IndexedMap<ShareDeviceInfo> CacheMapManager::allDeviceMap_;
 Mutex CacheMapManager::sendingDeviceMutex_("sendingDeviceMutex_", LockRank::DEVICES);
-CacheMapManager::DeviceMap CacheMapManager::sendingDeviceMap_;
+std::map<std::string, ShareDeviceInfo> CacheMapManager::sendingDeviceMap_;
 
 void CacheMapManager::InsertToAllDeviceMap(
     const ShareDeviceInfo& device, int eventCode, int deviceState, int percent, int speed)
 {
     MutexLock lock(allDeviceMutex_);
-    SHARE_LOGI(Log::SERVICE, "InsertToAllDeviceMap() enter size %{public}zu", allDeviceMap_.size());
+    SHARE_LOGI(Log::SERVICE, "InsertToAllDeviceMap() enter size %{public}zu", allDeviceMap_.Size());
     auto& record = allDeviceMap_[device.deviceId];
     record = device;
     SetStatusFields(record, eventCode, deviceState, percent, speed);
-    SHARE_LOGI(Log::SERVICE, "InsertToAllDeviceMap() exit size %{public}zu", allDeviceMap_.size());
+    SHARE_LOGI(Log::SERVICE, "InsertToAllDeviceMap() exit size %{public}zu", allDeviceMap_.Size());
 }
 
 void CacheMapManager::UpateToAllDeviceMap(
     const ShareDeviceInfo& device, int eventCode, int deviceState, int percent, int speed)
 {
     MutexLock lock(allDeviceMutex_);
-    auto found = allDeviceMap_.find(device.deviceId);
-    if (found == allDeviceMap_.end()) {
+    ShareDeviceInfo* record = allDeviceMap_.Find(device.deviceId);
+    if (record == nullptr) {
         SHARE_LOGE(Log::SERVICE, "UpateToAllDeviceMap() not found");
         return;
     }
-    SetStatusFields(found->second, eventCode, deviceState, percent, speed);
+    SetStatusFields(*record, eventCode, deviceState, percent, speed);
 }
 
 void CacheMapManager::RemoveFromAllDeviceMap(const std::string& deviceId)
 {
     MutexLock lock(allDeviceMutex_);
-    if (allDeviceMap_.erase(deviceId) == 0) {
+    if (!allDeviceMap_.Erase(deviceId)) {
         SHARE_LOGE(Log::SERVICE, "device is not found in AllDeviceMap");
     }
     SHARE_LOGI(Log::NAPI, "Remove AllDevice's info of deviceId: %{public}s", deviceId.c_str());
@@ -69,21 +67,21 @@ void CacheMapManager::RemoveFromAllDeviceMap(const std::string& deviceId)
 void CacheMapManager::ClearAllDeviceMap()
 {
     MutexLock lock(allDeviceMutex_);
-    allDeviceMap_.clear();
+    allDeviceMap_.Clear();
 }
 
 std::optional<ShareDeviceInfo> CacheMapManager::GetAllDevice(const std::string& deviceId)
 {
     MutexLock lock(allDeviceMutex_);
-    return CopyOf(allDeviceMap_, deviceId);
+    return CopyOf(allDeviceMap_.Find(deviceId));
 }
 
 std::vector<ShareDeviceInfo> CacheMapManager::GetAllShareDeviceList()
 {
     MutexLock lock(allDeviceMutex_);
     std::vector<ShareDeviceInfo> devices;
-    devices.reserve(allDeviceMap_.size());
-    for (const auto& [deviceId, device] : allDeviceMap_) {
+    devices.reserve(allDeviceMap_.Size());
+    for (const auto& [deviceId, device] : allDeviceMap_.All()) {
         devices.push_back(device);
     }
     return devices;
@@ -95,9 +93,8 @@ std::vector<std::pair<std::string, int32_t>> CacheMapManager::GetAllDeviceStates
     MutexLock lock(allDeviceMutex_);
     std::vector<std::pair<std::string, int32_t>> states;
     for (const auto& deviceId : deviceIds) {
-        auto found = allDeviceMap_.find(deviceId);
-        if (found != allDeviceMap_.end()) {
-            states.emplace_back(deviceId, found->second.deviceState);
+        if (const ShareDeviceInfo* record = allDeviceMap_.Find(deviceId)) {
+            states.emplace_back(deviceId, record->deviceState);
         }
     }
     return states;
@@ -108,9 +105,8 @@ void CacheMapManager::ClearDiscovererFlag(const std::string& deviceId, const uin
     SHARE_LOGI(Log::SERVICE, "ClearDiscovererFlag devId %{public}s, flag %{public}d", deviceId.c_str(),
         static_cast<int32_t>(flag));
     MutexLock lock(allDeviceMutex_);
-    auto found = allDeviceMap_.find(deviceId);
-    if (found != allDeviceMap_.end()) {
-        found->second.DelDiscoverer(flag);
+    if (ShareDeviceInfo* record = allDeviceMap_.Find(deviceId)) {
+        record->DelDiscoverer(flag);
     }
 }
 
@@ -119,19 +115,18 @@ bool CacheMapManager::CheckDiscovererFlag(const std::string& deviceId, const uin
     SHARE_LOGI(Log::SERVICE, "CheckDiscovererFlag, devId %{public}s, flag %{public}d", deviceId.c_str(),
         static_cast<int32_t>(flag));
     MutexLock lock(allDeviceMutex_);
-    auto found = allDeviceMap_.find(deviceId);
-    return found != allDeviceMap_.end() && found->second.IsContainDiscoverer(flag);
+    const ShareDeviceInfo* record = allDeviceMap_.Find(deviceId);
+    return record != nullptr && record->IsContainDiscoverer(flag);
 }
 
 std::optional<ShareDeviceInfo> CacheMapManager::RestoreDiscoverer(const std::string& deviceId, const uint32_t& flags)
 {
     MutexLock lock(allDeviceMutex_);
-    auto found = allDeviceMap_.find(deviceId);
-    if (found == allDeviceMap_.end()) {
-        return std::nullopt;
+    ShareDeviceInfo* record = allDeviceMap_.Find(deviceId);
+    if (record != nullptr) {
+        record->SetDiscoveredBy(flags);
     }
-    found->second.SetDiscoveredBy(flags);
-    return found->second;
+    return CopyOf(record);
 }
 
 bool CacheMapManager::InsertToSendingDeviceMap(const ShareDeviceInfo& device)
@@ -180,7 +175,8 @@ bool CacheMapManager::InSendingList(const std::string& deviceId)
 std::optional<ShareDeviceInfo> CacheMapManager::GetSendingDevice(const std::string& deviceId)
 {
     MutexLock lock(sendingDeviceMutex_);
-    return CopyOf(sendingDeviceMap_, deviceId);
+    auto found = sendingDeviceMap_.find(deviceId);
+    return CopyOf(found == sendingDeviceMap_.end() ? nullptr : &found->second);
 }
 
 bool CacheMapManager::ChangeSendingDeviceDisappearState(const std::string& deviceId, bool disappeared)

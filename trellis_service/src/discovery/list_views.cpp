@@ -28,19 +28,18 @@ void CacheMapManager::FoldMembers(const ShareMergeInfo& entry, bool typeFromFirs
     bool isFirst = true;
     for (const auto& deviceId : entry.GetDeviceList()) {
         MutexLock lock(allDeviceMutex_); // for each member anew: a long entry does not hold up the reports of others
-        auto found = allDeviceMap_.find(deviceId);
-        if (found == allDeviceMap_.end()) {
+        const ShareDeviceInfo* member = allDeviceMap_.Find(deviceId);
+        if (member == nullptr) {
             continue;
         }
-        const ShareDeviceInfo& member = found->second;
-        view.lastSharedTime = std::max(view.lastSharedTime, member.lastSharedTime);
-        view.nearbyVersion = std::min(view.nearbyVersion, member.nearbyVersion);
+        view.lastSharedTime = std::max(view.lastSharedTime, member->lastSharedTime);
+        view.nearbyVersion = std::min(view.nearbyVersion, member->nearbyVersion);
         if (isFirst) {
-            view.contactInfo = member.contactInfo;
+            view.contactInfo = member->contactInfo;
         }
         if (isFirst && typeFromFirst) {
-            view.deviceType = member.deviceType;
-            view.isOHDevice = member.isOHDevice;
+            view.deviceType = member->deviceType;
+            view.isOHDevice = member->isOHDevice;
         }
         isFirst = false;
     }
@@ -89,7 +88,7 @@ CacheMapManager::MapSizes CacheMapManager::Sizes()
     }
     {
         MutexLock lock(allDeviceMutex_);
-        sizes.allDevices = allDeviceMap_.size();
+        sizes.allDevices = allDeviceMap_.Size();
     }
     {
         MutexLock lock(sendingDeviceMutex_);

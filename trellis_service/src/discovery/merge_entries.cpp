@@ -6,28 +6,39 @@ namespace OHOS::Pelago {
 
 namespace {
 
-bool KeyLess(const MergeEntries::Entry& left, const MergeEntries::Entry& right)
+bool HasMember(const ShareMergeInfo& entry, const std::string& deviceId)
 {
-    return left->first < right->first;
+    const auto& members = entry.GetDeviceList();
+    return std::find(members.begin(), members.end(), deviceId) != members.end();
 }
 
 bool AnswersTo(const ShareMergeInfo& entry, const std::string& deviceId)
 {
-    const auto& members = entry.GetDeviceList();
-    return entry.GetContactId() == deviceId || std::find(members.begin(), members.end(), deviceId) != members.end();
+    return entry.GetContactId() == deviceId || HasMember(entry, deviceId);
 }
 
 } // namespace
 
 MergeEntries::Entry MergeEntries::Find(const ShareDeviceInfo& device)
 {
-    auto found = byDeviceId_.find(device.deviceId);
-    return found == byDeviceId_.end() ? entries_.end() : found->second.front();
+    Entry first = entries_.end();
+    byDeviceId_.ForEach(device.deviceId, [&](Entry entry) {
+        if (AnswersTo(entry->second, device.deviceId) && (first == entries_.end() || entry->first < first->first)) {
+            first = entry;
+        }
+    });
+    return first;
 }
 
 MergeEntries::Entry MergeEntries::FindKey(const std::string& mergeId)
 {
-    return entries_.find(mergeId);
+    Entry found = entries_.end();
+    byDeviceId_.ForEach(mergeId, [&](Entry entry) {
+        if (entry->first == mergeId) {
+            found = entry;
+        }
+    });
+    return found;
 }
 
 MergeEntries::Entry MergeEntries::End()
@@ -38,27 +49,31 @@ MergeEntries::Entry MergeEntries::End()
 void MergeEntries::Add(const std::string& mergeId, ShareMergeInfo entry)
 {
     auto added = entries_.emplace(mergeId, std::move(entry)).first;
-    Index(mergeId, added);
+    byDeviceId_.Add(mergeId, added);
     for (const auto& member : added->second.GetDeviceList()) {
-        Index(member, added);
+        if (member != mergeId) {
+            byDeviceId_.Add(member, added);
+        }
     }
 }
 
 void MergeEntries::Join(Entry entry, const ShareDeviceInfo& device)
 {
-    if (entry->second.AddDevice(device)) {
-        Index(device.deviceId, entry);
+    const bool isKnown = AnswersTo(entry->second, device.deviceId);
+    if (entry->second.AddDevice(device) && !isKnown) {
+        byDeviceId_.Add(device.deviceId, entry);
     }
 }
 
 bool MergeEntries::Leave(Entry entry, const ShareDeviceInfo& device)
 {
+    const bool wasKnown = AnswersTo(entry->second, device.deviceId);
     const bool isEmpty = entry->second.RemoveDevice(device);
-    if (isEmpty || !AnswersTo(entry->second, device.deviceId)) {
-        Unindex(device.deviceId, entry);
+    if (wasKnown && !AnswersTo(entry->second, device.deviceId)) {
+        byDeviceId_.Remove(device.deviceId, entry);
     }
     if (isEmpty) {
-        Unindex(entry->first, entry);
+        byDeviceId_.Remove(entry->first, entry);
         entries_.erase(entry);
     }
     return isEmpty;
@@ -71,30 +86,8 @@ const MergeEntries::Map& MergeEntries::All() const
 
 void MergeEntries::Clear()
 {
-    byDeviceId_.clear();
+    byDeviceId_.Clear();
     entries_.clear();
-}
-
-void MergeEntries::Index(const std::string& deviceId, Entry entry)
-{
-    auto& answering = byDeviceId_[deviceId];
-    auto place = std::lower_bound(answering.begin(), answering.end(), entry, KeyLess);
-    if (place == answering.end() || *place != entry) {
-        answering.insert(place, entry);
-    }
-}
-
-void MergeEntries::Unindex(const std::string& deviceId, Entry entry)
-{
-    auto found = byDeviceId_.find(deviceId);
-    if (found == byDeviceId_.end()) {
-        return;
-    }
-    auto& answering = found->second;
-    answering.erase(std::remove(answering.begin(), answering.end(), entry), answering.end());
-    if (answering.empty()) {
-        byDeviceId_.erase(found);
-    }
 }
 
 std::vector<std::string> MergeEntries::Faults() const
@@ -107,7 +100,7 @@ std::vector<std::string> MergeEntries::Faults() const
 
 void MergeEntries::CheckEntries(std::vector<std::string>& faults) const
 {
-    std::unordered_map<std::string, std::string> entryOf;
+    std::map<std::string, std::string> entryOf;
     for (const auto& [key, entry] : entries_) {
         if (entry.GetDeviceList().empty()) {
             faults.push_back("entry " + key + " has no member");
@@ -124,29 +117,27 @@ void MergeEntries::CheckEntries(std::vector<std::string>& faults) const
     }
 }
 
-// Builds the answers of a walk for every id at once, and compares.
+// Every id leads to its entry, and nothing else is in the index: then its answers are those of a walk.
 void MergeEntries::CheckIndex(std::vector<std::string>& faults) const
 {
-    std::map<std::string, std::vector<std::string>> walked;
-    for (const auto& [key, entry] : entries_) {
-        auto ids = entry.GetDeviceList();
-        ids.push_back(entry.GetContactId());
-        for (const auto& id : ids) {
-            auto& keys = walked[id];
-            if (keys.empty() || keys.back() != key) {
-                keys.push_back(key);
+    size_t ids = 0;
+    for (auto place = entries_.begin(); place != entries_.end(); ++place) {
+        auto answersTo = place->second.GetDeviceList();
+        if (!HasMember(place->second, place->first)) {
+            answersTo.push_back(place->first);
+        }
+        ids += answersTo.size();
+        for (const auto& id : answersTo) {
+            bool isFound = false;
+            byDeviceId_.ForEach(id, [&](Entry entry) { isFound = isFound || &*entry == &*place; });
+            if (!isFound) {
+                faults.push_back("the index does not lead from " + id + " to the entry " + place->first);
             }
         }
     }
-    std::map<std::string, std::vector<std::string>> indexed;
-    for (const auto& [id, answering] : byDeviceId_) {
-        for (const auto& entry : answering) {
-            indexed[id].push_back(entry->first);
-        }
-    }
-    if (walked != indexed) {
-        faults.push_back("the index of " + std::to_string(indexed.size()) + " ids differs from a walk over " +
-                         std::to_string(walked.size()));
+    if (ids != byDeviceId_.Size()) {
+        faults.push_back("the index has " + std::to_string(byDeviceId_.Size()) + " ids, and the entries have " +
+                         std::to_string(ids));
     }
 }
 

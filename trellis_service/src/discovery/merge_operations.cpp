@@ -86,8 +86,8 @@ bool CacheMapManager::IsContactAvatarChanged(const ShareMergeInfo& entry, const 
         return false;
     }
     MutexLock lock(allDeviceMutex_);
-    auto first = allDeviceMap_.find(entry.GetDeviceList().front());
-    return first != allDeviceMap_.end() && first->second.contactInfo.avatar != device.contactInfo.avatar;
+    const ShareDeviceInfo* first = allDeviceMap_.Find(entry.GetDeviceList().front());
+    return first != nullptr && first->contactInfo.avatar != device.contactInfo.avatar;
 }
 
 void CacheMapManager::AddNewMergeDevice(const ShareDeviceInfo& device)
@@ -109,11 +109,9 @@ void CacheMapManager::AddNewMergeDevice(const ShareDeviceInfo& device)
 void CacheMapManager::TakeKnownState(const std::string& deviceId, ShareMergeInfo& entry)
 {
     MutexLock lock(allDeviceMutex_);
-    auto known = allDeviceMap_.find(deviceId);
-    if (known != allDeviceMap_.end()) {
-        const ShareDeviceInfo& record = known->second;
+    if (const ShareDeviceInfo* record = allDeviceMap_.Find(deviceId)) {
         SHARE_LOGI(Log::SERVICE, "AddNewMergeDevice, changestate");
-        entry.UpdateUi(record.eventCode, record.deviceState, record.percent, record.speed);
+        entry.UpdateUi(record->eventCode, record->deviceState, record->percent, record->speed);
     }
 }
 
@@ -215,9 +213,8 @@ void CacheMapManager::AppendKnown(
 {
     MutexLock lock(allDeviceMutex_);
     for (const auto& deviceId : deviceIds) {
-        auto known = allDeviceMap_.find(deviceId);
-        if (known != allDeviceMap_.end()) {
-            found.push_back(known->second);
+        if (const ShareDeviceInfo* record = allDeviceMap_.Find(deviceId)) {
+            found.push_back(*record);
         } else {
             missing.push_back(deviceId);
         }

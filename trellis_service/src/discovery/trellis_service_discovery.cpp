@@ -1,5 +1,7 @@
 // TrellisService: discovery. How clients start and stop it, and the way of a device from the engine to their lists.
 
+#include <optional>
+
 #include "core/trellis_service.h"
 #include "discovery/cache_map_manager.h"
 #include "discovery/sm_nudge_subscribe_callback.h"
@@ -25,9 +27,8 @@ bool IsShareEnabled()
 
 // What a found report has done to the entries, taken in one step.
 struct FoundChange {
-    std::string oldMergeId;  // of the entry that the device was in, if any
-    std::string movedFrom;   // of the entry that went because the device left it
-    ShareDeviceInfo oldView; // of the entry that the device has left; default when it is where it was
+    std::string movedFrom;                  // the entry that went because the device left it
+    std::optional<ShareDeviceInfo> oldView; // of the entry that the device has left; hardly ever: a view costs a copy
     ShareDeviceInfo newView;
 };
 
@@ -35,8 +36,7 @@ FoundChange FoldFoundDevice(const ShareDeviceInfo& device)
 {
     FoundChange change;
     RecursiveLock lock(CacheMapManager::MergeDeviceMutex());
-    change.oldMergeId = CacheMapManager::FindMergeDeviceId(device);
-    if (CacheMapManager::IsMergeDeviceMoving(device)) { // hardly ever: a view costs a copy of the avatar
+    if (CacheMapManager::IsMergeDeviceMoving(device)) {
         change.oldView = CacheMapManager::ChangeToShareDeviceInfo(device);
     }
     change.movedFrom = CacheMapManager::InsertToMergeDeviceMap(device);
@@ -141,10 +141,10 @@ void TrellisService::HandleOnMergeDeviceFound(const ShareDeviceInfo& device, boo
     FoundChange change = FoldFoundDevice(device);
     DeviceFound(change.newView); // on every report, whether or not anything is new
     if (!change.movedFrom.empty()) {
-        DeviceLost(change.oldView);
+        DeviceLost(*change.oldView);
     }
-    if (wasSending && !change.oldMergeId.empty() && change.newView.deviceId != change.oldMergeId) {
-        AnnounceMovedSend(device.deviceId, change.oldView, change.newView);
+    if (wasSending && change.oldView && change.oldView->deviceId != change.newView.deviceId) {
+        AnnounceMovedSend(device.deviceId, *change.oldView, change.newView);
     }
 }
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <initializer_list>
 #include <utility>
 
 #include "common_event_manager.h"
@@ -82,7 +83,7 @@ struct ShareSwitchManager::MessageTable {
     static constexpr bool IsComplete()
     {
         for (size_t id = 0; id < ROWS.size(); ++id) {
-            if (ROWS[id].id != id || ROWS[id].handler == nullptr) {
+            if (ROWS[id].id != id) {
                 return false;
             }
         }
@@ -234,6 +235,10 @@ void ShareSwitchManager::ProcessEvent(const AppExecFwk::InnerEvent::Pointer& eve
     const auto found = eventFuncMap_.find(id);
     if (found == eventFuncMap_.end()) {
         SHARE_LOGE(Log::SERVICE, "can not find event func.");
+        return;
+    }
+    if (found->second == nullptr) {
+        SHARE_LOGE(Log::SERVICE, "event func is null.");
         return;
     }
     (this->*found->second)(event);

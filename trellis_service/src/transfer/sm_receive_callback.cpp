@@ -47,6 +47,16 @@ sptr<ISenderActionCallback> SMReceiveCallback::SenderActionCallback() const
     return senderActionCallback_;
 }
 
+// Null also means that the cancel is kept: decided in one step, so that a client that comes just now misses nothing.
+sptr<ISenderActionCallback> SMReceiveCallback::SenderActionCallbackOrKeepCancel()
+{
+    MutexLock lock(mutex_);
+    if (senderActionCallback_ == nullptr) {
+        cancelBeforeConfirm_ = true;
+    }
+    return senderActionCallback_;
+}
+
 void SMReceiveCallback::StorePreview(const RecvPreview& preview)
 {
     MutexLock lock(mutex_);
@@ -65,7 +75,8 @@ void SMReceiveCallback::OfferToExtension(
 {
     StoreReceiver(receiver);
     if (preview.GetPopUpStrategy() != POP_UP_IN_DROP_DOWN) {
-        SHARE_LOGI(Log::SERVICE, "PopUpStrategy is %{public}d, start to HideDropDownWindow", preview.GetPopUpStrategy());
+        SHARE_LOGI(
+            Log::SERVICE, "PopUpStrategy is %{public}d, start to HideDropDownWindow", preview.GetPopUpStrategy());
         CorvaneShareManager::HideDropDownWindow();
     }
     CorvaneShareManager::StartService(want);
@@ -161,10 +172,9 @@ void SMReceiveCallback::OnErrorBeforeConfirm(const sptr<PelagoReceiver>& receive
 void SMReceiveCallback::OnSendCancelBeforeConfirm(const sptr<PelagoReceiver>& receiver)
 {
     SHARE_LOGI(Log::SERVICE, "OnSendCancelBeforeConfirm enter");
-    sptr<ISenderActionCallback> callback = SenderActionCallback();
+    sptr<ISenderActionCallback> callback = SenderActionCallbackOrKeepCancel();
     if (callback == nullptr) {
         SHARE_LOGE(Log::SERVICE, "sender action callback is null.");
-        cancelBeforeConfirm_ = true;
         return;
     }
     callback->OnSendCancelBeforeConfirm(receiver);
@@ -203,12 +213,14 @@ void SMReceiveCallback::SetSenderActionCallback(const sptr<ISenderActionCallback
 {
     SHARE_LOGI(Log::SERVICE, "SetSenderActionCallback enter");
     sptr<PelagoReceiver> receiver;
+    bool cancelled = false;
     {
         MutexLock lock(mutex_);
         senderActionCallback_ = callback;
         receiver = receiverActionCallback_;
+        cancelled = cancelBeforeConfirm_;
     }
-    if (cancelBeforeConfirm_ && callback != nullptr && receiver != nullptr) {
+    if (cancelled && callback != nullptr && receiver != nullptr) {
         SHARE_LOGI(Log::SERVICE, "Cancel directly");
         callback->OnSendCancelBeforeConfirm(receiver);
         cancelBeforeConfirm_ = false;

@@ -20,8 +20,8 @@ ShareClient& Engine()
     return DelayedRefSingleton<ShareClient>::GetInstance();
 }
 
-// The three kinds of payload. Each says what it is called in the log and how it is cached for a swing, announced, sent the
-// one-device road, remembered and handed to the engine.
+// The three kinds of payload. Each says what it is called in the log and how it is cached for a swing, announced, sent
+// the one-device road, remembered and handed to the engine.
 
 class FilesPayload {
 public:
@@ -30,8 +30,7 @@ public:
     static constexpr bool LOGS_DEVICE = true;
 
     FilesPayload(SendBean& bean, const std::string& packageName) : bean_(bean), packageName_(packageName)
-    {
-    }
+    {}
     bool CacheForSwing(const ShareDeviceInfo& device) const
     {
         return TrellisService::SwingCacheSendBean(device, bean_, packageName_);
@@ -77,8 +76,7 @@ public:
     static constexpr bool LOGS_DEVICE = false;
 
     UrisPayload(const DataBean& bean, const std::string& packageName) : bean_(bean), packageName_(packageName)
-    {
-    }
+    {}
     bool CacheForSwing(const ShareDeviceInfo& device) const
     {
         return TrellisService::SwingCacheDataBean(device, bean_, packageName_);
@@ -92,8 +90,7 @@ public:
         return TrellisService::SendFileForDevice(device, bean_, packageName_);
     }
     void BeginMember(size_t) const
-    {
-    }
+    {}
     void Remember(const std::string& deviceId) const
     {
         (void)CacheMapManager::InsertToDataBeanMap(deviceId, bean_); // as above
@@ -114,8 +111,7 @@ public:
     static constexpr bool LOGS_DEVICE = false;
 
     explicit BytesPayload(const BytesInfo& bytes) : bytes_(bytes)
-    {
-    }
+    {}
     bool CacheForSwing(const ShareDeviceInfo& device) const
     {
         return TrellisService::SwingCacheByteBean(device, bytes_);
@@ -129,8 +125,7 @@ public:
         return TrellisService::SendBytesForDevice(device, bytes_);
     }
     void BeginMember(size_t) const
-    {
-    }
+    {}
     void Remember(const std::string& deviceId) const
     {
         (void)CacheMapManager::InsertToBytesInfoMap(deviceId, bytes_); // as above
@@ -148,10 +143,11 @@ private:
     const BytesInfo& bytes_;
 };
 
-// Hands the payload to the engine for one device and keeps the handle. A null handle is no failure here: the engine tells by
-// the callback. A transfer that ended before its handle was stored is taken out again, or the device would stay busy.
+// Hands the payload to the engine for one device and keeps the handle. True when a transfer stands that can be
+// cancelled. A null handle is no failure here: the engine tells by the callback. A transfer that ended before its
+// handle was stored is taken out again, or the device would stay busy.
 template <typename Payload>
-void StartTransfer(Payload& payload, const ShareDeviceInfo& device, const std::string& deviceId, TransmitEventType type)
+bool StartTransfer(Payload& payload, const ShareDeviceInfo& device, const std::string& deviceId, TransmitEventType type)
 {
     sptr<SMSendTransmitCallback> callback = new SMSendTransmitCallback(device);
     TransmitParam param;
@@ -159,13 +155,15 @@ void StartTransfer(Payload& payload, const ShareDeviceInfo& device, const std::s
     param.callback = callback;
     param.eventType = type;
     sptr<PelagoSender> sender = payload.Start(param);
-    if (sender == nullptr) {
-        return;
+    // Another send was faster: its handle stays, and this transfer runs without one.
+    if (sender == nullptr || !CacheMapManager::InsertToSenderMap(deviceId, sender)) {
+        return false;
     }
-    (void)CacheMapManager::InsertToSenderMap(deviceId, sender); // busy meanwhile: the transfer runs, uncancellable
     if (callback->HasEnded()) {
         (void)CacheMapManager::RemoveFromSenderMap(deviceId); // may be gone already
+        return false;
     }
+    return true;
 }
 
 // Told once in a send, as soon as it turns out to go to a contact.
@@ -242,9 +240,9 @@ bool TrellisService::SendToMembers(Payload& payload, const ShareDeviceInfo& devi
         if (IsBusy<Payload>(member.deviceId, "")) {
             return false;
         }
-        StartTransfer(payload, member, member.deviceId, TransmitEventType::ORDINARY);
-        // The send may have been decided while this member was being started, too late for it to be cancelled with the rest.
-        if (!decidedBefore && CacheMapManager::HasLostSend(member)) {
+        bool running = StartTransfer(payload, member, member.deviceId, TransmitEventType::ORDINARY);
+        // The send may have been decided while a later member was being started, too late to cancel it with the rest.
+        if (running && i > 0 && !decidedBefore && CacheMapManager::HasLostSend(member)) {
             (void)CancelMember(member, false); // its transfer may have ended by itself
         }
     }
@@ -259,9 +257,8 @@ bool TrellisService::SendToEntry(Payload& payload, const ShareDeviceInfo& device
     if (payload.CacheForSwing(device)) {
         return true;
     }
-    ForEachTrellisCallback([&](const sptr<PelagoTrellisServiceCallback>& callback) {
-        payload.Announce(*callback, device);
-    });
+    ForEachTrellisCallback(
+        [&](const sptr<PelagoTrellisServiceCallback>& callback) { payload.Announce(*callback, device); });
     if constexpr (!Payload::LOGS_DEVICE) {
         SHARE_LOGI(Log::SERVICE, "%{public}s() enter, device discoveredBy %{public}d", Payload::NAME,
             static_cast<int>(device.GetDiscoveredBy()));
@@ -280,8 +277,8 @@ bool TrellisService::Send(const ShareDeviceInfo& device, SendBean& bean, const s
 {
     FilesPayload payload(bean, packageName);
     ContactReport report;
-    return SendToEntry(payload, device,
-        [&report](const ShareDeviceInfo& member, size_t count) { report.Member(member, count); });
+    return SendToEntry(
+        payload, device, [&report](const ShareDeviceInfo& member, size_t count) { report.Member(member, count); });
 }
 
 bool TrellisService::SendFile(const ShareDeviceInfo& device, const DataBean& bean, const std::string& packageName)
@@ -343,7 +340,7 @@ bool TrellisService::SendToDevice(Payload& payload, const ShareDeviceInfo& devic
         SHARE_LOGE(Log::SERVICE, "%{public}sForDevice() failed: can not find device", Payload::NAME);
         return false;
     }
-    StartTransfer(payload, *stored, deviceId, type);
+    (void)StartTransfer(payload, *stored, deviceId, type); // a refusal is told by the callback
     AnnounceToShareApi(payload, *stored, device.GetDiscoveredBy());
     SHARE_LOGI(Log::SERVICE, "%{public}sForDevice() exit", Payload::NAME);
     return true;

@@ -1,0 +1,245 @@
+#include "event_handler.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/faults.h"
+#include "host/scheduler.h"
+#include "refbase.h"
+
+namespace OHOS::AppExecFwk {
+namespace {
+
+using Host::Faults;
+using Host::Scheduler;
+using Ids = std::vector<uint32_t>;
+
+// Writes down the ids that it handles, and does with an event what the test says.
+class Recorder : public EventHandler {
+public:
+    explicit Recorder(const std::shared_ptr<EventRunner>& runner = nullptr) : EventHandler(runner)
+    {}
+    ~Recorder() override
+    {
+        if (onDestroyed) {
+            onDestroyed();
+        }
+    }
+    void ProcessEvent(const InnerEvent::Pointer& event) override
+    {
+        ids.push_back(event->GetInnerEventId());
+        if (onEvent) {
+            onEvent(*event);
+        }
+    }
+
+    Ids ids;
+    std::function<void(const InnerEvent&)> onEvent;
+    std::function<void()> onDestroyed;
+};
+
+// As the callbacks of a framework are: counted by sptr, and a handler besides.
+class CountedRecorder : public RefBase, public Recorder {
+public:
+    using Recorder::Recorder;
+};
+
+class EventHandlerTest : public testing::Test {
+protected:
+    Ids Settled()
+    {
+        EXPECT_TRUE(time_.Settle());
+        return std::exchange(handler_->ids, {});
+    }
+
+    Scheduler& time_ = Scheduler::Instance();
+    const bool manual_ = time_.UseManualTime();
+    std::shared_ptr<EventRunner> runner_ = EventRunner::Create("runner");
+    std::shared_ptr<Recorder> handler_ = std::make_shared<Recorder>(runner_);
+};
+
+TEST_F(EventHandlerTest, AnEventCarriesItsNumberOrItsObject)
+{
+    handler_->onEvent = [](const InnerEvent& event) {
+        EXPECT_EQ(event.GetParam(), event.GetInnerEventId() == 2 ? -7 : 0);
+        const auto text = event.GetSharedObject<std::string>();
+        EXPECT_EQ(text == nullptr ? "" : *text, event.GetInnerEventId() >= 3 ? "text" : "");
+        EXPECT_EQ(event.GetSharedObject<int>(), nullptr) << "another type than it was made with";
+    };
+    const auto text = std::make_shared<std::string>("text");
+    InnerEvent::Pointer event = InnerEvent::Get(4, text);
+    EXPECT_TRUE(handler_->SendEvent(1));
+    EXPECT_TRUE(handler_->SendEvent(2, -7, 0));
+    EXPECT_TRUE(handler_->SendEvent(3, text));
+    EXPECT_TRUE(handler_->SendEvent(event, 0, EventHandler::Priority::LOW));
+    EXPECT_EQ(event, nullptr);
+    EXPECT_EQ(Settled(), (Ids{1, 2, 3, 4}));
+    EXPECT_EQ(text.use_count(), 1);
+}
+
+TEST_F(EventHandlerTest, OrderIsDueTimeThenSendingWhateverThePriority)
+{
+    EXPECT_TRUE(handler_->SendEvent(3, 10, EventHandler::Priority::VIP));
+    EXPECT_TRUE(handler_->SendEvent(1, 0, EventHandler::Priority::IDLE));
+    EXPECT_TRUE(handler_->SendEvent(2, 0, EventHandler::Priority::VIP));
+    EXPECT_EQ(Settled(), (Ids{1, 2}));
+    ASSERT_TRUE(time_.Advance(9));
+    EXPECT_EQ(Settled(), Ids{});
+    ASSERT_TRUE(time_.Advance(1));
+    EXPECT_EQ(Settled(), Ids{3});
+}
+
+TEST_F(EventHandlerTest, RemovingTakesThisHandlersEventsOnly)
+{
+    auto other = std::make_shared<Recorder>(runner_);
+    for (uint32_t id : {1U, 1U, 2U, 3U}) {
+        EXPECT_TRUE(handler_->SendEvent(id, id == 3 ? 5 : 0));
+        EXPECT_TRUE(other->SendEvent(id, id == 3 ? 5 : 0));
+    }
+    handler_->RemoveEvent(1);
+    handler_->RemoveEvent(3);
+    EXPECT_FALSE(handler_->HasInnerEvent(3));
+    EXPECT_TRUE(other->HasInnerEvent(3)) << "delayed";
+    EXPECT_EQ(Settled(), Ids{2});
+    EXPECT_TRUE(handler_->SendEvent(1, 5));
+    EXPECT_TRUE(handler_->SendEvent(2, 5));
+    handler_->RemoveAllEvents();
+    ASSERT_TRUE(time_.Jump(5));
+    EXPECT_EQ(Settled(), Ids{});
+    EXPECT_EQ(other->ids, (Ids{1, 1, 2, 3}));
+}
+
+TEST_F(EventHandlerTest, TheQueueIsIdleWhenNothingWaitsButTheRunningEvent)
+{
+    const auto queue = runner_->GetEventQueue();
+    std::vector<bool> idle;
+    handler_->onEvent = [&](const InnerEvent&) {
+        idle.push_back(queue->IsIdle());
+        EXPECT_TRUE(runner_->IsCurrentRunnerThread());
+    };
+    EXPECT_TRUE(handler_->SendEvent(1));
+    EXPECT_TRUE(handler_->SendEvent(2));
+    EXPECT_TRUE(handler_->SendEvent(3, 5));
+    ASSERT_TRUE(time_.Advance(5));
+    EXPECT_EQ(idle, (std::vector<bool>{false, false, true})) << "a delayed event keeps the queue busy";
+    EXPECT_FALSE(runner_->IsCurrentRunnerThread());
+}
+
+TEST_F(EventHandlerTest, NothingIsSentWithoutARunnerOrAnOwner)
+{
+    Recorder unowned(runner_);
+    EXPECT_FALSE(unowned.SendEvent(1)) << "could not be kept alive";
+    EXPECT_FALSE(handler_->SendEvent(InnerEvent::Pointer(nullptr, nullptr)));
+    EXPECT_FALSE(std::make_shared<Recorder>()->SendEvent(1)) << "never had a runner";
+    Faults::Inject("event_handler.send");
+    EXPECT_FALSE(handler_->SendEvent(1));
+    Faults::Inject("event_runner.create");
+    EXPECT_EQ(EventRunner::Create("refused"), nullptr);
+
+    EXPECT_TRUE(handler_->SendEvent(1));
+    const auto queue = runner_->GetEventQueue();
+    runner_ = nullptr;
+    EXPECT_FALSE(handler_->SendEvent(2)) << "the handler does not own its runner";
+    EXPECT_EQ(handler_->GetEventRunner(), nullptr);
+    EXPECT_FALSE(handler_->HasInnerEvent(1));
+    EXPECT_TRUE(queue->IsIdle()) << "what waited went with the runner";
+    EXPECT_EQ(Settled(), Ids{});
+}
+
+TEST_F(EventHandlerTest, ANewRunnerTakesOverAndTheOldEventsAreDropped)
+{
+    auto second = EventRunner::Create("second");
+    EXPECT_TRUE(handler_->SendEvent(1));
+    handler_->SetEventRunner(runner_);
+    EXPECT_TRUE(handler_->HasInnerEvent(1)) << "no change, nothing lost";
+    handler_->SetEventRunner(second);
+    EXPECT_TRUE(runner_->GetEventQueue()->IsIdle());
+    handler_->onEvent = [&](const InnerEvent&) { EXPECT_TRUE(second->IsCurrentRunnerThread()); };
+    EXPECT_TRUE(handler_->SendEvent(2));
+    EXPECT_EQ(Settled(), Ids{2});
+}
+
+template <typename Reference>
+struct EventHandlerLifeTest : EventHandlerTest {
+    static Reference Make(const std::shared_ptr<EventRunner>& runner)
+    {
+        return Reference(new typename std::pointer_traits<decltype(&*Reference())>::element_type(runner));
+    }
+};
+using References = testing::Types<std::shared_ptr<Recorder>, sptr<CountedRecorder>>;
+TYPED_TEST_SUITE(EventHandlerLifeTest, References);
+
+TYPED_TEST(EventHandlerLifeTest, AHandlerThatGoesTakesItsEventsAlong)
+{
+    auto doomed = this->Make(this->runner_);
+    auto doomedNext = this->Make(this->runner_);
+    doomed->onEvent = doomedNext->onEvent = [](const InnerEvent&) { FAIL(); };
+    EXPECT_TRUE(doomed->SendEvent(1));
+    EXPECT_TRUE(doomed->SendEvent(2, 5));
+    EXPECT_TRUE(this->handler_->SendEvent(3));
+    EXPECT_TRUE(doomedNext->SendEvent(4));
+    doomed = nullptr;
+    EXPECT_EQ(this->time_.PendingCount(), 2U);
+    this->handler_->onEvent = [&](const InnerEvent&) { doomedNext = nullptr; };
+    EXPECT_EQ(this->Settled(), Ids{3});
+    EXPECT_TRUE(this->runner_->GetEventQueue()->IsIdle());
+}
+
+TYPED_TEST(EventHandlerLifeTest, HandlerAndRunnerMayGoInsideTheirOwnEvent)
+{
+    auto doomed = this->Make(this->runner_);
+    std::string story;
+    doomed->onDestroyed = [&] { story += this->time_.Settle() ? "destroyed elsewhere" : "destroyed on the runner"; };
+    doomed->onEvent = [&, self = &*doomed](const InnerEvent& event) {
+        doomed = nullptr;
+        this->runner_ = nullptr;
+        story += "event " + std::to_string(event.GetInnerEventId()) + " of " + std::to_string(self->ids.size()) + ", ";
+    };
+    EXPECT_TRUE(doomed->SendEvent(7));
+    EXPECT_TRUE(doomed->SendEvent(8));
+    EXPECT_TRUE(this->time_.Settle());
+    EXPECT_EQ(story, "event 7 of 1, destroyed on the runner");
+}
+
+// Threads instead of manual time. A sender, the runner and the owner meet at every point.
+template <typename Reference>
+struct EventHandlerStress : testing::Test {};
+TYPED_TEST_SUITE(EventHandlerStress, References);
+
+TYPED_TEST(EventHandlerStress, HandlersAndRunnersMayBeDroppedWhileEventsCome)
+{
+    std::atomic<int> alive = 0;
+    for (int round = 0; round < 200; ++round) {
+        auto runner = EventRunner::Create("stressed");
+        auto handler = EventHandlerLifeTest<TypeParam>::Make(runner);
+        ++alive;
+        handler->onDestroyed = [&] { --alive; };
+        handler->onEvent = [last = int64_t{0}](const InnerEvent& event) mutable {
+            EXPECT_LT(std::exchange(last, event.GetParam()), event.GetParam()) << "in the order of sending";
+        };
+        std::thread sender([shared = handler] {
+            for (int64_t i = 1; i <= 50; ++i) {
+                (void)shared->SendEvent(1, i, 0); // refused once the runner has gone
+                if (i % 10 == 0) {
+                    shared->RemoveEvent(1);
+                }
+            }
+        });
+        if (round % 2 == 0) {
+            runner = nullptr;
+        }
+        handler = nullptr;
+        sender.join();
+    }
+    EXPECT_TRUE(Scheduler::Instance().Shutdown(60'000));
+    EXPECT_EQ(alive, 0);
+}
+
+} // namespace
+} // namespace OHOS::AppExecFwk

@@ -1,0 +1,158 @@
+#include "host/loopback.h"
+
+#include <unistd.h>
+
+#include <vector>
+
+#include "ipc_scene.h"
+
+namespace OHOS::Host {
+namespace {
+
+class LoopbackTest : public testing::Test {
+protected:
+    LoopbackTest()
+    {
+        EXPECT_TRUE(Scheduler::Instance().UseManualTime());
+    }
+
+    // Hands `object` to the service as request 1 does, as seen by the process.
+    int Hand(const sptr<IRemoteObject>& object)
+    {
+        MessageParcel data;
+        MessageParcel reply;
+        MessageOption option;
+        EXPECT_TRUE(data.WriteRemoteObject(object));
+        return process.Connect(service)->SendRequest(1, data, reply, option);
+    }
+    void KeepWhatIsHanded()
+    {
+        service->On(1, [this](MessageParcel& data, MessageParcel&) {
+            handed.push_back(data.ReadRemoteObject());
+            return 0;
+        });
+    }
+
+    LoopbackProcess process{{77, 1000, 4}};
+    sptr<ScriptedStub> service = new ScriptedStub; // of this process
+    sptr<ScriptedStub> own = new ScriptedStub;     // of the other one
+    std::vector<sptr<IRemoteObject>> handed;
+};
+
+TEST_F(LoopbackTest, ObjectsKeepTheirIdentityAcrossTheBorder)
+{
+    KeepWhatIsHanded();
+    EXPECT_EQ(Hand(own), 0);
+    EXPECT_EQ(Hand(own), 0);
+    EXPECT_EQ(Hand(process.Connect(service)), 0);
+    ASSERT_EQ(handed.size(), 3U);
+    EXPECT_TRUE(handed[0]->IsProxyObject());
+    EXPECT_EQ(handed[0], handed[1]) << "the same stub is the same proxy";
+    EXPECT_EQ(handed[0], process.ProxyFor(own));
+    EXPECT_EQ(handed[2], service) << "a proxy that is sent home is the stub again";
+
+    EXPECT_EQ(process.CountObjects().objectsOfProcess, 1U);
+    const int references = own->GetSptrRefCount();
+    handed.clear();
+    EXPECT_EQ(own->GetSptrRefCount(), references - 1) << "the last proxy's end lets go of the stub";
+    EXPECT_EQ(process.CountObjects().objectsOfProcess, 0U);
+    EXPECT_EQ(process.CountObjects().objectsOfOthers, 0U);
+}
+
+TEST_F(LoopbackTest, AnObjectOfAThirdProcessIsAStranger)
+{
+    LoopbackProcess third({78, 1000, 4});
+    const sptr<IRemoteObject> strange = third.ProxyFor(new ScriptedStub);
+    const sptr<IRemoteObject> known = process.ProxyFor(own);
+    own->On(1, [](MessageParcel&, MessageParcel&) { return 0; });
+    service->On(2, [&](MessageParcel&, MessageParcel& reply) { return reply.WriteRemoteObject(strange) ? 0 : -11; });
+
+    MessageParcel data;
+    MessageParcel reply;
+    MessageOption option;
+    ASSERT_TRUE(data.WriteRemoteObject(strange));
+    EXPECT_FALSE(data.WriteRemoteObject(known)) << "wherever it goes, one of the two does not belong there";
+    EXPECT_EQ(known->SendRequest(1, data, reply, option), IPC_FOREIGN_OBJECT);
+    EXPECT_EQ(CallPlain(process.Connect(service), 2), -11) << "a reply knows where it goes";
+    EXPECT_EQ(CountErrors("an object of a third process"), 3U);
+}
+
+TEST_F(LoopbackTest, DescriptorsAreDuplicatedAndClosedWhereNobodyTakesThem)
+{
+    const int fd = FileWith("sent");
+    const size_t before = CountDescriptors();
+    service->On(1, [](MessageParcel& data, MessageParcel& reply) {
+        const int received = data.ReadFileDescriptor();
+        EXPECT_EQ(TextOf(received), "sent");
+        EXPECT_TRUE(reply.WriteFileDescriptor(received));
+        return ::close(received);
+    });
+    {
+        MessageParcel data;
+        MessageParcel reply;
+        MessageOption option;
+        ASSERT_TRUE(data.WriteFileDescriptor(fd));
+        ASSERT_TRUE(data.WriteFileDescriptor(fd));
+        EXPECT_EQ(process.Connect(service)->SendRequest(1, data, reply, option), 0);
+        EXPECT_EQ(CountDescriptors(), before + 3) << "two in the request, one in the reply";
+    }
+    EXPECT_EQ(CountDescriptors(), before);
+    (void)::close(fd);
+}
+
+TEST_F(LoopbackTest, ADeathIsToldOnceByTheQueueOfDeaths)
+{
+    const sptr<IRemoteObject> proxy = process.ProxyFor(own);
+    const sptr<DeathWatch> watch = new DeathWatch;
+    const sptr<DeathWatch> removed = new DeathWatch;
+    ASSERT_TRUE(proxy->AddDeathRecipient(watch));
+    ASSERT_TRUE(proxy->AddDeathRecipient(removed));
+    bool ran = false;
+    process.Post([&ran] { ran = true; });
+
+    process.Kill();
+    process.Kill();
+    EXPECT_TRUE(proxy->IsObjectDead());
+    EXPECT_EQ(CallPlain(proxy, 1), IPC_DEAD_OBJECT);
+    EXPECT_FALSE(proxy->AddDeathRecipient(watch)) << "too late";
+    EXPECT_TRUE(proxy->RemoveDeathRecipient(removed)) << "not told yet";
+    EXPECT_EQ(watch->deaths, 0) << "not inside the call that caused it";
+
+    ASSERT_TRUE(Scheduler::Instance().Settle());
+    EXPECT_EQ(watch->deaths, 1);
+    EXPECT_EQ(watch->lastObject, proxy);
+    EXPECT_EQ(removed->deaths, 0);
+    EXPECT_FALSE(ran) << "a dead process does nothing";
+    EXPECT_EQ(process.ProxyFor(own), nullptr);
+    EXPECT_EQ(own->GetSptrRefCount(), 1) << "what it had given away is free";
+}
+
+TEST_F(LoopbackTest, AProcessThatDiesInsideACallFailsTheCall)
+{
+    own->On(1, [this](MessageParcel&, MessageParcel&) {
+        process.Kill();
+        return 0;
+    });
+    EXPECT_EQ(CallPlain(process.ProxyFor(own), 1), IPC_DEAD_OBJECT);
+}
+
+TEST_F(LoopbackTest, AHangingProcessCostsTheWaitTimeAndHandlesItAllLater)
+{
+    std::string handled;
+    own->On(1, [&handled](MessageParcel&, MessageParcel&) { return handled += "call ", 0; });
+    own->On(2, [&handled](MessageParcel&, MessageParcel&) { return handled += "post ", 0; });
+    const sptr<IRemoteObject> proxy = process.ProxyFor(own);
+    process.SetHanging(true);
+    const int64_t start = Scheduler::Instance().BootTimeMs();
+    EXPECT_EQ(PostPlain(proxy, 2), ERR_NONE);
+    EXPECT_EQ(Scheduler::Instance().BootTimeMs(), start);
+    EXPECT_EQ(CallPlain(proxy, 1, 3), IPC_TIMED_OUT);
+    EXPECT_EQ(Scheduler::Instance().BootTimeMs(), start + 3000);
+    EXPECT_EQ(handled, "");
+    process.SetHanging(false);
+    ASSERT_TRUE(Scheduler::Instance().Settle());
+    EXPECT_EQ(handled, "post call ");
+}
+
+} // namespace
+} // namespace OHOS::Host

@@ -1,0 +1,208 @@
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "ipc_scene.h"
+#include "raw_peer.h"
+
+// What a client can fill has a limit: up to it all goes well, one above has its own error, and the next call goes well
+// again.
+namespace OHOS {
+namespace {
+
+class LimitsTest : public IpcScene {
+protected:
+    LimitsTest()
+    {
+        service->On(1, [](MessageParcel&, MessageParcel&) { return 0; });
+        service->On(2, [this](MessageParcel&, MessageParcel&) { return ++waiting, goOn.Wait() ? 0 : -1; });
+        service->On(3, [this](MessageParcel& data, MessageParcel&) {
+            for (sptr<IRemoteObject> object = data.ReadRemoteObject(); object != nullptr;) {
+                kept.push_back(std::exchange(object, data.ReadRemoteObject()));
+            }
+            return 0;
+        });
+        service->On(4, [](MessageParcel& data, MessageParcel& reply) {
+            const std::string bytes(static_cast<size_t>(data.ReadInt32()), 'x');
+            return reply.SetMaxCapacity(8 << 20) && reply.WriteBuffer(bytes.data(), bytes.size()) ? 0 : -11;
+        });
+    }
+    static int SendBytes(const sptr<IRemoteObject>& root, size_t size, int flags = MessageOption::TF_SYNC)
+    {
+        MessageParcel data;
+        MessageParcel reply;
+        MessageOption option(flags);
+        const std::string bytes(size, 'x');
+        EXPECT_TRUE(data.SetMaxCapacity(size) && data.WriteBuffer(bytes.data(), size));
+        return root->SendRequest(1, data, reply, option);
+    }
+
+    std::atomic<size_t> waiting{0};
+    Gate goOn;
+    std::vector<sptr<IRemoteObject>> kept;
+};
+
+TEST_F(LimitsTest, BytesOfAMessage)
+{
+    Serve();
+    const sptr<IRemoteObject> root = Connect();
+    constexpr size_t most = (4 << 20) - 32;
+    EXPECT_EQ(SendBytes(root, most), 0);
+    EXPECT_EQ(SendBytes(root, most + 4), IPC_MESSAGE_TOO_BIG);
+    for (const auto& [size, result] : {std::pair{most, 0}, std::pair{most + 4, int{IPC_MESSAGE_TOO_BIG}}}) {
+        MessageParcel data;
+        MessageParcel reply;
+        MessageOption option;
+        ASSERT_TRUE(data.WriteInt32(static_cast<int32_t>(size)));
+        EXPECT_EQ(root->SendRequest(4, data, reply, option), result) << "as a reply";
+        EXPECT_EQ(reply.GetDataSize(), result == 0 ? size : 0);
+    }
+}
+
+TEST_F(LimitsTest, DescriptorsOfAMessage)
+{
+    Serve();
+    const sptr<IRemoteObject> root = Connect();
+    for (const auto& [count, result] :
+        {std::pair{1024, 0}, std::pair{1025, int{IPC_MESSAGE_TOO_BIG}}, std::pair{1, 0}}) {
+        MessageParcel data;
+        MessageParcel reply;
+        MessageOption option;
+        for (int i = 0; i < count; ++i) {
+            ASSERT_TRUE(data.WriteFileDescriptor(STDERR_FILENO));
+        }
+        EXPECT_EQ(root->SendRequest(1, data, reply, option), result) << count;
+    }
+}
+
+TEST_F(LimitsTest, ObjectsOfAConnection)
+{
+    Host::IpcLimits limits;
+    limits.objectsPerConnection = 10;
+    Serve(limits);
+    const sptr<IRemoteObject> root = Connect();
+    const auto hand = [&](int count) {
+        MessageParcel data;
+        MessageParcel reply;
+        MessageOption option;
+        for (int i = 0; i < count; ++i) {
+            EXPECT_TRUE(data.WriteRemoteObject(new ScriptedStub));
+        }
+        return root->SendRequest(3, data, reply, option);
+    };
+    EXPECT_EQ(hand(11), IPC_TOO_MANY_OBJECTS);
+    EXPECT_EQ(hand(6), 0);
+    EXPECT_EQ(hand(5), IPC_TOO_MANY_OBJECTS);
+    EXPECT_EQ(hand(4), 0) << "what was not sent does not count";
+    EXPECT_EQ(hand(1), IPC_TOO_MANY_OBJECTS);
+    kept.clear();
+    EXPECT_TRUE(Eventually([&] { return hand(10) == 0; }));
+
+    ExpectErrors("too many objects");
+    const RawClient peer(Path("app"));
+    for (uint64_t id = 1; id <= 11; ++id) {
+        ASSERT_TRUE(peer.lane.Send(
+            Wire::Message({0x4d474c50, 56, 1, 0, 1, 0, 1, 3}).U64(id).U32(1).U32(0).Text("*OBJ").U32(0)));
+        EXPECT_EQ(peer.lane.Read(32).size(), id <= 10 ? 32U : 0U);
+    }
+    EXPECT_EQ(peer.Goodbye(), 11);
+    kept.clear();
+}
+
+TEST_F(LimitsTest, LanesOfAConnection)
+{
+    Host::IpcLimits limits;
+    limits.lanesPerConnection = 4;
+    Serve(limits);
+    const sptr<IRemoteObject> root = Connect();
+    std::vector<std::thread> callers;
+    for (int i = 0; i < 4; ++i) {
+        callers.emplace_back([&root] { EXPECT_EQ(CallPlain(root, 2), 0); });
+    }
+    EXPECT_TRUE(Eventually([this] { return waiting == 4; }));
+    EXPECT_EQ(CallPlain(root, 1), IPC_TOO_MANY_LANES);
+    EXPECT_EQ(CallPlain(Connect(), 1), 0) << "others have their own";
+    goOn.Open();
+    for (std::thread& caller : callers) {
+        caller.join();
+    }
+    EXPECT_EQ(CallPlain(root, 1), 0);
+
+    ExpectErrors("too many lanes");
+    const RawClient peer(Path("app"));
+    std::vector<RawSocket> lanes;
+    for (int i = 0; i < 16; ++i) {
+        lanes.push_back(peer.OpenLane());
+    }
+    EXPECT_EQ(peer.Goodbye(), 12);
+}
+
+TEST_F(LimitsTest, ConnectionsOfAUser)
+{
+    Host::IpcLimits limits;
+    limits.connectionsPerUser = 3;
+    Serve(limits);
+    std::vector<sptr<IRemoteObject>> roots;
+    for (int i = 0; i < 3; ++i) {
+        roots.push_back(Connect());
+    }
+    ExpectErrors("too many connections of this user");
+    std::string error;
+    EXPECT_EQ(Host::ConnectToDaemon(Path("owner"), error), nullptr);
+    EXPECT_EQ(error, "cannot connect to " + Path("owner") + ": too many connections of this user");
+    EXPECT_EQ(CallPlain(roots[0], 1), 0);
+    roots.pop_back();
+    EXPECT_TRUE(Eventually([this] { return server.Connections().size() == 2; }));
+    EXPECT_EQ(CallPlain(Connect(), 1), 0);
+}
+
+TEST_F(LimitsTest, OneWayBytesTowardsAPeerThatDoesNotRead)
+{
+    Host::IpcLimits limits;
+    limits.queuedBytesPerConnection = 1 << 20;
+    Serve(limits);
+    std::string error;
+    const sptr<IRemoteObject> root = Host::ConnectToDaemon(Path("owner"), limits, error);
+    EXPECT_EQ(PostPlain(root, 2), 0); // it hangs in this one, and reads no other of this thread
+    size_t sent = 0;
+    int result = 0;
+    while (sent < 100 && result == 0) {
+        result = SendBytes(root, 64 << 10, MessageOption::TF_ASYNC);
+        sent += result == 0 ? 1 : 0;
+    }
+    EXPECT_EQ(result, IPC_PEER_DOES_NOT_READ);
+    EXPECT_GT(sent, 15U) << "a mebibyte waits here, and what the socket takes";
+    const uint64_t before = Host::CountIpc().requests;
+    goOn.Open();
+    EXPECT_EQ(CallPlain(root, 1), 0) << "behind all of them";
+    EXPECT_EQ(Host::CountIpc().requests, before + sent + 1);
+}
+
+// A process without descriptors left refuses, says so, and recovers.
+TEST_F(LimitsTest, DescriptorsOfTheProcess)
+{
+    Serve();
+    const sptr<IRemoteObject> root = Connect();
+    EXPECT_EQ(CallPlain(root, 1), 0);
+    const RawClient early(Path("app"));
+    ASSERT_TRUE(early.lane.Send(Wire::Message({})));
+    EXPECT_EQ(early.lane.Read(32).size(), 32U);
+    rlimit old = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &old), 0);
+    const int highest = ::dup(STDERR_FILENO);
+    (void)::close(highest);
+    const rlimit none = {static_cast<rlim_t>(highest), old.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    // A descriptor that there is no room for is a missing one.
+    ASSERT_TRUE(early.lane.Send(Wire::Message({0x4d474c50, 32, 1, 0, 0, 1, 1, 1, 2}), {STDERR_FILENO}));
+    EXPECT_EQ(early.lane.Read(32).size(), 32U);
+    EXPECT_EQ(CallPlain(root, 1), 0) << "a call needs none";
+    MessageParcel data;
+    EXPECT_FALSE(data.WriteFileDescriptor(STDERR_FILENO));
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &old), 0);
+    EXPECT_EQ(CallPlain(Connect(), 1), 0);
+}
+
+} // namespace
+} // namespace OHOS

@@ -1,0 +1,140 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <random>
+#include <thread>
+
+#include "ipc_scene.h"
+
+// Counts of objects and descriptors under everything at once: at the end both sides hold what they did at the start.
+namespace OHOS {
+namespace {
+
+class ObjectCountsTest : public IpcScene {
+protected:
+    static constexpr int OBJECTS = 5;
+    static constexpr int ROUNDS = 400;
+
+    ObjectCountsTest()
+    {
+        for (int i = 0; i < OBJECTS; ++i) {
+            given.push_back(new ScriptedStub);
+        }
+        // Gives one of the objects, and hands back what came.
+        service->On(1, [this](MessageParcel& data, MessageParcel& reply) {
+            const auto index = static_cast<size_t>(data.ReadInt32());
+            const sptr<IRemoteObject> theirs = data.ReadRemoteObject();
+            EXPECT_NE(theirs, nullptr) << "a release has overtaken its message";
+            return reply.WriteRemoteObject(given[index]) && reply.WriteRemoteObject(theirs) ? 0 : -11;
+        });
+        // Takes objects that its sender lets go of right behind the message.
+        service->On(2, [this](MessageParcel& data, MessageParcel&) {
+            EXPECT_NE(data.ReadRemoteObject(), nullptr);
+            const sptr<IRemoteObject> ours = data.ReadRemoteObject();
+            EXPECT_TRUE(ours != nullptr && !ours->IsProxyObject());
+            return ++posts, 0;
+        });
+    }
+    sptr<IRemoteObject> Exchange(const sptr<IRemoteObject>& root, int index, const sptr<IRemoteObject>& own)
+    {
+        MessageParcel data;
+        MessageParcel reply;
+        MessageOption option;
+        EXPECT_TRUE(data.WriteInt32(index) && data.WriteRemoteObject(own));
+        EXPECT_EQ(root->SendRequest(1, data, reply, option), 0);
+        sptr<IRemoteObject> theirs = reply.ReadRemoteObject();
+        EXPECT_NE(theirs, nullptr);
+        EXPECT_EQ(reply.ReadRemoteObject(), own);
+        return theirs;
+    }
+    bool AllAreFree(const std::vector<sptr<IRemoteObject>>& own) const
+    {
+        const auto isFree = [](const auto& object) { return object->GetSptrRefCount() == 1; };
+        return std::all_of(given.begin(), given.end(), isFree) && std::all_of(own.begin(), own.end(), isFree);
+    }
+
+    std::vector<sptr<ScriptedStub>> given;
+    std::atomic<int> posts{0};
+};
+
+TEST_F(ObjectCountsTest, ReleasesThatCrossWithMessagesLoseNothingAndKeepNothing)
+{
+    Serve();
+    const sptr<IRemoteObject> root = Connect();
+    std::vector<sptr<IRemoteObject>> own;
+    for (int i = 0; i < OBJECTS; ++i) {
+        own.push_back(new ScriptedStub);
+    }
+    std::vector<std::thread> threads;
+    for (unsigned seed = 0; seed < 8; ++seed) {
+        threads.emplace_back([&, seed] {
+            std::minstd_rand random(seed);
+            sptr<IRemoteObject> kept;
+            for (int round = 0; round < ROUNDS; ++round) {
+                const int index = static_cast<int>(random() % OBJECTS);
+                sptr<IRemoteObject> theirs = Exchange(root, index, own[random() % OBJECTS]);
+                if (random() % 4 == 0) {
+                    kept = theirs; // now and then one lives longer
+                }
+                if (random() % 4 == 0) {
+                    MessageParcel data;
+                    MessageParcel reply;
+                    MessageOption option(MessageOption::TF_ASYNC);
+                    EXPECT_TRUE(data.WriteRemoteObject(own[random() % OBJECTS]) && data.WriteRemoteObject(theirs));
+                    EXPECT_EQ(root->SendRequest(2, data, reply, option), 0);
+                    --posts;
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_TRUE(Eventually([this] { return posts == 0; })) << posts;
+    EXPECT_TRUE(Eventually([&] { return AllAreFree(own); }));
+}
+
+TEST_F(ObjectCountsTest, AConnectionEndsWhenNothingOfItIsHeld)
+{
+    Serve();
+    sptr<IRemoteObject> root = Connect();
+    sptr<IRemoteObject> theirs = Exchange(root, 0, new ScriptedStub);
+    root = nullptr;
+    EXPECT_EQ(theirs->GetObjectDescriptor(), u"test.scripted") << "one object is enough";
+    theirs = nullptr;
+    EXPECT_TRUE(Eventually([this] { return server.Connections().empty(); }));
+    EXPECT_EQ(Host::CountIpc().connections, 0U);
+}
+
+TEST_F(ObjectCountsTest, AKilledClientLeavesNoDescriptorsAndNoObjects)
+{
+    Gate begun;
+    Gate goOn;
+    service->On(3, [&](MessageParcel& data, MessageParcel&) {
+        EXPECT_EQ(::close(data.ReadFileDescriptor()), 0); // one is taken, the others are not
+        begun.Open();
+        EXPECT_TRUE(goOn.Wait());
+        return 0;
+    });
+    ClientProcess client([this](const Baton&) {
+        MessageParcel data;
+        MessageParcel reply;
+        MessageOption option;
+        for (int i = 0; i < 500; ++i) {
+            EXPECT_TRUE(data.WriteFileDescriptor(STDERR_FILENO) && data.WriteRemoteObject(new ScriptedStub));
+        }
+        (void)Connect()->SendRequest(3, data, reply, option);
+    });
+    Serve();
+    const size_t before = CountDescriptors();
+    client.Go();
+    EXPECT_TRUE(begun.Wait());
+    EXPECT_EQ(Host::CountIpc().objectsHeld, 500U);
+    client.Kill();
+    goOn.Open();
+    EXPECT_TRUE(Eventually([before] { return CountDescriptors() <= before; }));
+    EXPECT_EQ(Host::CountIpc().objectsHeld, 0U);
+}
+
+} // namespace
+} // namespace OHOS
