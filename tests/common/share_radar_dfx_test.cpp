@@ -5,6 +5,7 @@
 #include <memory>
 #include <regex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -259,6 +260,29 @@ TEST_F(ShareRadarDfxTest, AReportThatIsRefusedStillEndsTheAttempt)
     radar_.ReportShareRadarInfo("Func", RadarStage::TAP, 3, RadarState::END, 5);
     EXPECT_EQ(Written().size(), 0U);
     EXPECT_EQ(radar_.GetRecord().bizScene, RadarScene::NONE);
+}
+
+// As the record of a tap is: by its runner and by the engine's threads.
+TEST_F(ShareRadarDfxTest, ThreadsShareARecord)
+{
+    constexpr int REPORTS = 50;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([this] {
+            for (int k = 0; k < REPORTS; ++k) {
+                Fill(RadarScene::SEND);
+                radar_.ReportShareRadarInfo("Func", RadarStage::TAP, 3, 0, 5);
+                radar_.ReportShareRadarInfo("Func", RadarStage::TAP, 3, RadarState::END, 5);
+                (void)radar_.GetConcurrentId();
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    const size_t written = Written().size();
+    EXPECT_GE(written, 2U * REPORTS);
+    EXPECT_LE(written, 4U * REPORTS);
 }
 
 TEST_F(ShareRadarDfxTest, RadiosAreAskedForEachReport)

@@ -30,6 +30,7 @@ using Host::Json;
 
 constexpr const char* PACKAGE_NAME = "pelago.cli";
 constexpr int64_t STALL_MS = 5000;
+constexpr int64_t BYTES_PER_SPEED = 1024; // the engine counts KiB a second
 constexpr int64_t TICK_MS = 200; // how often a running send looks at its clock and at Ctrl-C
 
 // What the payload is, as the engine and the receiver's extension read it.
@@ -434,7 +435,7 @@ private:
             if (quietMs >= STALL_MS) {
                 Note("no progress for " + SecondsText(quietMs / 1000));
             } else {
-                bar_.Show(now.percent, now.speed);
+                bar_.Show(now.percent, int64_t{now.speed} * BYTES_PER_SPEED);
             }
         } else {
             Note("waiting for an answer");

@@ -26,7 +26,7 @@ ControlSocket::ControlSocket(SocketLink& link, UniqueFd socket)
 
 bool ControlSocket::Open()
 {
-    return Reactor::Get().Watch(socket_.Get(), EPOLLIN, this, ticket_);
+    return Reactor::Get().Watch(socket_.Get(), Reactor::INCOMING, this, ticket_);
 }
 
 void ControlSocket::Shutdown()
@@ -82,7 +82,7 @@ bool ControlSocket::Send(const ControlMessage& message, UniqueFd descriptor)
         outbox_.Add(sending, Baggage{std::move(descriptors), {}, {}});
         if (first) {
             sending_.Start();
-            Reactor::Get().Rewatch(ticket_, socket_.Get(), EPOLLIN | EPOLLOUT);
+            Reactor::Get().Rewatch(ticket_, socket_.Get(), Reactor::INCOMING | EPOLLOUT);
             link_.WatchDeadline();
         }
         return true;
@@ -116,19 +116,19 @@ void ControlSocket::Flush()
         return;
     }
     sending_.Stop();
-    Reactor::Get().Rewatch(ticket_, socket_.Get(), EPOLLIN);
+    Reactor::Get().Rewatch(ticket_, socket_.Get(), Reactor::INCOMING);
 }
 
 // ---- Receiving
 
-bool ControlSocket::OnReady(uint32_t)
+bool ControlSocket::OnReady(uint32_t events)
 {
     const sptr<SocketLink> link(&link_); // its group may let go of it below
     Flush();
     if (ended_) {
         return false;
     }
-    const EndReason wrong = Read();
+    const EndReason wrong = Read((events & Reactor::ENDING) != 0);
     if (wrong != EndReason::NONE) {
         link_.End(wrong);
         ended_ = true;
@@ -139,7 +139,7 @@ bool ControlSocket::OnReady(uint32_t)
     return false;
 }
 
-EndReason ControlSocket::Read()
+EndReason ControlSocket::Read(bool toTheEnd)
 {
     for (;;) {
         iovec room = {bytes_.data() + size_, bytes_.size() - size_};
@@ -157,8 +157,8 @@ EndReason ControlSocket::Read()
         if (const EndReason wrong = HandOut(); wrong != EndReason::NONE) {
             return wrong;
         }
-        if (!stream_.MayHaveMore()) {
-            return EndReason::NONE;
+        if (!stream_.MayHaveMore() && !toTheEnd) {
+            return EndReason::NONE; // whatever comes later is told by the reactor
         }
     }
 }

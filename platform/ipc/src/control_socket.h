@@ -44,7 +44,7 @@ public:
     [[nodiscard]] bool OnReady(uint32_t events) override;
 
 private:
-    [[nodiscard]] EndReason Read();
+    [[nodiscard]] EndReason Read(bool toTheEnd);
     [[nodiscard]] EndReason HandOut();
     void Flush();
 

@@ -256,6 +256,8 @@ void LoopbackProcess::Kill()
     border_->There().Part();
     border_->There().Objects().Die();
     border_->Here().Objects().Die();
+    border_->There().Objects().DropGiven();
+    border_->Here().Objects().DropGiven();
     const TaskId told =
         DeathsQueue()->Post([link = sptr<LoopbackLink>(&border_->Here())] { link->Objects().TellRecipients(); });
     if (told == 0) {

@@ -125,9 +125,14 @@ bool ObjectTable::RemoveRecipient(RemoteProxy& proxy, const sptr<IRemoteObject::
 
 void ObjectTable::Die()
 {
-    std::unordered_map<uint64_t, Given> dropped; // goes after the lock
     std::lock_guard lock(mutex_);
     dead_ = true;
+}
+
+void ObjectTable::DropGiven()
+{
+    std::unordered_map<uint64_t, Given> dropped; // goes after the lock
+    std::lock_guard lock(mutex_);
     dropped.swap(given_);
     idOf_.clear();
 }

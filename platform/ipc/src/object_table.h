@@ -61,8 +61,10 @@ public:
     {
         return dead_.load(std::memory_order_acquire);
     }
-    // The peer is gone: nothing is given any more, and nobody can be added to those who are to be told.
+    // The peer is gone: nothing more is given, and nobody can be added to those who are to be told.
     void Die();
+    // For after the death: lets go of all that was given.
+    void DropGiven();
     // For after the death: calls each recipient that is still there, once, with no lock held. One thread at a time.
     void TellRecipients();
 

@@ -1,6 +1,8 @@
 #ifndef PLATFORM_IPC_REACTOR_H
 #define PLATFORM_IPC_REACTOR_H
 
+#include <sys/epoll.h>
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -59,6 +61,12 @@ class Reactor {
 public:
     static constexpr std::chrono::milliseconds IDLE_THREAD{1000};
     static constexpr size_t LASTING_THREADS = 2;
+
+    // What to watch a socket for that is read from.
+    static constexpr uint32_t INCOMING = EPOLLIN | EPOLLRDHUP;
+    // Part of the events of such a socket when its end can be read behind what has arrived. Only they tell: the end may
+    // have come together with the last bytes, and is not told again.
+    static constexpr uint32_t ENDING = EPOLLHUP | EPOLLRDHUP | EPOLLERR;
 
     // Names one registration, never a later one.
     using Ticket = uint64_t;

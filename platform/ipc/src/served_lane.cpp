@@ -17,7 +17,7 @@ ServedLane::ServedLane(SocketLink& link, UniqueFd socket)
 
 bool ServedLane::Open()
 {
-    return Reactor::Get().Watch(socket_.Get(), EPOLLIN, this, ticket_);
+    return Reactor::Get().Watch(socket_.Get(), Reactor::INCOMING, this, ticket_);
 }
 
 void ServedLane::Shutdown(bool drain) const
@@ -71,8 +71,9 @@ void ServedLane::Rest()
     }
 }
 
-bool ServedLane::OnReady(uint32_t)
+bool ServedLane::OnReady(uint32_t events)
 {
+    ending_ = ending_ || (events & Reactor::ENDING) != 0;
     BeginWork();
     Next next = FlushReply();
     bool drained = false;
@@ -123,7 +124,7 @@ ServedLane::Next ServedLane::Read(bool& drained)
 {
     switch (reader_.Receive(socket_.Get(), MSG_DONTWAIT)) {
         case DescriptorStream::Fill::DATA:
-            drained = !reader_.MayHaveMore(); // whatever comes later is told by the reactor
+            drained = !reader_.MayHaveMore() && !ending_; // whatever comes later is told by the reactor
             return Next::GO_ON;
         case DescriptorStream::Fill::NOTHING:
             drained = true;
@@ -178,7 +179,7 @@ ServedLane::Next ServedLane::Reply(Answer& answer)
     outbox_.Add(reply, Baggage::Of(*answer.reply, std::move(answer.message.given)));
     sending_.Start();
     link_->WatchDeadline();
-    Reactor::Get().Rewatch(ticket_, socket_.Get(), EPOLLIN | EPOLLOUT);
+    Reactor::Get().Rewatch(ticket_, socket_.Get(), Reactor::INCOMING | EPOLLOUT);
     return Next::REST;
 }
 
@@ -217,7 +218,7 @@ ServedLane::Next ServedLane::FlushReply()
             break;
     }
     sending_.Stop();
-    Reactor::Get().Rewatch(ticket_, socket_.Get(), EPOLLIN);
+    Reactor::Get().Rewatch(ticket_, socket_.Get(), Reactor::INCOMING);
     return Next::GO_ON;
 }
 

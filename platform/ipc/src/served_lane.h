@@ -71,6 +71,7 @@ private:
     Reactor::Ticket ticket_ = 0;
     MessageReader reader_;
     Outbox outbox_;
+    bool ending_ = false;    // the end is there to be read
     GivenObjects lastReply_; // its stubs come back if the caller goes without having read it
     std::atomic<bool> inSynchronousRequest_{false};
     Stopwatch receiving_; // a request has begun to arrive

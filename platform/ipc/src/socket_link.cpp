@@ -362,6 +362,7 @@ void SocketLink::EndIfDrained()
 
 void SocketLink::Mourn()
 {
+    Objects().DropGiven(); // not before: what came one-way still named them
     if (endReason_ != EndReason::CLOSED) { // nobody has died when it is we who leave
         Objects().TellRecipients();
     }

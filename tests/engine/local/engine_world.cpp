@@ -191,6 +191,16 @@ size_t CountDescriptors()
     return static_cast<size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
 }
 
+std::string DescriptorsText()
+{
+    std::string text;
+    for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        text += entry.path().filename().string() + " " + fs::read_symlink(entry.path(), gone).string() + "\n";
+    }
+    return text;
+}
+
 bool BeginsWith(const std::string& text, const std::string& start)
 {
     return text.compare(0, start.size(), start) == 0;
@@ -380,7 +390,7 @@ void EngineTest::SetUp()
 
 void EngineTest::TearDown()
 {
-    EXPECT_TRUE(Eventually([this] { return CountDescriptors() == descriptors_; })) << CountDescriptors();
+    EXPECT_TRUE(Eventually([this] { return CountDescriptors() == descriptors_; })) << DescriptorsText();
     EXPECT_TRUE(!fs::exists(Nearby()) || Eventually([this] {
         return std::distance(fs::directory_iterator(Nearby()), fs::directory_iterator()) <= 1; // the lock
     }));

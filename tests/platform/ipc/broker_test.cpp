@@ -20,12 +20,10 @@ public:
     using IRemoteProxy::IRemoteProxy;
     int32_t Greet(const std::string& name) override
     {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option;
-        const bool sent = data.WriteInterfaceToken(GetDescriptor()) && data.WriteString(name) &&
-                          Remote()->SendRequest(1, data, reply, option) == ERR_NONE;
-        return sent ? reply.ReadInt32() : -1;
+        Exchange call;
+        const bool sent = call.data.WriteInterfaceToken(GetDescriptor()) && call.data.WriteString(name) &&
+                          call.Send(Remote(), 1) == ERR_NONE;
+        return sent ? call.reply.ReadInt32() : -1;
     }
 
 private:
@@ -94,11 +92,9 @@ TEST(BrokerTest, AStubAnswersForUnknownCodesAndForHandlersThatThrow)
     for (const sptr<IRemoteObject>& object : {sptr<IRemoteObject>(stub), process.Connect(stub)}) {
         for (const auto& [code, result] :
             {std::pair{9U, int{IPC_UNKNOWN_CODE}}, std::pair{2U, int{IPC_UNKNOWN_ERROR}}}) {
-            MessageParcel data;
-            MessageParcel reply;
-            MessageOption option;
-            ASSERT_TRUE(data.WriteInterfaceToken(IGreeter::GetDescriptor()));
-            EXPECT_EQ(object->SendRequest(code, data, reply, option), result);
+            Exchange call;
+            ASSERT_TRUE(call.data.WriteInterfaceToken(IGreeter::GetDescriptor()));
+            EXPECT_EQ(call.Send(object, code), result);
         }
     }
     EXPECT_EQ(CountErrors("no thread to be had"), 2U);

@@ -210,6 +210,7 @@ TEST_F(RawPeerTest, RequestsOnOneLaneAreHandledOneAfterTheOther)
     for (uint32_t sequence = 1; sequence <= 3; ++sequence) {
         EXPECT_EQ(peer.lane.Read(32), Bytes(Wire::Message({0x4d474c50, 32, 2, 0, 0, 0, 0, 0, sequence})));
     }
+    Synchronize();
     EXPECT_EQ(handled, "none file none ");
 }
 
@@ -217,7 +218,7 @@ TEST_F(RawPeerTest, ARequestForAnObjectThatWasReleasedIsAnsweredSo)
 {
     Serve();
     const RawClient peer(Path("app"));
-    ASSERT_TRUE(peer.control.Send(Wire::Control(4, 1, 1))); // the root
+    ASSERT_TRUE(peer.control.Send(Wire::Control(4, 1, 1)));                      // the root
     const Bytes request = Wire::Message({0x4d474c50, 32, 1, 0, 0, 0, 1, 99, 1}); // a code that the root does not know
     const Bytes gone = Wire::Message({0x4d474c50, 32, 2, 0, 0, 0, 0, 2005, 1});
     EXPECT_TRUE(Eventually([&] { return peer.lane.Send(request) && peer.lane.Read(32) == gone; }));

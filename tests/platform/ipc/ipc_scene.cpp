@@ -31,9 +31,18 @@ std::array<int, 2> Pair()
 
 int ScriptedStub::OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option)
 {
+    Synchronize();
     const auto handler = handlers_.find(code);
-    return handler == handlers_.end() ? IPCObjectStub::OnRemoteRequest(code, data, reply, option)
-                                      : handler->second(data, reply);
+    const int result = handler == handlers_.end() ? IPCObjectStub::OnRemoteRequest(code, data, reply, option)
+                                                  : handler->second(data, reply);
+    Synchronize();
+    return result;
+}
+
+void Synchronize()
+{
+    static std::mutex mutex;
+    std::lock_guard lock(mutex);
 }
 
 void Gate::Open()
@@ -71,6 +80,7 @@ void Baton::Await(char what) const
     ASSERT_EQ(::poll(&ready, 1, 10'000), 1) << "nobody tells " << what;
     ASSERT_EQ(::read(fd_, &told, 1), 1) << "the other process has ended instead of telling " << what;
     ASSERT_EQ(told, what);
+    Synchronize();
 }
 
 ClientProcess::ClientProcess(Play play)
@@ -174,26 +184,30 @@ void IpcScene::ExpectErrors(const std::string& text, size_t times)
     announced_[text] += times;
 }
 
+int Exchange::Send(const sptr<IRemoteObject>& to, uint32_t code, int flags, int waitSeconds)
+{
+    MessageOption option(flags, waitSeconds);
+    Synchronize();
+    const int result = to->SendRequest(code, data, reply, option);
+    Synchronize();
+    return result;
+}
+
 int CallPlain(const sptr<IRemoteObject>& object, uint32_t code, int waitSeconds)
 {
-    MessageParcel data;
-    MessageParcel reply;
-    MessageOption option(MessageOption::TF_SYNC, waitSeconds);
-    return object->SendRequest(code, data, reply, option);
+    return Exchange().Send(object, code, MessageOption::TF_SYNC, waitSeconds);
 }
 
 int PostPlain(const sptr<IRemoteObject>& object, uint32_t code)
 {
-    MessageParcel data;
-    MessageParcel reply;
-    MessageOption option(MessageOption::TF_ASYNC);
-    return object->SendRequest(code, data, reply, option);
+    return Exchange().Send(object, code, MessageOption::TF_ASYNC);
 }
 
 bool Eventually(const std::function<bool()>& condition)
 {
     const auto limit = std::chrono::steady_clock::now() + 3s;
     while (!condition()) {
+        Synchronize();
         if (std::chrono::steady_clock::now() > limit) {
             return false;
         }

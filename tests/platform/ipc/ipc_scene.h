@@ -62,6 +62,10 @@ public:
     sptr<IRemoteObject> lastObject; // read once told
 };
 
+// What a handler has written is there for its caller, and for whoever is told of the call by a baton. The thread
+// sanitizer does not see that a socket puts things in order, so both ends pass through here.
+void Synchronize();
+
 // Lines between two processes of a scene.
 class Baton {
 public:
@@ -131,7 +135,14 @@ private:
     std::map<std::string, size_t> announced_;
 };
 
-// Sends a request without arguments; gives what SendRequest gives.
+// A request and its reply.
+struct Exchange {
+    MessageParcel data;
+    MessageParcel reply;
+
+    int Send(const sptr<IRemoteObject>& to, uint32_t code, int flags = MessageOption::TF_SYNC, int waitSeconds = 8);
+};
+// Requests without arguments; they give what SendRequest gives.
 int CallPlain(const sptr<IRemoteObject>& object, uint32_t code, int waitSeconds = 8);
 int PostPlain(const sptr<IRemoteObject>& object, uint32_t code);
 

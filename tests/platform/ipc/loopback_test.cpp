@@ -19,11 +19,9 @@ protected:
     // Hands `object` to the service as request 1 does, as seen by the process.
     int Hand(const sptr<IRemoteObject>& object)
     {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option;
-        EXPECT_TRUE(data.WriteRemoteObject(object));
-        return process.Connect(service)->SendRequest(1, data, reply, option);
+        Exchange call;
+        EXPECT_TRUE(call.data.WriteRemoteObject(object));
+        return call.Send(process.Connect(service), 1);
     }
     void KeepWhatIsHanded()
     {
@@ -67,13 +65,11 @@ TEST_F(LoopbackTest, AnObjectOfAThirdProcessIsAStranger)
     own->On(1, [](MessageParcel&, MessageParcel&) { return 0; });
     service->On(2, [&](MessageParcel&, MessageParcel& reply) { return reply.WriteRemoteObject(strange) ? 0 : -11; });
 
-    MessageParcel data;
-    MessageParcel reply;
-    MessageOption option;
-    ASSERT_TRUE(data.WriteRemoteObject(strange));
-    EXPECT_FALSE(data.WriteRemoteObject(known)) << "wherever it goes, one of the two does not belong there";
-    EXPECT_EQ(known->SendRequest(1, data, reply, option), IPC_FOREIGN_OBJECT);
-    EXPECT_EQ(CallPlain(process.Connect(service), 2), -11) << "a reply knows where it goes";
+    Exchange call;
+    ASSERT_TRUE(call.data.WriteRemoteObject(strange));
+    EXPECT_FALSE(call.data.WriteRemoteObject(known)) << "wherever it goes, one of the two does not belong there";
+    call.Send(EXPECT_EQ(known, 1), IPC_FOREIGN_OBJECT);
+    EXPECT_EQ(CallPlain(process.Connect(service), 2), -11) << "a call.reply knows where it goes";
     EXPECT_EQ(CountErrors("an object of a third process"), 3U);
 }
 
@@ -88,13 +84,11 @@ TEST_F(LoopbackTest, DescriptorsAreDuplicatedAndClosedWhereNobodyTakesThem)
         return ::close(received);
     });
     {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option;
-        ASSERT_TRUE(data.WriteFileDescriptor(fd));
-        ASSERT_TRUE(data.WriteFileDescriptor(fd));
-        EXPECT_EQ(process.Connect(service)->SendRequest(1, data, reply, option), 0);
-        EXPECT_EQ(CountDescriptors(), before + 3) << "two in the request, one in the reply";
+        Exchange call;
+        ASSERT_TRUE(call.data.WriteFileDescriptor(fd));
+        ASSERT_TRUE(call.data.WriteFileDescriptor(fd));
+        call.Send(EXPECT_EQ(process.Connect(service), 1), 0);
+        EXPECT_EQ(CountDescriptors(), before + 3) << "two in the request, one in the call.reply";
     }
     EXPECT_EQ(CountDescriptors(), before);
     (void)::close(fd);

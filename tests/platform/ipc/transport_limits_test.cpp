@@ -30,12 +30,10 @@ protected:
     }
     static int SendBytes(const sptr<IRemoteObject>& root, size_t size, int flags = MessageOption::TF_SYNC)
     {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option(flags);
+        Exchange call;
         const std::string bytes(size, 'x');
-        EXPECT_TRUE(data.SetMaxCapacity(size) && data.WriteBuffer(bytes.data(), size));
-        return root->SendRequest(1, data, reply, option);
+        EXPECT_TRUE(call.data.SetMaxCapacity(size) && call.data.WriteBuffer(bytes.call.data(), size));
+        return call.Send(root, 1, flags);
     }
 
     std::atomic<size_t> waiting{0};
@@ -51,12 +49,10 @@ TEST_F(LimitsTest, BytesOfAMessage)
     EXPECT_EQ(SendBytes(root, most), 0);
     EXPECT_EQ(SendBytes(root, most + 4), IPC_MESSAGE_TOO_BIG);
     for (const auto& [size, result] : {std::pair{most, 0}, std::pair{most + 4, int{IPC_MESSAGE_TOO_BIG}}}) {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option;
-        ASSERT_TRUE(data.WriteInt32(static_cast<int32_t>(size)));
-        EXPECT_EQ(root->SendRequest(4, data, reply, option), result) << "as a reply";
-        EXPECT_EQ(reply.GetDataSize(), result == 0 ? size : 0);
+        Exchange call;
+        ASSERT_TRUE(call.data.WriteInt32(static_cast<int32_t>(size)));
+        call.Send(EXPECT_EQ(root, 4), result) << "as a call.reply";
+        EXPECT_EQ(call.reply.GetDataSize(), result == 0 ? size : 0);
     }
 }
 
@@ -66,13 +62,11 @@ TEST_F(LimitsTest, DescriptorsOfAMessage)
     const sptr<IRemoteObject> root = Connect();
     for (const auto& [count, result] :
         {std::pair{1024, 0}, std::pair{1025, int{IPC_MESSAGE_TOO_BIG}}, std::pair{1, 0}}) {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option;
+        Exchange call;
         for (int i = 0; i < count; ++i) {
-            ASSERT_TRUE(data.WriteFileDescriptor(STDERR_FILENO));
+            ASSERT_TRUE(call.data.WriteFileDescriptor(STDERR_FILENO));
         }
-        EXPECT_EQ(root->SendRequest(1, data, reply, option), result) << count;
+        call.Send(EXPECT_EQ(root, 1), result) << count;
     }
 }
 
@@ -83,13 +77,11 @@ TEST_F(LimitsTest, ObjectsOfAConnection)
     Serve(limits);
     const sptr<IRemoteObject> root = Connect();
     const auto hand = [&](int count) {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option;
+        Exchange call;
         for (int i = 0; i < count; ++i) {
-            EXPECT_TRUE(data.WriteRemoteObject(new ScriptedStub));
+            EXPECT_TRUE(call.data.WriteRemoteObject(new ScriptedStub));
         }
-        return root->SendRequest(3, data, reply, option);
+        return call.Send(root, 3);
     };
     EXPECT_EQ(hand(11), IPC_TOO_MANY_OBJECTS);
     EXPECT_EQ(hand(6), 0);
@@ -164,7 +156,9 @@ TEST_F(LimitsTest, OneWayBytesTowardsAPeerThatDoesNotRead)
     Serve(limits);
     std::string error;
     const sptr<IRemoteObject> root = Host::ConnectToDaemon(Path("owner"), limits, error);
-    EXPECT_EQ(PostPlain(root, 2), 0); // it hangs in this one, and reads no other of this thread
+    EXPECT_EQ(PostPlain(root, 2), 0);
+    EXPECT_TRUE(Eventually([this] { return waiting == 1; }))
+        << "it hangs in this one, and reads no other of this thread";
     size_t sent = 0;
     int result = 0;
     while (sent < 100 && result == 0) {

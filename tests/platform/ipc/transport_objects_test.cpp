@@ -35,16 +35,14 @@ protected:
             return ++posts, 0;
         });
     }
-    sptr<IRemoteObject> Exchange(const sptr<IRemoteObject>& root, int index, const sptr<IRemoteObject>& own)
+    static sptr<IRemoteObject> Swap(const sptr<IRemoteObject>& root, int index, const sptr<IRemoteObject>& own)
     {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option;
-        EXPECT_TRUE(data.WriteInt32(index) && data.WriteRemoteObject(own));
-        EXPECT_EQ(root->SendRequest(1, data, reply, option), 0);
-        sptr<IRemoteObject> theirs = reply.ReadRemoteObject();
+        Exchange call;
+        EXPECT_TRUE(call.data.WriteInt32(index) && call.data.WriteRemoteObject(own));
+        call.Send(EXPECT_EQ(root, 1), 0);
+        sptr<IRemoteObject> theirs = call.reply.ReadRemoteObject();
         EXPECT_NE(theirs, nullptr);
-        EXPECT_EQ(reply.ReadRemoteObject(), own);
+        EXPECT_EQ(call.reply.ReadRemoteObject(), own);
         return theirs;
     }
     bool AllAreFree(const std::vector<sptr<IRemoteObject>>& own) const
@@ -72,16 +70,15 @@ TEST_F(ObjectCountsTest, ReleasesThatCrossWithMessagesLoseNothingAndKeepNothing)
             sptr<IRemoteObject> kept;
             for (int round = 0; round < ROUNDS; ++round) {
                 const int index = static_cast<int>(random() % OBJECTS);
-                sptr<IRemoteObject> theirs = Exchange(root, index, own[random() % OBJECTS]);
+                sptr<IRemoteObject> theirs = Swap(root, index, own[random() % OBJECTS]);
                 if (random() % 4 == 0) {
                     kept = theirs; // now and then one lives longer
                 }
                 if (random() % 4 == 0) {
-                    MessageParcel data;
-                    MessageParcel reply;
-                    MessageOption option(MessageOption::TF_ASYNC);
-                    EXPECT_TRUE(data.WriteRemoteObject(own[random() % OBJECTS]) && data.WriteRemoteObject(theirs));
-                    EXPECT_EQ(root->SendRequest(2, data, reply, option), 0);
+                    Exchange call;
+                    EXPECT_TRUE(
+                        call.data.WriteRemoteObject(own[random() % OBJECTS]) && call.data.WriteRemoteObject(theirs));
+                    call.Send(EXPECT_EQ(root, 2, MessageOption::TF_ASYNC), 0);
                     --posts;
                 }
             }
@@ -98,12 +95,12 @@ TEST_F(ObjectCountsTest, AConnectionEndsWhenNothingOfItIsHeld)
 {
     Serve();
     sptr<IRemoteObject> root = Connect();
-    sptr<IRemoteObject> theirs = Exchange(root, 0, new ScriptedStub);
+    sptr<IRemoteObject> theirs = Swap(root, 0, new ScriptedStub);
     root = nullptr;
     EXPECT_EQ(theirs->GetObjectDescriptor(), u"test.scripted") << "one object is enough";
     theirs = nullptr;
     EXPECT_TRUE(Eventually([this] { return server.Connections().empty(); }));
-    EXPECT_EQ(Host::CountIpc().connections, 0U);
+    EXPECT_TRUE(Eventually([] { return Host::CountIpc().connections == 0; }));
 }
 
 TEST_F(ObjectCountsTest, AKilledClientLeavesNoDescriptorsAndNoObjects)
@@ -117,13 +114,11 @@ TEST_F(ObjectCountsTest, AKilledClientLeavesNoDescriptorsAndNoObjects)
         return 0;
     });
     ClientProcess client([this](const Baton&) {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option;
+        Exchange call;
         for (int i = 0; i < 500; ++i) {
-            EXPECT_TRUE(data.WriteFileDescriptor(STDERR_FILENO) && data.WriteRemoteObject(new ScriptedStub));
+            EXPECT_TRUE(call.data.WriteFileDescriptor(STDERR_FILENO) && call.data.WriteRemoteObject(new ScriptedStub));
         }
-        (void)Connect()->SendRequest(3, data, reply, option);
+        call.Send((void)Connect(), 3);
     });
     Serve();
     const size_t before = CountDescriptors();

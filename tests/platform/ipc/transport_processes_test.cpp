@@ -27,11 +27,9 @@ protected:
     }
     static int HandOver(const sptr<IRemoteObject>& root, const sptr<IRemoteObject>& callback)
     {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option;
-        EXPECT_TRUE(data.WriteRemoteObject(callback));
-        return root->SendRequest(1, data, reply, option);
+        Exchange call;
+        EXPECT_TRUE(call.data.WriteRemoteObject(callback));
+        return call.Send(root, 1);
     }
 
     sptr<IRemoteObject> callback;

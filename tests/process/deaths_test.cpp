@@ -1,0 +1,134 @@
+#include <csignal>
+#include <future>
+
+#include "process_scene.h"
+
+// Clients that die, hang, and call back.
+namespace OHOS::Pelago {
+namespace {
+
+class Deaths : public ProcessScene {
+protected:
+    // A client process that is registered and prints what it hears.
+    std::unique_ptr<Child> Listener()
+    {
+        int64_t before = device->Dumped("sizes", "clients");
+        auto child = Pelago({"-d", "phone", "watch", "--client"});
+        EXPECT_TRUE(WaitUntil([&] { return device->Dumped("sizes", "clients") == before + 1; })) << child->Output();
+        return child;
+    }
+
+    void SetUp() override
+    {
+        ProcessScene::SetUp();
+        device = NewDevice("phone");
+        service = device->As("owner");
+        callback = new CountingCallback();
+    }
+    void TearDown() override
+    {
+        service = nullptr;
+        callback = nullptr;
+        device.reset();
+        ProcessScene::TearDown();
+    }
+
+    std::unique_ptr<RunningDevice> device;
+    sptr<ITrellisService> service;
+    sptr<CountingCallback> callback;
+};
+
+TEST_F(Deaths, AKilledClientGoesAndTheOthersHearTheirNumber)
+{
+    ASSERT_TRUE(service->RegisterTrellisCallback(callback));
+    auto client = Listener();
+    EXPECT_EQ(callback->count, 2);
+    client->Signal(SIGKILL);
+    EXPECT_TRUE(WaitUntil([this] { return callback->count == 1; }));
+    EXPECT_TRUE(WaitUntil([this] { return device->Dumped("sizes", "deathRecipients") == 1; }));
+    EXPECT_EQ(device->Dumped("sizes", "callbackFlags"), 1);
+}
+
+TEST_F(Deaths, TheOnlyClientIsKilledAndNothingIsLeftOfIt)
+{
+    size_t descriptors = device->daemon.Descriptors();
+    auto client = Listener();
+    client->Signal(SIGKILL);
+    (void)client->Wait();
+    EXPECT_TRUE(WaitUntil([this] { return device->Dumped("sizes", "clients") == 0; }));
+    EXPECT_EQ(device->Dumped("sizes", "deathRecipients"), 0);
+    EXPECT_EQ(device->Dumped("sizes", "callbackFlags"), 0);
+    EXPECT_TRUE(WaitUntil([&] { return device->daemon.Descriptors() <= descriptors; })) << descriptors;
+}
+
+TEST_F(Deaths, AClientThatIsKilledInsideItsCallbackHoldsNobodyUp)
+{
+    auto stuck = Listener();
+    stuck->Signal(SIGSTOP);
+    // The registration calls the stuck client first and waits for it; its death ends the wait.
+    auto registration = std::async(std::launch::async, [this] { return service->RegisterTrellisCallback(callback); });
+    EXPECT_TRUE(WaitUntil([this] { return device->Dumped("ipc", "running") >= 2; }));
+    stuck->Signal(SIGKILL);
+    EXPECT_TRUE(registration.get());
+    EXPECT_TRUE(WaitUntil([this] { return callback->count == 1; }));
+}
+
+TEST_F(Deaths, AClientThatHangsCostsTheOthersItsWaitTimeAndNoMore)
+{
+    auto stuck = Listener();
+    stuck->Signal(SIGSTOP);
+    EXPECT_TRUE(service->RegisterTrellisCallback(callback)); // after two callbacks of eight seconds each
+    EXPECT_EQ(callback->count, 2);
+    EXPECT_EQ(service->GetEnableState(), 0);
+    stuck->Signal(SIGCONT);
+}
+
+// The operations that need the lock which the service holds while it calls wait until the call has expired; all of them
+// come back.
+TEST_F(Deaths, AClientMayCallEverythingFromInsideItsCallback)
+{
+    ASSERT_TRUE(service->RegisterTrellisCallback(callback));
+    std::atomic<int> answered{0};
+    ShareDeviceInfo nobody;
+    SendBean files;
+    auto call = [&](auto&& operation) {
+        operation();
+        ++answered;
+    };
+    callback->during = [&] {
+        callback->during = nullptr; // once
+        call([&] { (void)service->IsEnabled(); });
+        call([&] { (void)service->GetAllUserList(); });
+        call([&] { (void)service->GetSendingUserList(); });
+        call([&] { (void)service->SetShareEnableWithConfirm(2, 0, false, false); });
+        call([&] { (void)service->SetShareAccountPermission(1); });
+        call([&] { (void)service->GetAccountInfo(); });
+        call([&] { (void)service->PrepareSend(nobody); });
+        call([&] { (void)service->StartConnect(); });
+        call([&] { (void)service->StopConnect(); });
+        call([&] { (void)service->ApplyUriPermission("file:///nowhere"); });
+        call([&] { (void)service->GetPreviewData(); });
+        call([&] { (void)service->RegisterShareEventCallback(2, 1); });
+        call([&] { (void)service->StopDiscovery(); });
+        call([&] { (void)service->Send(nobody, files, "test"); });
+        call([&] { (void)service->Cancel(nobody); });
+        call([&] { (void)service->RegisterTrellisCallback(callback); });
+        call([&] { (void)service->UnRegisterTrellisCallback(callback); });
+    };
+    sptr<CountingCallback> second = new CountingCallback();
+    EXPECT_TRUE(device->As("app")->RegisterTrellisCallback(second));
+    EXPECT_TRUE(WaitUntil([&] { return answered == 17; })) << answered;
+}
+
+TEST_F(Deaths, ADaemonThatIsKilledTellsItsClientsAndComesBack)
+{
+    sptr<IRemoteObject> object = device->ServiceObject("owner");
+    device->daemon.Signal(SIGKILL);
+    (void)device->daemon.Wait();
+    EXPECT_TRUE(WaitUntil([&] { return object->IsObjectDead(); }));
+    device = NewDevice("phone");
+    EXPECT_EQ(device->As("owner")->GetEnableState(), 0);
+}
+
+} // namespace
+} // namespace OHOS::Pelago
