@@ -49,7 +49,7 @@ public:
     void Put(const void* bytes, size_t size)
     {
         if (size > capacity_ - size_) {
-            capacity_ = std::max<size_t>({256, capacity_ * 2, size_ + size});
+            capacity_ = std::max<size_t>({512, capacity_ * 2, size_ + size});
             bytes_.reset(static_cast<uint8_t*>(std::realloc(bytes_.release(), capacity_)));
         }
         std::memcpy(bytes_.get() + size_, bytes, size);

@@ -119,9 +119,8 @@ Host::ControlAnswer RunningDevice::Control(const std::vector<std::string>& words
 {
     std::string error;
     sptr<IRemoteObject> root = Host::ConnectToDaemon(Tools::DevicePaths(id).Socket("owner"), error);
-    auto control = iface_cast<Host::IDeviceControl>(
-        Host::SamgrOf(root)->GetSystemAbility(Host::AbilityId::DEVICE_CONTROL));
-    return control->Execute(words);
+    return Host::DeviceControlProxy(Host::SamgrOf(root)->GetSystemAbility(Host::AbilityId::DEVICE_CONTROL))
+        .Execute(words);
 }
 
 int64_t RunningDevice::Dumped(const std::string& section, const std::string& key) const

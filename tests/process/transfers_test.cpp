@@ -176,6 +176,7 @@ TEST_F(Transfers, OfTwoDevicesOfAContactExactlyOneWins)
         EXPECT_EQ(sender->Wait(), 0) << sender->Output();
         int done = 0;
         for (auto& extension : extensions) {
+            extension->Signal(SIGTERM); // the loser may never have seen an offer
             done += extension->Wait() == 0 ? 1 : 0;
         }
         EXPECT_EQ(done, 1);

@@ -84,13 +84,12 @@ ExitCode Control(const Context& context, const std::vector<std::string>& words, 
     if (ExitCode code = Connection::Open(*paths, "owner", connection); code != EXIT_DONE) {
         return code;
     }
-    auto control =
-        iface_cast<Host::IDeviceControl>(connection.samgr->GetSystemAbility(Host::AbilityId::DEVICE_CONTROL));
+    sptr<IRemoteObject> control = connection.samgr->GetSystemAbility(Host::AbilityId::DEVICE_CONTROL);
     if (control == nullptr) {
         Complain("the device '" + paths->Id() + "' cannot be controlled");
         return EXIT_UNREACHABLE;
     }
-    answer = control->Execute(words);
+    answer = Host::DeviceControlProxy(control).Execute(words);
     if (answer.result != Host::ControlResult::DONE) {
         Complain(answer.error);
     }

@@ -85,12 +85,11 @@ ExitCode StartWatching(const Context& context, Connection& connection, const spt
         return code;
     }
     sptr<IRemoteObject> object = connection.samgr->GetSystemAbility(Host::AbilityId::DEVICE_CONTROL);
-    auto control = iface_cast<Host::IDeviceControl>(object);
-    if (control == nullptr || !object->AddDeathRecipient(new DeviceDeath(queue))) {
+    if (object == nullptr || !object->AddDeathRecipient(new DeviceDeath(queue))) {
         Complain("the device '" + paths->Id() + "' cannot be observed");
         return EXIT_UNREACHABLE;
     }
-    Host::ControlResult result = control->Watch(queue);
+    Host::ControlResult result = Host::DeviceControlProxy(object).Watch(queue);
     if (result != Host::ControlResult::DONE) {
         Complain("the device '" + paths->Id() + "' refuses to be observed");
     }

@@ -258,6 +258,7 @@ void Discovery::OnLinkEnd(const std::string& idOfLink, const char* why)
     }
     bool wasSteady = NowMs() - found->second.sinceMs >= STEADY_LINK_MS;
     Lose(id);
+    context_->folder.RemoveStale(id);
     LookAgainAfter(id, wasSteady ? 0 : STEADY_LINK_MS);
 }
 

@@ -23,8 +23,11 @@ void ReportQueue::TellEnding(Report report)
 void ReportQueue::TellProgress(Report report)
 {
     std::lock_guard<std::mutex> guard(mutex_);
-    progress_ = std::move(report);
-    if (progressPosted_ || silent_) {
+    if (silent_) {
+        return; // kept, it would keep the transfer that made it
+    }
+    progress_.swap(report); // the one before it goes after the lock
+    if (progressPosted_) {
         return;
     }
     progressPosted_ = queue_->PostAt(lastProgressMs_ + PROGRESS_INTERVAL_MS,
@@ -33,8 +36,10 @@ void ReportQueue::TellProgress(Report report)
 
 void ReportQueue::Silence()
 {
+    Report dropped; // goes after the lock
     std::lock_guard<std::mutex> guard(mutex_);
     silent_ = true;
+    dropped.swap(progress_);
 }
 
 bool ReportQueue::IsSilent()
@@ -63,14 +68,20 @@ void ReportQueue::RunProgress()
         progressPosted_ = false;
         lastProgressMs_ = Host::Scheduler::Instance().BootTimeMs();
     }
-    RunOne(report, false);
+    if (report) {
+        RunOne(report, false);
+    }
 }
 
 bool ReportQueue::MayStart(bool isEnding)
 {
+    Report dropped; // goes after the lock
     std::lock_guard<std::mutex> guard(mutex_);
     bool may = !silent_;
     silent_ = silent_ || isEnding;
+    if (silent_) {
+        dropped.swap(progress_);
+    }
     return may;
 }
 

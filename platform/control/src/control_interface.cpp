@@ -10,8 +10,6 @@ constexpr int CALL_WAIT_SECONDS = 10;
 constexpr int ERROR_BAD_TOKEN = -10;
 constexpr int ERROR_BAD_REQUEST = -16;
 
-BrokerDelegator<DeviceControlProxy> g_delegator;
-
 std::string ReadText(MessageParcel& parcel)
 {
     uint32_t size = parcel.ReadUint32();

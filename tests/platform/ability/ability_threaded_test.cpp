@@ -15,8 +15,8 @@ using namespace OHOS::Host;
 
 namespace {
 
-constexpr int THREADS = 4;
-constexpr int ROUNDS = 300;
+constexpr size_t THREADS = 4;
+constexpr size_t ROUNDS = 300;
 
 Want MainWant()
 {
@@ -63,11 +63,11 @@ TEST(AbilityThreadedTest, ManyCallersAtOnceLoseNothing)
     std::atomic<int> taken{0};
     std::atomic<int> open{0};
     std::vector<sptr<CountingConnection>> connections(THREADS * ROUNDS);
-    auto work = [&](int thread) {
+    auto work = [&](size_t thread) {
         auto client = AbilityManagerClient::GetInstance();
-        for (int i = thread; i < THREADS * ROUNDS; i += THREADS) {
-            connections[static_cast<size_t>(i)] = MakeSptr<CountingConnection>();
-            const auto& connection = connections[static_cast<size_t>(i)];
+        for (size_t i = thread; i < THREADS * ROUNDS; i += THREADS) {
+            connections[i] = MakeSptr<CountingConnection>();
+            const auto& connection = connections[i];
             taken += client->StartExtensionAbility(MainWant(), nullptr) == ERR_ABILITY_OK ? 1 : 0;
             if (client->ConnectAbility(MainWant(), connection) == ERR_ABILITY_OK) {
                 ++open;
@@ -76,7 +76,8 @@ TEST(AbilityThreadedTest, ManyCallersAtOnceLoseNothing)
         }
     };
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < THREADS; ++thread) {
+    threads.reserve(THREADS);
+    for (size_t thread = 0; thread < THREADS; ++thread) {
         threads.emplace_back(work, thread);
     }
     for (std::thread& thread : threads) {

@@ -68,8 +68,8 @@ TEST_F(LoopbackTest, AnObjectOfAThirdProcessIsAStranger)
     Exchange call;
     ASSERT_TRUE(call.data.WriteRemoteObject(strange));
     EXPECT_FALSE(call.data.WriteRemoteObject(known)) << "wherever it goes, one of the two does not belong there";
-    call.Send(EXPECT_EQ(known, 1), IPC_FOREIGN_OBJECT);
-    EXPECT_EQ(CallPlain(process.Connect(service), 2), -11) << "a call.reply knows where it goes";
+    EXPECT_EQ(call.Send(known, 1), IPC_FOREIGN_OBJECT);
+    EXPECT_EQ(CallPlain(process.Connect(service), 2), -11) << "a reply knows where it goes";
     EXPECT_EQ(CountErrors("an object of a third process"), 3U);
 }
 
@@ -87,8 +87,8 @@ TEST_F(LoopbackTest, DescriptorsAreDuplicatedAndClosedWhereNobodyTakesThem)
         Exchange call;
         ASSERT_TRUE(call.data.WriteFileDescriptor(fd));
         ASSERT_TRUE(call.data.WriteFileDescriptor(fd));
-        call.Send(EXPECT_EQ(process.Connect(service), 1), 0);
-        EXPECT_EQ(CountDescriptors(), before + 3) << "two in the request, one in the call.reply";
+        EXPECT_EQ(call.Send(process.Connect(service), 1), 0);
+        EXPECT_EQ(CountDescriptors(), before + 3) << "two in the request, one in the reply";
     }
     EXPECT_EQ(CountDescriptors(), before);
     (void)::close(fd);

@@ -32,7 +32,7 @@ protected:
     {
         Exchange call;
         const std::string bytes(size, 'x');
-        EXPECT_TRUE(call.data.SetMaxCapacity(size) && call.data.WriteBuffer(bytes.call.data(), size));
+        EXPECT_TRUE(call.data.SetMaxCapacity(size) && call.data.WriteBuffer(bytes.data(), size));
         return call.Send(root, 1, flags);
     }
 
@@ -51,7 +51,7 @@ TEST_F(LimitsTest, BytesOfAMessage)
     for (const auto& [size, result] : {std::pair{most, 0}, std::pair{most + 4, int{IPC_MESSAGE_TOO_BIG}}}) {
         Exchange call;
         ASSERT_TRUE(call.data.WriteInt32(static_cast<int32_t>(size)));
-        call.Send(EXPECT_EQ(root, 4), result) << "as a call.reply";
+        EXPECT_EQ(call.Send(root, 4), result) << "as a reply";
         EXPECT_EQ(call.reply.GetDataSize(), result == 0 ? size : 0);
     }
 }
@@ -66,7 +66,7 @@ TEST_F(LimitsTest, DescriptorsOfAMessage)
         for (int i = 0; i < count; ++i) {
             ASSERT_TRUE(call.data.WriteFileDescriptor(STDERR_FILENO));
         }
-        call.Send(EXPECT_EQ(root, 1), result) << count;
+        EXPECT_EQ(call.Send(root, 1), result) << count;
     }
 }
 

@@ -39,7 +39,7 @@ protected:
     {
         Exchange call;
         EXPECT_TRUE(call.data.WriteInt32(index) && call.data.WriteRemoteObject(own));
-        call.Send(EXPECT_EQ(root, 1), 0);
+        EXPECT_EQ(call.Send(root, 1), 0);
         sptr<IRemoteObject> theirs = call.reply.ReadRemoteObject();
         EXPECT_NE(theirs, nullptr);
         EXPECT_EQ(call.reply.ReadRemoteObject(), own);
@@ -78,7 +78,7 @@ TEST_F(ObjectCountsTest, ReleasesThatCrossWithMessagesLoseNothingAndKeepNothing)
                     Exchange call;
                     EXPECT_TRUE(
                         call.data.WriteRemoteObject(own[random() % OBJECTS]) && call.data.WriteRemoteObject(theirs));
-                    call.Send(EXPECT_EQ(root, 2, MessageOption::TF_ASYNC), 0);
+                    EXPECT_EQ(call.Send(root, 2, MessageOption::TF_ASYNC), 0);
                     --posts;
                 }
             }
@@ -118,7 +118,7 @@ TEST_F(ObjectCountsTest, AKilledClientLeavesNoDescriptorsAndNoObjects)
         for (int i = 0; i < 500; ++i) {
             EXPECT_TRUE(call.data.WriteFileDescriptor(STDERR_FILENO) && call.data.WriteRemoteObject(new ScriptedStub));
         }
-        call.Send((void)Connect(), 3);
+        (void)call.Send(Connect(), 3);
     });
     Serve();
     const size_t before = CountDescriptors();

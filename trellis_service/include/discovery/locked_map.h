@@ -17,7 +17,7 @@ namespace OHOS::Pelago {
 template <typename Value>
 class LockedMap {
 public:
-    constexpr explicit LockedMap(const char* mutexName) : mutex_(mutexName, LockRank::LEAF)
+    explicit LockedMap(const char* mutexName) : mutex_(mutexName, LockRank::LEAF)
     {}
 
     // False, and `value` dropped, when the key is taken.

@@ -56,6 +56,7 @@ public:
     virtual void OnChanged(const std::string& json) = 0;
 };
 
+// Made directly of the object of ability 9501; the broker does not know it.
 class DeviceControlProxy : public IRemoteProxy<IDeviceControl> {
 public:
     explicit DeviceControlProxy(const sptr<IRemoteObject>& object);
