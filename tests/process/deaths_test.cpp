@@ -1,5 +1,6 @@
 #include <csignal>
 #include <future>
+#include <utility>
 
 #include "process_scene.h"
 
@@ -12,9 +13,11 @@ protected:
     // A client process that is registered and prints what it hears.
     std::unique_ptr<Child> Listener()
     {
-        int64_t before = device->Dumped("sizes", "clients");
+        // Its death is watched from the end of the registration on, not from its entry in the list.
+        int64_t before = device->Dumped("sizes", "deathRecipients");
         auto child = Pelago({"-d", "phone", "watch", "--client"});
-        EXPECT_TRUE(WaitUntil([&] { return device->Dumped("sizes", "clients") == before + 1; })) << child->Output();
+        EXPECT_TRUE(WaitUntil([&] { return device->Dumped("sizes", "deathRecipients") == before + 1; }))
+            << child->Output();
         return child;
     }
 
@@ -51,11 +54,14 @@ TEST_F(Deaths, AKilledClientGoesAndTheOthersHearTheirNumber)
 
 TEST_F(Deaths, TheOnlyClientIsKilledAndNothingIsLeftOfIt)
 {
-    size_t descriptors = device->daemon.Descriptors();
-    auto client = Listener();
-    client->Signal(SIGKILL);
-    (void)client->Wait();
-    EXPECT_TRUE(WaitUntil([this] { return device->Dumped("sizes", "clients") == 0; }));
+    size_t descriptors = 0;
+    for (int round = 0; round < 3; ++round) { // the first makes what a daemon makes once
+        auto client = Listener();
+        client->Signal(SIGKILL);
+        (void)client->Wait();
+        EXPECT_TRUE(WaitUntil([this] { return device->Dumped("sizes", "clients") == 0; }));
+        descriptors = round == 0 ? device->daemon.Descriptors() : descriptors;
+    }
     EXPECT_EQ(device->Dumped("sizes", "deathRecipients"), 0);
     EXPECT_EQ(device->Dumped("sizes", "callbackFlags"), 0);
     EXPECT_TRUE(WaitUntil([&] { return device->daemon.Descriptors() <= descriptors; })) << descriptors;
@@ -95,8 +101,10 @@ TEST_F(Deaths, AClientMayCallEverythingFromInsideItsCallback)
         operation();
         ++answered;
     };
-    callback->during = [&] {
-        callback->during = nullptr; // once
+    callback->during = [&, once = true]() mutable {
+        if (!std::exchange(once, false)) {
+            return;
+        }
         call([&] { (void)service->IsEnabled(); });
         call([&] { (void)service->GetAllUserList(); });
         call([&] { (void)service->GetSendingUserList(); });

@@ -45,6 +45,7 @@ Child::Child(const std::vector<std::string>& words, const fs::path& output) : ou
         arguments.push_back(const_cast<char*>(word.c_str()));
     }
     arguments.push_back(nullptr);
+    (void)fs::remove(output_); // what an earlier child said there is not this one's
     pid_ = ::fork();
     if (pid_ == 0) {
         int file = ::open(output_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);

@@ -137,12 +137,17 @@ TEST_F(Transfers, AClientThatDiesWhileItSendsLeavesNoDescriptor)
 // The same request with 500 files, with one more, cut off and to nobody: afterwards both are as they were.
 TEST_F(Transfers, FiveHundredFilesArriveAndOneMoreIsRefused)
 {
+    auto first = Extension({"--once"}); // makes what a daemon makes once
+    EXPECT_EQ(SendTo("tablet", NewFile("first", 1))->Wait(), 0);
+    EXPECT_EQ(first->Wait(), 0);
+    fs::remove(in / "first");
+    size_t descriptors = phone->daemon.Descriptors();
+    size_t threads = phone->daemon.Threads();
     auto extension = Extension({"--once"});
     std::vector<std::string> words{"-d", "phone", "send", "--to", "tablet"};
     for (size_t i = 0; i < MANY_FILES; ++i) {
         words.push_back(NewFile("f" + std::to_string(i), i).string());
     }
-    size_t threads = phone->daemon.Threads();
     auto sender = Pelago(words);
     EXPECT_EQ(sender->Wait(), 0) << sender->Output();
     EXPECT_EQ(extension->Wait(), 0);
@@ -150,6 +155,7 @@ TEST_F(Transfers, FiveHundredFilesArriveAndOneMoreIsRefused)
     EXPECT_EQ(Bytes(in / "f499").size(), 499u);
     EXPECT_EQ(phone->Dumped("sizes", "adoptedDescriptors"), 0);
     EXPECT_TRUE(WaitUntil([&] { return phone->daemon.Threads() <= threads; })) << threads;
+    EXPECT_TRUE(WaitUntil([&] { return phone->daemon.Descriptors() <= descriptors; })) << descriptors;
 
     words.push_back(NewFile("one-more", 1).string());
     auto refused = Pelago(words);

@@ -61,6 +61,8 @@ void ControlLoop::Stop()
         Wake();
     }
     changed_.wait(lock, [this] { return !running_; });
+    epoll_.Reset(); // handles may keep us for long
+    wake_.Reset();
 }
 
 bool ControlLoop::Post(Work work)
@@ -123,6 +125,9 @@ void ControlLoop::Change(Id id, uint32_t events)
 
 void ControlLoop::Forget(Id id)
 {
+    if (id == 0) {
+        return; // without a look: what has let go of the loop may end on any thread
+    }
     auto found = watches_.find(id);
     if (found == watches_.end()) {
         return;
@@ -142,6 +147,9 @@ ControlLoop::Id ControlLoop::After(int64_t delayMs, Work work)
 
 void ControlLoop::CancelTimer(Id& id)
 {
+    if (id == 0) {
+        return; // as above
+    }
     auto found = timerDue_.find(std::exchange(id, 0));
     if (found != timerDue_.end()) {
         timers_.erase({found->second, found->first});

@@ -47,6 +47,7 @@ public:
         });
         context_->activity->WaitUntilEmpty();
         context_->loop.Stop();
+        context_->folder = NearbyFolder();
     }
 
     // Runs `work` on the loop; what it gives, or `otherwise` when the engine does not run.

@@ -208,6 +208,7 @@ void Outgoing::OnBytesSent(const Outcome& outcome)
 {
     context_->counters.bytesSent += bytes_->sent;
     bytes_->sources.clear();
+    thread_.reset();
     if (ended_ || cancelled_.load()) {
         return;
     }
@@ -326,7 +327,6 @@ void Outgoing::Release()
     if (channel_ != nullptr) {
         channel_->Finish();
     }
-    thread_.reset();
 }
 
 void Outgoing::Drop()
@@ -337,6 +337,7 @@ void Outgoing::Drop()
     if (channel_ != nullptr) {
         channel_->Close();
     }
+    thread_.reset();
 }
 
 } // namespace OHOS::Pelago::Local

@@ -18,7 +18,6 @@ public:
 
 // Names an interface: stands in its class, and is what requests carry as their token.
 #define DECLARE_INTERFACE_DESCRIPTOR(DESCRIPTOR)                                                                       \
-    static constexpr const char16_t* metaDescriptor_ = DESCRIPTOR;                                                     \
     static const std::u16string& GetDescriptor()                                                                       \
     {                                                                                                                  \
         static const std::u16string descriptor = DESCRIPTOR;                                                           \

@@ -15,6 +15,17 @@ namespace {
 
 constexpr time_t CONNECT_SECONDS = 5;
 
+// With a time-out on the socket, a signal interrupts where it would not otherwise.
+template <typename Call>
+ssize_t Retry(Call call)
+{
+    ssize_t result = -1;
+    do {
+        result = call();
+    } while (result < 0 && errno == EINTR);
+    return result;
+}
+
 // The road from a path to a connection, with the reason in `error` when it ends before.
 class Connecting {
 public:
@@ -54,7 +65,7 @@ private:
         const Ipc::LocalAddress address(path_);
         socket_ = Ipc::UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
         if (!address.IsValid() || !socket_.IsOpen() || !SetTimeouts(CONNECT_SECONDS) ||
-            ::connect(socket_.Get(), address.Get(), address.Size()) != 0) {
+            Retry([&] { return ::connect(socket_.Get(), address.Get(), address.Size()); }) != 0) {
             return FailBySystem();
         }
         return true;
@@ -71,13 +82,13 @@ private:
     bool SendHello()
     {
         const auto hello = Ipc::ControlMessage::Greeting(Ipc::ControlKind::HELLO, limits_);
-        const ssize_t sent = ::send(socket_.Get(), &hello, sizeof(hello), MSG_NOSIGNAL);
+        const ssize_t sent = Retry([&] { return ::send(socket_.Get(), &hello, sizeof(hello), MSG_NOSIGNAL); });
         return sent == sizeof(hello) || errno == EPIPE || FailBySystem(); // who refuses us says why before it closes
     }
 
     bool AwaitWelcome()
     {
-        const ssize_t received = ::recv(socket_.Get(), &welcome_, sizeof(welcome_), MSG_WAITALL);
+        const ssize_t received = Retry([&] { return ::recv(socket_.Get(), &welcome_, sizeof(welcome_), MSG_WAITALL); });
         if (received < 0 && errno != ECONNRESET) {
             return FailBySystem();
         }
@@ -90,7 +101,10 @@ private:
         if (welcome_.kind != static_cast<uint32_t>(Ipc::ControlKind::WELCOME) || welcome_.id == 0) {
             return Fail("it does not answer as a daemon does");
         }
-        return welcome_.number == Ipc::WIRE_VERSION || Fail("it speaks another version of the protocol");
+        if (welcome_.number != Ipc::WIRE_VERSION) {
+            return Fail("it speaks another version of the protocol");
+        }
+        return welcome_.LeavesRoom() || Fail("it leaves no room to talk");
     }
 
     bool AskWhoServes()

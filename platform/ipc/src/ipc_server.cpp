@@ -1,3 +1,5 @@
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <cctype>
 #include <mutex>
@@ -23,6 +25,16 @@ bool IsSocketName(const std::string& name)
     return !name.empty() && name.size() <= MAX_SOCKET_NAME && std::all_of(name.begin(), name.end(), fits);
 }
 
+// Descriptors come 500 at a time, and every lane is one; what the system allows by default is for small programs.
+void RaiseDescriptorLimit()
+{
+    rlimit limit = {};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < limit.rlim_max) {
+        limit.rlim_cur = limit.rlim_max;
+        (void)::setrlimit(RLIMIT_NOFILE, &limit); // without it the daemon serves fewer at a time
+    }
+}
+
 bool EndConnections(Ipc::LinkGroup& links)
 {
     if (links.EndAll(END_LIMIT)) {
@@ -45,6 +57,7 @@ public:
             error = stub == nullptr ? "the root is no object of this process" : "it serves already";
             return false;
         }
+        RaiseDescriptorLimit();
         directory_ = directory;
         root_ = stub;
         limits_ = limits;

@@ -5,12 +5,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <mutex>
+#include <unordered_set>
 #include <utility>
-#include <vector>
 
 namespace OHOS::Ipc {
 
@@ -28,13 +27,13 @@ public:
     void Add(int fd)
     {
         std::lock_guard lock(mutex_);
-        fds_.push_back(fd);
+        fds_.insert(fd);
     }
     // Closes under the lock, so that no fork sees a number that is listed and means something else by now.
     void Close(int fd)
     {
         std::lock_guard lock(mutex_);
-        fds_.erase(std::find(fds_.begin(), fds_.end(), fd));
+        fds_.erase(fd);
         (void)::close(fd); // a socket's close has nothing to report
     }
 
@@ -57,7 +56,7 @@ private:
     }
 
     std::mutex mutex_;
-    std::vector<int> fds_; // guarded by mutex_
+    std::unordered_set<int> fds_; // guarded by mutex_
 };
 
 } // namespace

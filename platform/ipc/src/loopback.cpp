@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <deque>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -54,10 +55,15 @@ bool Read(Packet packet, Ipc::IncomingMessage& message)
     return true;
 }
 
-std::shared_ptr<TaskQueue> DeathsQueue()
+// On the queue that all deaths share; a new one if the scheduler has stopped the former.
+bool PostDeath(const std::function<void()>& tell)
 {
     static auto* queue = new std::shared_ptr<TaskQueue>(Scheduler::Instance().CreateQueue("deaths"));
-    return *queue;
+    if ((*queue)->Post(tell) != 0) {
+        return true;
+    }
+    *queue = Scheduler::Instance().CreateQueue("deaths");
+    return (*queue)->Post(tell) != 0;
 }
 
 // One side of the border. `caller` is who the requests come from that arrive at this side.
@@ -258,9 +264,7 @@ void LoopbackProcess::Kill()
     border_->Here().Objects().Die();
     border_->There().Objects().DropGiven();
     border_->Here().Objects().DropGiven();
-    const TaskId told =
-        DeathsQueue()->Post([link = sptr<LoopbackLink>(&border_->Here())] { link->Objects().TellRecipients(); });
-    if (told == 0) {
+    if (!PostDeath([link = sptr<LoopbackLink>(&border_->Here())] { link->Objects().TellRecipients(); })) {
         IPC_LOGE("the death of a loopback process cannot be told");
     }
 }

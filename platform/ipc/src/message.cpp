@@ -52,10 +52,10 @@ int OutgoingMessage::Pack(Link& link, MessageParcel& parcel, const Host::IpcLimi
     const size_t objects = attached_ == nullptr ? 0 : attached_->objects.size();
     const size_t descriptors = Descriptors().size();
     const size_t size = sizeof(MessageHead) + objects * sizeof(ObjectRecord) + parcel.GetDataSize();
-    if (size > limits.messageBytes || descriptors > limits.descriptorsPerMessage) {
+    if (size > limits.messageBytes || descriptors > std::min(limits.descriptorsPerMessage, MessageHead::MOST)) {
         return IPC_MESSAGE_TOO_BIG;
     }
-    if (objects > limits.objectsPerConnection) {
+    if (objects > std::min(limits.objectsPerConnection, MessageHead::MOST)) {
         return IPC_TOO_MANY_OBJECTS;
     }
     head.size = static_cast<uint32_t>(size);

@@ -193,6 +193,9 @@ EndReason SocketLink::OnHello(const ControlMessage& message)
     if (message.number != WIRE_VERSION) {
         return EndReason::BAD_VERSION;
     }
+    if (!message.LeavesRoom()) {
+        return EndReason::BAD_SIZE;
+    }
     LimitBy(message);
     greeting_.Stop();
     ControlMessage welcome = ControlMessage::Greeting(ControlKind::WELCOME, limits_);
@@ -362,7 +365,7 @@ void SocketLink::EndIfDrained()
 
 void SocketLink::Mourn()
 {
-    Objects().DropGiven(); // not before: what came one-way still named them
+    Objects().DropGiven();                 // not before: what came one-way still named them
     if (endReason_ != EndReason::CLOSED) { // nobody has died when it is we who leave
         Objects().TellRecipients();
     }

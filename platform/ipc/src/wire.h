@@ -21,6 +21,7 @@ enum class MessageKind : uint16_t {
 struct MessageHead {
     static constexpr uint32_t MAGIC = 0x4d474c50; // "PLGM"
     static constexpr uint16_t ONE_WAY = 1;        // nobody waits for the reply
+    static constexpr size_t MOST = UINT16_MAX;    // objects, and descriptors, that can be said
 
     uint32_t magic = MAGIC;
     uint32_t size = 0; // of the whole message
@@ -57,6 +58,7 @@ enum class ControlKind : uint32_t {
 
 struct ControlMessage {
     static constexpr uint32_t MAGIC = 0x43474c50; // "PLGC"
+    static constexpr uint32_t LEAST_MESSAGE_BYTES = 4096;
 
     uint32_t magic = MAGIC;
     uint32_t kind = 0;
@@ -69,6 +71,11 @@ struct ControlMessage {
 
     // HELLO or WELCOME with what this side can take.
     [[nodiscard]] static ControlMessage Greeting(ControlKind kind, const Host::IpcLimits& limits);
+    // Whether a greeting leaves room to talk at all.
+    [[nodiscard]] bool LeavesRoom() const
+    {
+        return messageBytes >= LEAST_MESSAGE_BYTES && objects > 0 && lanes > 0;
+    }
 };
 static_assert(sizeof(ControlMessage) == 40);
 

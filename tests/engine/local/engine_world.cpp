@@ -19,7 +19,7 @@ namespace OHOS::Pelago {
 namespace {
 
 namespace fs = std::filesystem;
-constexpr auto PATIENCE = std::chrono::seconds(60);
+constexpr auto PATIENCE = std::chrono::seconds(20);
 constexpr int PATIENCE_MS = 60'000;
 
 template <typename Code>

@@ -16,22 +16,29 @@ using namespace std::chrono_literals;
 
 class TransportTest : public IpcScene {
 protected:
-    // How often the threads of the IPC have begun to wait: each wake-up ends in that.
+    // How often the threads of the IPC have begun to wait: each wake-up ends in that. Looks when all are asleep.
     static uint64_t CountWaits()
     {
         uint64_t waits = 0;
+        EXPECT_TRUE(Eventually([&waits] { return AllAreAsleep(waits); }));
+        return waits;
+    }
+    static bool AllAreAsleep(uint64_t& waits)
+    {
+        waits = 0;
+        bool asleep = true;
         DIR* tasks = ::opendir("/proc/self/task");
         while (const dirent* task = ::readdir(tasks)) {
             std::ifstream status(std::string("/proc/self/task/") + task->d_name + "/status");
             std::string word;
-            bool ours = status >> word >> word && word == "ipc";
-            while (ours && status >> word) {
-                uint64_t count = 0;
-                waits += word == "voluntary_ctxt_switches:" && status >> count ? count : 0;
+            const bool ours = status >> word >> word && word == "ipc";
+            for (std::string value; ours && status >> word;) {
+                asleep = asleep && (word != "State:" || (status >> value && value == "S"));
+                waits += word == "voluntary_ctxt_switches:" && status >> value ? std::stoull(value) : 0;
             }
         }
         (void)::closedir(tasks);
-        return waits;
+        return asleep;
     }
 };
 
