@@ -238,7 +238,8 @@ Lines Offences(const Ban& ban, const std::vector<Source>& tree)
     Lines offences;
     for (const Source& source : tree) {
         for (size_t i = 0; Applies(ban, source.path) && i < source.lines.size(); ++i) {
-            if (std::regex_search(source.lines[i], ban.pattern)) {
+            bool excused = source.lines[i].find("must not come") != std::string::npos; // what never happens cannot be awaited
+            if (!excused && std::regex_search(source.lines[i], ban.pattern)) {
                 offences.push_back(source.path + ":" + std::to_string(i + 1) + ": " + ban.name + "; " + ban.instead);
             }
         }

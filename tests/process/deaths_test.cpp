@@ -70,7 +70,7 @@ TEST_F(Deaths, TheOnlyClientIsKilledAndNothingIsLeftOfIt)
 TEST_F(Deaths, AClientThatIsKilledInsideItsCallbackHoldsNobodyUp)
 {
     auto stuck = Listener();
-    stuck->Signal(SIGSTOP);
+    stuck->Stop();
     // The registration calls the stuck client first and waits for it; its death ends the wait.
     auto registration = std::async(std::launch::async, [this] { return service->RegisterTrellisCallback(callback); });
     EXPECT_TRUE(WaitUntil([this] { return device->Dumped("ipc", "running") >= 2; }));
@@ -82,7 +82,7 @@ TEST_F(Deaths, AClientThatIsKilledInsideItsCallbackHoldsNobodyUp)
 TEST_F(Deaths, AClientThatHangsCostsTheOthersItsWaitTimeAndNoMore)
 {
     auto stuck = Listener();
-    stuck->Signal(SIGSTOP);
+    stuck->Stop();
     EXPECT_TRUE(service->RegisterTrellisCallback(callback)); // after two callbacks of eight seconds each
     EXPECT_EQ(callback->count, 2);
     EXPECT_EQ(service->GetEnableState(), 0);

@@ -71,6 +71,14 @@ void Child::Signal(int signal) const
     }
 }
 
+void Child::Stop() const
+{
+    Signal(SIGSTOP);
+    int status = 0;
+    EXPECT_EQ(::waitpid(pid_, &status, WUNTRACED), pid_);
+    EXPECT_TRUE(WIFSTOPPED(status));
+}
+
 int Child::Wait()
 {
     int status = 0;

@@ -31,6 +31,7 @@ public:
         return pid_;
     }
     void Signal(int signal) const;
+    void Stop() const; // SIGSTOP; it stands still when this returns
     // Waits for its end: the exit code, or -1 when a signal ended it.
     int Wait();
     std::string Output() const;

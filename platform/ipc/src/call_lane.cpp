@@ -89,10 +89,11 @@ int CallLane::Send(Sending& request, Clock::time_point deadline)
 
 int CallLane::WaitForRoom(Clock::time_point deadline) const
 {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(Until(deadline)).count();
+    constexpr int64_t hour = 3'600'000; // in milliseconds: longer waits come back here
+    const int64_t left = Until(deadline).count() / 1000 + 1;
     pollfd room = {socket_.Get(), POLLOUT, 0};
-    const int ready = left <= 0 ? 0 : ::poll(&room, 1, static_cast<int>(left) + 1);
-    return ready == 0 ? IPC_TIMED_OUT : ERR_NONE; // an interrupted poll is tried again
+    const int ready = left <= 0 ? 0 : ::poll(&room, 1, static_cast<int>(std::min(left, hour)));
+    return ready == 0 && left <= hour ? IPC_TIMED_OUT : ERR_NONE; // an interrupted poll is tried again
 }
 
 int CallLane::AwaitReply(uint32_t sequence, Clock::time_point deadline, IncomingMessage& reply)

@@ -61,7 +61,7 @@ public:
         directory_ = directory;
         root_ = stub;
         limits_ = limits;
-        links_ = Ipc::LinkRegistry::NewGroup();
+        links_ = Ipc::LinkRegistry::NewGroup(limits.connectionsPerUser);
         if (std::all_of(sockets.begin(), sockets.end(), [&](const TokenSocket& row) { return Add(row, error); })) {
             return true;
         }
@@ -90,6 +90,7 @@ public:
             }
             Clear();
         }
+        links->Close(); // to who is being accepted at this moment
         return EndConnections(*links);
     }
 

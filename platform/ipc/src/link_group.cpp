@@ -6,13 +6,28 @@
 
 namespace OHOS::Ipc {
 
-LinkGroup::LinkGroup() = default;
+LinkGroup::LinkGroup(size_t linksPerUser) : linksPerUser_(linksPerUser)
+{}
+
 LinkGroup::~LinkGroup() = default;
 
-void LinkGroup::Add(const sptr<SocketLink>& link)
+EndReason LinkGroup::Add(const sptr<SocketLink>& link)
+{
+    const uid_t uid = link->Peer().uid;
+    std::lock_guard lock(mutex_);
+    const auto ofUser = std::count_if(
+        links_.begin(), links_.end(), [uid](const sptr<SocketLink>& other) { return other->Peer().uid == uid; });
+    if (closed_ || static_cast<size_t>(ofUser) >= linksPerUser_) {
+        return closed_ ? EndReason::CLOSED : EndReason::TOO_MANY_CONNECTIONS;
+    }
+    links_.push_back(link);
+    return EndReason::NONE;
+}
+
+void LinkGroup::Close()
 {
     std::lock_guard lock(mutex_);
-    links_.push_back(link);
+    closed_ = true;
 }
 
 void LinkGroup::Remove(const SocketLink& link)
@@ -31,13 +46,6 @@ std::vector<sptr<SocketLink>> LinkGroup::All() const
 {
     std::lock_guard lock(mutex_);
     return links_;
-}
-
-size_t LinkGroup::CountOfUser(uid_t uid) const
-{
-    std::lock_guard lock(mutex_);
-    return static_cast<size_t>(std::count_if(
-        links_.begin(), links_.end(), [uid](const sptr<SocketLink>& link) { return link->Peer().uid == uid; }));
 }
 
 bool LinkGroup::EndAll(std::chrono::milliseconds limit)

@@ -1,8 +1,6 @@
 #ifndef PLATFORM_IPC_LINK_GROUP_H
 #define PLATFORM_IPC_LINK_GROUP_H
 
-#include <sys/types.h>
-
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -10,6 +8,7 @@
 #include <vector>
 
 #include "refbase.h"
+#include "wire.h"
 
 namespace OHOS::Ipc {
 
@@ -18,20 +17,26 @@ class SocketLink;
 // The connections of one owner: of a server, or of this process as a client. Keeps each until it has ended. Any thread.
 class LinkGroup {
 public:
-    LinkGroup();
+    explicit LinkGroup(size_t linksPerUser);
     ~LinkGroup();
 
-    void Add(const sptr<SocketLink>& link);
+    // Takes the link in. NONE, or the reason why not.
+    [[nodiscard]] EndReason Add(const sptr<SocketLink>& link);
     void Remove(const SocketLink& link);
     [[nodiscard]] std::vector<sptr<SocketLink>> All() const;
-    [[nodiscard]] size_t CountOfUser(uid_t uid) const;
-    // Ends all and waits until the last request of the last one has returned. False when that has not come by `limit`.
+    // Takes in no more.
+    void Close();
+    // Ends all and waits until the last request of the last one has returned. False when that has not come by `limit`,
+    // and at once when it is a request that asks.
     [[nodiscard]] bool EndAll(std::chrono::milliseconds limit);
 
 private:
+    const size_t linksPerUser_;
     mutable std::mutex mutex_;
     std::condition_variable removed_;
-    std::vector<sptr<SocketLink>> links_; // guarded by mutex_
+    // Guarded by mutex_.
+    std::vector<sptr<SocketLink>> links_;
+    bool closed_ = false;
 };
 
 } // namespace OHOS::Ipc

@@ -1,6 +1,7 @@
 #include "link_registry.h"
 
 #include <algorithm>
+#include <limits>
 #include <mutex>
 
 #include "per_process.h"
@@ -10,16 +11,16 @@ namespace OHOS::Ipc {
 namespace {
 
 struct Registry {
-    const std::shared_ptr<LinkGroup> clients = std::make_shared<LinkGroup>();
+    const std::shared_ptr<LinkGroup> clients = std::make_shared<LinkGroup>(std::numeric_limits<size_t>::max());
     std::mutex mutex;
     std::vector<std::weak_ptr<LinkGroup>> servers; // guarded by mutex
 };
 
 } // namespace
 
-std::shared_ptr<LinkGroup> LinkRegistry::NewGroup()
+std::shared_ptr<LinkGroup> LinkRegistry::NewGroup(size_t linksPerUser)
 {
-    auto group = std::make_shared<LinkGroup>();
+    auto group = std::make_shared<LinkGroup>(linksPerUser);
     auto& registry = PerProcess<Registry>::Get();
     std::lock_guard lock(registry.mutex);
     auto& servers = registry.servers;

@@ -1,6 +1,7 @@
 #ifndef PLATFORM_IPC_LINK_REGISTRY_H
 #define PLATFORM_IPC_LINK_REGISTRY_H
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -14,7 +15,7 @@ public:
     LinkRegistry() = delete;
 
     // For a server; listed for as long as the server keeps it.
-    [[nodiscard]] static std::shared_ptr<LinkGroup> NewGroup();
+    [[nodiscard]] static std::shared_ptr<LinkGroup> NewGroup(size_t linksPerUser);
     // Of the connections that this process makes itself.
     [[nodiscard]] static std::shared_ptr<LinkGroup> Clients();
     [[nodiscard]] static std::vector<std::shared_ptr<LinkGroup>> Groups();

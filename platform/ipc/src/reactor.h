@@ -23,17 +23,9 @@ namespace OHOS::Ipc {
 // One process that sends requests to us, as far as places for them are concerned. Part of its link; the reactor's own
 // inside.
 class Requester {
-public:
-    [[nodiscard]] size_t CallsToIt() const
-    {
-        return static_cast<size_t>(callsToIt_.load());
-    }
-
-private:
     friend class Reactor;
 
-    std::atomic<int> callsToIt_{
-        0}; // our calls that it has not answered, each of which lets one request of it run at once
+    std::atomic<int> callsToIt_{0}; // not answered yet: for each, one request of it runs without waiting for a place
     std::atomic<int> parked_{0};
     int extra_ = 0; // its requests that run beyond the common places; guarded by the reactor's mutex
 };

@@ -43,16 +43,20 @@ SocketLink::SocketLink(std::shared_ptr<LinkGroup> group, UniqueFd control, const
 
 bool SocketLink::Open()
 {
-    group_->Add(this);
+    if (const EndReason refusal = group_->Add(this); refusal != EndReason::NONE) {
+        End(refusal);
+        return false;
+    }
     if (root_ != nullptr) {
         greeting_.Start();
         WatchDeadline();
     }
-    if (control_->Open()) {
-        return true;
+    if (!control_->Open()) {
+        End(EndReason::OUT_OF_DESCRIPTORS);
+        group_->Remove(*this);
+        return false;
     }
-    group_->Remove(*this);
-    return false;
+    return true;
 }
 
 void SocketLink::LimitBy(const ControlMessage& hello)

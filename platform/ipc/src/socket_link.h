@@ -35,7 +35,8 @@ public:
     SocketLink(std::shared_ptr<LinkGroup> group, UniqueFd control, const PeerName& peer, const Host::IpcLimits& limits,
         const sptr<IPCObjectStub>& root);
 
-    // Joins the group and begins to listen. False when that is impossible; then it is over.
+    // Joins the group and begins to listen. False when that is impossible: then it has been ended, with its line in the
+    // log.
     [[nodiscard]] bool Open();
     // What the peer says that it can take. Before the first call.
     void LimitBy(const ControlMessage& hello);

@@ -81,25 +81,25 @@ static_assert(sizeof(ControlMessage) == 40);
 
 // Why a connection is ended by the side that says so.
 enum class EndReason : uint32_t {
-    NONE = 0, // the other side has gone
-    CLOSED,   // nothing is shared any more, or the process stops
-    BAD_MAGIC,
-    BAD_VERSION,
-    BAD_SIZE,
-    BAD_KIND,
-    BAD_OBJECT,
-    BAD_RELEASE,
-    BAD_LANE,
-    SURPLUS_DESCRIPTORS,
-    TOO_MANY_DESCRIPTORS,
-    TOO_MANY_OBJECTS,
-    TOO_MANY_LANES,
-    TOO_MANY_CONNECTIONS,
-    TOO_MANY_QUEUED_BYTES,
-    UNFINISHED_MESSAGE,
-    PEER_DOES_NOT_READ,
-    NO_CREDENTIALS,
-    OUT_OF_DESCRIPTORS,
+    NONE = 0,   // the other side has gone
+    CLOSED = 1, // nothing is shared any more, or the process stops
+    BAD_MAGIC = 2,
+    BAD_VERSION = 3,
+    BAD_SIZE = 4,
+    BAD_KIND = 5,
+    BAD_OBJECT = 6,
+    BAD_RELEASE = 7,
+    BAD_LANE = 8,
+    SURPLUS_DESCRIPTORS = 9,
+    TOO_MANY_DESCRIPTORS = 10,
+    TOO_MANY_OBJECTS = 11,
+    TOO_MANY_LANES = 12,
+    TOO_MANY_CONNECTIONS = 13,
+    TOO_MANY_QUEUED_BYTES = 14,
+    UNFINISHED_MESSAGE = 15,
+    PEER_DOES_NOT_READ = 16,
+    NO_CREDENTIALS = 17,
+    OUT_OF_DESCRIPTORS = 18,
     COUNT,
 };
 // For the log and for errors.

@@ -22,6 +22,7 @@ const char* const ERRORS_BY_DESIGN[] = {
     "device is not found in DataBeanMap",
     "device is not found in bytesInfoMap",
     "already disConnection_",
+    "RemoveFromMergeDeviceMap, 2 or more devices",
 };
 
 bool ContainsAny(const std::string& text, const std::vector<std::string>& parts)
