@@ -1,5 +1,6 @@
 #include "report_queue.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace OHOS::Pelago::Local {
@@ -30,8 +31,11 @@ void ReportQueue::TellProgress(Report report)
     if (progressPosted_) {
         return;
     }
-    progressPosted_ = queue_->PostAt(lastProgressMs_ + PROGRESS_INTERVAL_MS,
-                          [self = shared_from_this()] { self->RunProgress(); }) != 0;
+    // As a delay and not as a moment in milliseconds: the queue goes by due times, and what was told before comes
+    // before.
+    int64_t wait = lastProgressMs_ + PROGRESS_INTERVAL_MS - Host::Scheduler::Instance().BootTimeMs();
+    progressPosted_ =
+        queue_->Post([self = shared_from_this()] { self->RunProgress(); }, std::max<int64_t>(wait, 0)) != 0;
 }
 
 void ReportQueue::Silence()

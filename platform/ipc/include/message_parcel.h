@@ -28,8 +28,8 @@ class ParcelAccess;
 // int32, and then the bytes and padding, or above MAX_INLINE_RAW_DATA a descriptor of a memory file that holds them.
 class MessageParcel : public Parcel {
 public:
-    static constexpr size_t MAX_INLINE_RAW_DATA = 32 * 1024;  // bytes
-    static constexpr size_t MAX_RAW_DATA = 128 * 1024 * 1024; // bytes
+    static constexpr size_t MAX_INLINE_RAW_DATA = size_t{32} << 10; // bytes
+    static constexpr size_t MAX_RAW_DATA = size_t{128} << 20;       // bytes
 
     MessageParcel();
     ~MessageParcel() override;

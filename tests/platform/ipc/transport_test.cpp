@@ -346,6 +346,9 @@ TEST_F(TransportTest, AFolderIsServedOnceAndALeftOverSocketIsReplaced)
     EXPECT_FALSE(second.Start(folder, {{"fresh", 7, 0600}, {"owner", 1, 0600}}, service, {}, error));
     EXPECT_EQ(error, path + " is served already");
     EXPECT_NE(::access((folder + "/fresh.sock").c_str(), F_OK), 0) << "what was begun is taken back";
+    struct stat file = {};
+    ASSERT_EQ(::stat(Path("app").c_str(), &file), 0);
+    EXPECT_EQ(file.st_mode & 0777U, 0666U) << "whatever the umask says";
     for (const char* name : {"", "a/b", "..", "a.b"}) {
         EXPECT_FALSE(second.Start(folder, {{name, 7, 0600}}, service, {}, error)) << name;
     }

@@ -219,6 +219,9 @@ private:
     // The same for whoever goes on either way.
     void Post(Message id, int64_t param = 0);
     void ReleaseOobeHelpers();
+    // The runner is gone, though an event may be under way. After a no under oobeHelperMutex_ the release is still to
+    // come to the helpers.
+    [[nodiscard]] bool IsReleased() const;
     // Aborts in checked builds when `body` runs anywhere but on the runner.
     void CheckOnRunner(const char* body) const;
     using Receivers = std::array<std::shared_ptr<BroadcastReceiver>, 3>;

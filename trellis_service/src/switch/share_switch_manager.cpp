@@ -276,6 +276,12 @@ void ShareSwitchManager::CheckOnRunner([[maybe_unused]] const char* body) const
 #endif
 }
 
+bool ShareSwitchManager::IsReleased() const
+{
+    MutexLock lock(partsMutex_);
+    return eventRunner_ == nullptr;
+}
+
 sptr<TrellisService> ShareSwitchManager::Service() const
 {
     MutexLock lock(partsMutex_);

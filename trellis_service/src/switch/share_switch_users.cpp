@@ -147,6 +147,9 @@ void ShareSwitchManager::RegisterOobeDataChangeListener(int userId)
         return;
     }
     MutexLock lock(oobeHelperMutex_);
+    if (IsReleased()) {
+        return; // released under this event: nobody would take the observers back
+    }
     if (oobeHelperMap_.count(userId) != 0) {
         SHARE_LOGI(Log::SERVICE, "already RegisterDataChangeListener");
         return;

@@ -17,12 +17,12 @@ namespace OHOS::Host {
 // What one peer can take of this process. Each limit has its own error or its own line in the log, and harms nobody
 // else.
 struct IpcLimits {
-    size_t messageBytes = 4 * 1024 * 1024; // one request or reply, header included
+    size_t messageBytes = size_t{4} << 20; // one request or reply, header included
     size_t descriptorsPerMessage = 1024;
     size_t objectsPerConnection = 4096;                  // that one side holds of the other
     size_t lanesPerConnection = 64;                      // in each direction
     size_t connectionsPerUser = 1024;                    // by uid
-    size_t queuedBytesPerConnection = 8 * 1024 * 1024;   // written, and not yet taken by the peer's socket
+    size_t queuedBytesPerConnection = size_t{8} << 20;   // written, and not yet taken by the peer's socket
     std::chrono::milliseconds unfinishedMessage{10'000}; // from the first byte of a message to its last
 };
 
