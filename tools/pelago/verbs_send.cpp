@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "callback_stubs.h"
+#include "engine_errors.h"
 #include "hilog/host_text.h"
 #include "host/json_text.h"
 #include "output.h"
@@ -79,10 +80,13 @@ public:
         lost_ = device.deviceId;
         Tell("lost", device);
     }
-    void OnTransStateChange(const ShareDeviceInfo& device, int64_t, int64_t, int64_t) override
+    void OnTransStateChange(const ShareDeviceInfo& device, int64_t event, int64_t value, int64_t) override
     {
         std::lock_guard<std::mutex> lock(mutex_);
         peers_[device.deviceId] = device;
+        if (event == TransferEvent::FAILED) {
+            error_ = static_cast<int32_t>(value);
+        }
         ++reports_;
         Tell("changed", device);
     }
@@ -156,6 +160,12 @@ public:
         std::lock_guard<std::mutex> lock(mutex_);
         return lost_ == id;
     }
+    // The error that the engine reported last.
+    int32_t LastError()
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return error_;
+    }
     bool IsCancelled(const std::string& id)
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -178,6 +188,7 @@ private:
     std::map<std::string, ShareDeviceInfo> last_;
     std::string lost_;
     std::string cancelled_;
+    int32_t error_ = 0;
     size_t reports_ = 0;
 };
 
@@ -278,7 +289,7 @@ constexpr Ending ENDINGS[] = {
     {DeviceState::REFUSED, EXIT_REFUSED, "the receiver refused"},
     {DeviceState::DECLINED, EXIT_REFUSED, "the receiver declined"},
     {DeviceState::CANCELLED, EXIT_CANCELLED, "cancelled"},
-    {DeviceState::FAILED, EXIT_FAILED, "failed: the peer went away or a file could not be read or written"},
+    {DeviceState::FAILED, EXIT_FAILED, "failed"},
     {DeviceState::NO_ANSWER, EXIT_TIMED_OUT, "nobody answered"},
     {DeviceState::BUSY, EXIT_FAILED, "the receiver is busy with another offer"},
     {DeviceState::NO_SPACE, EXIT_NO_SPACE, "the receiver has no space"},
@@ -291,6 +302,35 @@ const Ending* EndingOf(int32_t state)
     auto found = std::find_if(
         std::begin(ENDINGS), std::end(ENDINGS), [state](const Ending& ending) { return ending.state == state; });
     return found == std::end(ENDINGS) ? nullptr : found;
+}
+
+// Why a send failed, by the error that the engine reported with it.
+struct Failure {
+    int32_t error;
+    ExitCode code;
+    const char* text;
+};
+
+constexpr Failure FAILURES[] = {
+    {EngineError::PEER_LOST, EXIT_FAILED, "the peer went away"},
+    {EngineError::UNREACHABLE, EXIT_NO_SUCH, "the peer is not there any more"},
+    {EngineError::PEER_IO, EXIT_NO_SPACE, "the receiver could not write a file"},
+    {EngineError::BAD_NAME, EXIT_FAILED, "the receiver cannot use the name of a file"},
+    {EngineError::PROTOCOL, EXIT_FAILED, "the two devices do not understand each other"},
+    {EngineError::NOT_SUPPORTED, EXIT_FAILED, "the peer does not receive just now"},
+    {EngineError::TOO_LARGE, EXIT_LIMIT, "the preview is too large"},
+    {EngineError::BAD_SOURCE, EXIT_NO_SPACE, "a file cannot be read"},
+    {EngineError::SOURCE_CHANGED, EXIT_NO_SPACE, "a file changed while it was sent"},
+    {EngineError::NOT_ALLOWED, EXIT_PERMISSION, "a file belongs to somebody else"},
+};
+
+// `ending` with the reason, where there is one.
+Ending Explained(const Ending& ending, int32_t error)
+{
+    auto found = std::find_if(
+        std::begin(FAILURES), std::end(FAILURES), [error](const Failure& failure) { return failure.error == error; });
+    bool known = ending.state == DeviceState::FAILED && found != std::end(FAILURES);
+    return known ? Ending{ending.state, found->code, found->text} : ending;
 }
 
 struct SendOptions {
@@ -483,7 +523,8 @@ ExitCode Send(const Context& context, const SendOptions& options)
         return ExplainFailure("sending");
     }
     Follower follower(*peer, payload.bean.totalSize);
-    const Ending& ending = follower.Follow(*discoverer, *session.Service().GetRefPtr());
+    Ending ending = follower.Follow(*discoverer, *session.Service().GetRefPtr());
+    ending = Explained(ending, discoverer->LastError());
     if (context.json) {
         PrintJson(Json::Object()
                       .Put("peer", PeerJson(*peer))
