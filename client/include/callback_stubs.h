@@ -8,9 +8,9 @@
 
 namespace OHOS::Pelago {
 
-// What a client derives from to be told. Each stub reads a request and calls the operation; it has no state. Calls come on
-// IPC threads, one after the other from one service but for different objects side by side; come back soon, since the service
-// waits. A request that cannot be read is answered with CALLBACK_ERROR_BAD_REQUEST and nothing is called.
+// What a client derives from to be told. Each stub reads a request and calls the operation; it has no state. Calls come
+// on IPC threads, one after the other from one service but for different objects side by side; come back soon, since
+// the service waits. A request that cannot be read is answered with CALLBACK_ERROR_BAD_REQUEST and nothing is called.
 inline constexpr int CALLBACK_ERROR_BAD_TOKEN = -10;
 inline constexpr int CALLBACK_ERROR_BAD_REQUEST = -16;
 

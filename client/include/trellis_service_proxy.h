@@ -6,16 +6,18 @@
 
 namespace OHOS::Pelago {
 
-// The service as a client sees it. Made by the broker: iface_cast<ITrellisService>(object), where the object is that of the
-// system ability TRELLIS_SERVICE_ID. Any thread may call; every call is synchronous and waits for the service at most
-// CALL_WAIT_SECONDS. A call that fails on the way gives false, 0, empty or null, and LastError says why.
+// The service as a client sees it. Made by the broker: iface_cast<ITrellisService>(object), where the object is that of
+// the system ability TRELLIS_SERVICE_ID. Any thread may call; every call is synchronous and waits for the service at
+// most CALL_WAIT_SECONDS. A call that fails on the way gives false, 0, empty or null, and LastError says why.
 //
 // What a client should know of the service:
-// - A registration with RegisterTrellisCallback, and every one after it, calls the registered callbacks before it returns:
+// - A registration with RegisterTrellisCallback, and every one after it, calls the registered callbacks before it
+// returns:
 //   be ready for OnEnableStatusChanged and OnConnectHub.
 // - A callback may call the service, but one that waits for the lock that the service holds while it calls you gets its
 //   answer only when your callback has returned. Such are registering, unregistering, sending and cancelling.
-// - Inside ISenderActionCallback::OnSendCancelBeforeConfirm do not ask for the preview or the receiver, for the same reason.
+// - Inside ISenderActionCallback::OnSendCancelBeforeConfirm do not ask for the preview or the receiver, for the same
+// reason.
 // - An off that is asked for while a radio is missing leaves the service willing to come back when the radio does.
 class TrellisServiceProxy : public IRemoteProxy<ITrellisService> {
 public:
@@ -23,8 +25,8 @@ public:
 
     static constexpr int CALL_WAIT_SECONDS = 30;
 
-    // How the last call of this thread ended, through whichever proxy: 0 when the service answered, a TrellisServiceError, or
-    // an error of the transport. The operation's own false is not an error here.
+    // How the last call of this thread ended, through whichever proxy: 0 when the service answered, a
+    // TrellisServiceError, or an error of the transport. The operation's own false is not an error here.
     static int32_t LastError();
 
     bool SetShareEnable(int32_t enableState, int32_t detectableType, bool needCheckFirstUse) override;

@@ -26,8 +26,7 @@ int ReadAndCall(Callback& callback, void (Callback::*operation)(Args...), Messag
 class ReceivedFiles {
 public:
     explicit ReceivedFiles(const SendBean& bean) : bean_(bean)
-    {
-    }
+    {}
     ~ReceivedFiles()
     {
         for (const FileHolder& file : bean_.uriList) {
@@ -88,8 +87,7 @@ int TrellisCallbackStub::OnRemoteRequest(
 }
 
 void TrellisCallbackStub::OnShareManagerServiceDied()
-{
-}
+{}
 
 int TrellisCallbackStub::HandleOnSend(MessageParcel& data)
 {

@@ -40,8 +40,7 @@ template <typename Field>
 } // namespace
 
 TrellisServiceProxy::TrellisServiceProxy(const sptr<IRemoteObject>& object) : IRemoteProxy<ITrellisService>(object)
-{
-}
+{}
 
 int32_t TrellisServiceProxy::LastError()
 {
@@ -166,8 +165,7 @@ bool TrellisServiceProxy::Send(const ShareDeviceInfo& device, SendBean& bean, co
     return CallForBool(Code::SEND, device, bean, packageName);
 }
 
-bool TrellisServiceProxy::SendFile(
-    const ShareDeviceInfo& device, const DataBean& bean, const std::string& packageName)
+bool TrellisServiceProxy::SendFile(const ShareDeviceInfo& device, const DataBean& bean, const std::string& packageName)
 {
     return CallForBool(Code::SEND_FILE, device, bean, packageName);
 }

@@ -7,9 +7,9 @@
 
 namespace OHOS::Pelago {
 
-// The only three things that the service lets its host replace. On a device nobody calls Install, and the defaults hold:
-// no prefix, the system clock, a plain thread. Owned by the process; Install before the service is started, the rest may
-// be called from any thread.
+// The only three things that the service lets its host replace. On a device nobody calls Install, and the defaults
+// hold: no prefix, the system clock, a plain thread. Owned by the process; Install before the service is started, the
+// rest may be called from any thread.
 class RuntimeEnv {
 public:
     using Clock = int64_t (*)();
@@ -29,8 +29,8 @@ public:
     // Milliseconds since the epoch, by the clock of the wall.
     static int64_t WallClockMs();
 
-    // Runs `body` detached. `name` is for people. Throws std::system_error, as std::thread does, when the thread cannot be
-    // started: the caller's own road reports that.
+    // Runs `body` detached. `name` is for people. Throws std::system_error, as std::thread does, when the thread cannot
+    // be started: the caller's own road reports that.
     static void StartDetached(const std::string& name, std::function<void()> body);
 };
 

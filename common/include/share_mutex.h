@@ -43,8 +43,8 @@ enum class LockRank : unsigned char {
     LEAF, // held for a few instructions, or across platform calls that never come back in
 };
 
-// What both kinds of mutex report to the checker. Builds with PELAGO_CHECKS abort, naming both locks, when a thread takes
-// a lock out of order or a plain lock twice; other builds compile the calls away.
+// What both kinds of mutex report to the checker. Builds with PELAGO_CHECKS abort, naming both locks, when a thread
+// takes a lock out of order or a plain lock twice; other builds compile the calls away.
 class LockOrder {
 public:
     static void Taking(const void* lock, const char* name, LockRank rank, bool recursive);
@@ -55,8 +55,7 @@ public:
 class SHARE_CAPABILITY("mutex") Mutex {
 public:
     constexpr Mutex(const char* name, LockRank rank) : name_(name), rank_(rank)
-    {
-    }
+    {}
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 
@@ -85,8 +84,7 @@ private:
 class RecursiveMutex {
 public:
     RecursiveMutex(const char* name, LockRank rank) : name_(name), rank_(rank)
-    {
-    }
+    {}
     RecursiveMutex(const RecursiveMutex&) = delete;
     RecursiveMutex& operator=(const RecursiveMutex&) = delete;
 

@@ -16,8 +16,8 @@ enum class SenderActionCallbackCode : uint32_t {
     ON_RECV_BYTES_INFO = 5,
 };
 
-// What the service tells the extension that shows an offer about the sender's side. Implemented by the extension, called
-// synchronously. The service sends 1, 3 and 4; the other two stand in the protocol.
+// What the service tells the extension that shows an offer about the sender's side. Implemented by the extension,
+// called synchronously. The service sends 1, 3 and 4; the other two stand in the protocol.
 class ISenderActionCallback : public IRemoteBroker {
 public:
     DECLARE_INTERFACE_DESCRIPTOR(u"ohos.pelago.ISenderActionCallback");
@@ -26,8 +26,8 @@ public:
     virtual void OnPreviewReceive(const sptr<PelagoReceiver>& receiver) = 0;
     virtual void OnSendCancelBeforeConfirm(const sptr<PelagoReceiver>& receiver) = 0;
     virtual void OnErrorBeforeConfirm(const sptr<PelagoReceiver>& receiver, int32_t errorCode) = 0;
-    virtual void OnRecvBytesInfo(const sptr<PelagoReceiver>& receiver, const std::string& senderName,
-        int32_t bytesType, const std::string& bytesData, const std::string& previewData) = 0;
+    virtual void OnRecvBytesInfo(const sptr<PelagoReceiver>& receiver, const std::string& senderName, int32_t bytesType,
+        const std::string& bytesData, const std::string& previewData) = 0;
 };
 
 } // namespace OHOS::Pelago

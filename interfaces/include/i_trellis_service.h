@@ -63,22 +63,22 @@ inline constexpr size_t TRELLIS_SERVICE_CODE_COUNT = 36;
 
 // What OnRemoteRequest answers instead of 0. The operation's own outcome is in the reply; these are of the transport.
 enum TrellisServiceError : int32_t {
-    ERROR_TOKEN = -10,                 // wrong interface token
-    ERROR_REPLY = -11,                 // the reply could not be written, or there is nothing to write
-    ERROR_READ_DEVICE = -16,           // no ShareDevice in the request (listeners)
-    ERROR_READ_STRING_VECTOR = -17,    // no string vector in the request (listeners)
-    ERROR_READ_DEVICE_INFO = -18,      // no leading ShareDeviceInfo
-    ERROR_READ_PAYLOAD = -27,          // no SendBean, DataBean or BytesInfo
-    ERROR_READ_STRING = -28,           // no string
+    ERROR_TOKEN = -10,              // wrong interface token
+    ERROR_REPLY = -11,              // the reply could not be written, or there is nothing to write
+    ERROR_READ_DEVICE = -16,        // no ShareDevice in the request (listeners)
+    ERROR_READ_STRING_VECTOR = -17, // no string vector in the request (listeners)
+    ERROR_READ_DEVICE_INFO = -18,   // no leading ShareDeviceInfo
+    ERROR_READ_PAYLOAD = -27,       // no SendBean, DataBean or BytesInfo
+    ERROR_READ_STRING = -28,        // no string
     ERROR_NO_SWITCH_PERMISSION = -31,
     ERROR_NO_CAPABILITY_PERMISSION = -32,
-    ERROR_READ_PREVIEW = -33,          // no RecvPreview (listeners)
-    ERROR_NULL_OBJECT = -34,           // no callback, or no receiver
+    ERROR_READ_PREVIEW = -33, // no RecvPreview (listeners)
+    ERROR_NULL_OBJECT = -34,  // no callback, or no receiver
 };
 
-// The operations of the service. Clients reach them by TrellisServiceProxy (client/), the service implements them. Every
-// call may come on any thread. A false says that the service did not do it and has logged why; see client/ for what a client
-// needs to know of each.
+// The operations of the service. Clients reach them by TrellisServiceProxy (client/), the service implements them.
+// Every call may come on any thread. A false says that the service did not do it and has logged why; see client/ for
+// what a client needs to know of each.
 class ITrellisService : public IRemoteBroker {
 public:
     DECLARE_INTERFACE_DESCRIPTOR(u"ohos.Pelago.ITrellisService");

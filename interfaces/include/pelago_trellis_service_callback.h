@@ -49,8 +49,7 @@ public:
     virtual void OnSendFile(const ShareDeviceInfo& device, const DataBean& bean) = 0;
     virtual void OnConnectHub(std::string name, int32_t value) = 0;
     virtual void OnCorvaneIdHeadImageReceive(const ShareDeviceInfo& device, const std::string& headImage) = 0;
-    virtual void OnThermalLevelChanged(
-        int32_t lastLevel, int32_t newLevel, int8_t connectionSide, int8_t action) = 0;
+    virtual void OnThermalLevelChanged(int32_t lastLevel, int32_t newLevel, int8_t connectionSide, int8_t action) = 0;
     virtual void OnSwingPop(const ShareDeviceInfo& device) = 0;
     virtual void OnReportSwingEvent(int32_t gesture, int32_t x, int32_t y, const std::string& concurrentId) = 0;
     virtual void OnSwitchNotifyComponent(int32_t component) = 0;

@@ -9,7 +9,8 @@
 
 #include <gtest/gtest.h>
 
-// The house keeps its own rules: floors, sizes, words. Each rule is a function of texts, tried on a planted offence first.
+// The house keeps its own rules: floors, sizes, words. Each rule is a function of texts, tried on a planted offence
+// first.
 namespace {
 
 namespace fs = std::filesystem;
@@ -159,8 +160,8 @@ struct Function {
     size_t lines;
 };
 
-// Functions as our format writes them: a brace of its own at the start of a line opens, one closes; members of classes in
-// headers stand four columns in. Lines between the braces count.
+// Functions as our format writes them: a brace of its own at the start of a line opens, one closes; members of classes
+// in headers stand four columns in. Lines between the braces count.
 std::vector<Function> Functions(const std::vector<Source>& tree)
 {
     std::vector<Function> functions;
@@ -190,9 +191,8 @@ TEST(House, FunctionsFitAScreen)
     ASSERT_EQ(Functions({planted}).back().lines, 71u);
 
     std::vector<Source> product;
-    std::copy_if(Tree().begin(), Tree().end(), std::back_inserter(product), [](const Source& source) {
-        return !StartsWith(source.path, "tests/") && !StartsWith(source.path, "bench/");
-    });
+    std::copy_if(Tree().begin(), Tree().end(), std::back_inserter(product),
+        [](const Source& source) { return !StartsWith(source.path, "tests/") && !StartsWith(source.path, "bench/"); });
     std::vector<Function> functions = Functions(product);
     ASSERT_GT(functions.size(), 500u) << "functions cannot be found";
     EXPECT_LE(functions[functions.size() / 2].lines, 8u);
@@ -216,8 +216,8 @@ struct Ban {
 const std::vector<Ban>& Bans()
 {
     static const std::vector<Ban> bans{
-        {"sleeping", std::regex(R"(sleep_for|usleep\(|\bsleep\()"), "tests/", "settle the scheduler or wait for a condition",
-            "std::this_thread::sleep_for(1s);"},
+        {"sleeping", std::regex(R"(sleep_for|usleep\(|\bsleep\()"), "tests/",
+            "settle the scheduler or wait for a condition", "std::this_thread::sleep_for(1s);"},
         {"leftover", std::regex(R"(\b(TODO|FIXME|XXX|HACK)\b)"), "", "do it or leave it", "// TODO"},
         {"throw", std::regex(R"(^\s*throw\b)"), "!tests/", "return what failed", "    throw 1;"},
         {"plain rand", std::regex(R"(\bs?rand\()"), "", "a seeded generator", "rand();"},
@@ -238,7 +238,8 @@ Lines Offences(const Ban& ban, const std::vector<Source>& tree)
     Lines offences;
     for (const Source& source : tree) {
         for (size_t i = 0; Applies(ban, source.path) && i < source.lines.size(); ++i) {
-            bool excused = source.lines[i].find("must not come") != std::string::npos; // what never happens cannot be awaited
+            bool excused =
+                source.lines[i].find("must not come") != std::string::npos; // what never happens cannot be awaited
             if (!excused && std::regex_search(source.lines[i], ban.pattern)) {
                 offences.push_back(source.path + ":" + std::to_string(i + 1) + ": " + ban.name + "; " + ban.instead);
             }
@@ -250,7 +251,11 @@ Lines Offences(const Ban& ban, const std::vector<Source>& tree)
 TEST(House, NobodyWritesWhatIsBanned)
 {
     for (const Ban& ban : Bans()) {
-        ASSERT_EQ(Offences(ban, {{*ban.where == '!' ? "planted.cpp" : std::string(ban.where) + "planted.cpp", {ban.planted}}}).size(), 1u) << ban.name;
+        ASSERT_EQ(
+            Offences(ban, {{*ban.where == '!' ? "planted.cpp" : std::string(ban.where) + "planted.cpp", {ban.planted}}})
+                .size(),
+            1u)
+            << ban.name;
         for (const std::string& offence : Offences(ban, Tree())) {
             ADD_FAILURE() << offence;
         }

@@ -159,28 +159,22 @@ public:
 class QuietSenderAction : public SenderActionCallbackStub {
 public:
     void OnStatusChanged(int8_t) override
-    {
-    }
+    {}
     void OnPreviewReceive(const sptr<PelagoReceiver>&) override
-    {
-    }
+    {}
     void OnSendCancelBeforeConfirm(const sptr<PelagoReceiver>&) override
-    {
-    }
+    {}
     void OnErrorBeforeConfirm(const sptr<PelagoReceiver>&, int32_t) override
-    {
-    }
-    void OnRecvBytesInfo(const sptr<PelagoReceiver>&, const std::string&, int32_t, const std::string&,
-        const std::string&) override
-    {
-    }
+    {}
+    void OnRecvBytesInfo(
+        const sptr<PelagoReceiver>&, const std::string&, int32_t, const std::string&, const std::string&) override
+    {}
 };
 
 class QuietApiCallback : public ShareApiCallbackStub {
 public:
     void OnShareEventOccurred(int32_t, int32_t, const ShareDeviceInfo&) override
-    {
-    }
+    {}
 };
 
 } // namespace OHOS::Pelago

@@ -176,8 +176,8 @@ TEST_F(Transfers, OfTwoDevicesOfAContactExactlyOneWins)
             device->SwitchOn();
             extensions.push_back(
                 Pelago({"-d", device->id, "receive", "--once", "--dir", NewFolder("in-" + device->id).string()}));
-            EXPECT_TRUE(WaitUntil(
-                [&] { return extensions.back()->Output().find("ready to receive") != std::string::npos; }));
+            EXPECT_TRUE(
+                WaitUntil([&] { return extensions.back()->Output().find("ready to receive") != std::string::npos; }));
         }
         auto sender = SendTo("Ana", file);
         EXPECT_EQ(sender->Wait(), 0) << sender->Output();

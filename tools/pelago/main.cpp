@@ -38,10 +38,11 @@ constexpr Verb VERBS[] = {
 int Main(int argc, char** argv)
 {
     Context context;
-    CLI::App app("pelago: starts, uses, steers and observes devices that share with each other on this machine.\n"
-                 "Exit codes: 0 done, 1 failed, 2 usage or ambiguous device, 3 not reachable, 4 permission denied, 5 no such "
-                 "device or entry, 6 refused by the receiver, 7 cancelled, 8 timed out, 9 no space or I/O, 11 a limit was hit, "
-                 "130 interrupted.");
+    CLI::App app(
+        "pelago: starts, uses, steers and observes devices that share with each other on this machine.\n"
+        "Exit codes: 0 done, 1 failed, 2 usage or ambiguous device, 3 not reachable, 4 permission denied, 5 no such "
+        "device or entry, 6 refused by the receiver, 7 cancelled, 8 timed out, 9 no space or I/O, 11 a limit was hit, "
+        "130 interrupted.");
     app.require_subcommand(1);
     app.fallthrough();
     app.add_option("-d,--device", context.device, "which device; needed when several run")->envname("PELAGO_DEVICE");

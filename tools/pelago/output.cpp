@@ -39,8 +39,7 @@ void PrintJson(const std::string& json)
     std::unique_ptr<cJSON, void (*)(cJSON*)> value(cJSON_Parse(json.c_str()), cJSON_Delete);
     std::unique_ptr<cJSON, void (*)(cJSON*)> object(cJSON_CreateObject(), cJSON_Delete);
     (void)cJSON_AddNumberToObject(object.get(), "schema", SCHEMA);
-    (void)cJSON_AddItemToObject(
-        object.get(), "data", value == nullptr ? cJSON_CreateNull() : value.release());
+    (void)cJSON_AddItemToObject(object.get(), "data", value == nullptr ? cJSON_CreateNull() : value.release());
     std::unique_ptr<char, void (*)(void*)> text(
         ::isatty(STDOUT_FILENO) != 0 ? cJSON_Print(object.get()) : cJSON_PrintUnformatted(object.get()), cJSON_free);
     WriteLine(stdout, text == nullptr ? "null" : text.get());
@@ -83,8 +82,7 @@ std::string SecondsText(int64_t seconds)
 
 ProgressBar::ProgressBar(std::string label, int64_t totalBytes)
     : label_(std::move(label)), totalBytes_(totalBytes), startedMs_(NowMs()), terminal_(::isatty(STDERR_FILENO) != 0)
-{
-}
+{}
 
 std::string ProgressBar::Left(int percent, int64_t speed) const
 {

@@ -6,8 +6,8 @@
 
 namespace OHOS::Pelago::Tools {
 
-// Data goes to standard output, talk and progress to standard error. Names that others chose are escaped by whoever prints
-// them, with EscapeForTerminal. Any thread.
+// Data goes to standard output, talk and progress to standard error. Names that others chose are escaped by whoever
+// prints them, with EscapeForTerminal. Any thread.
 
 // Prints one JSON object with its schema number: laid out on a terminal, on one line in a pipe.
 void PrintJson(const std::string& json);

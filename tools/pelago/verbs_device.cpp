@@ -216,7 +216,8 @@ struct ContactOptions {
 // The file is shared by all devices of the user; running engines see the change.
 ExitCode AddContact(const ContactOptions& options)
 {
-    std::unique_ptr<cJSON, void (*)(cJSON*)> contacts(cJSON_Parse(ReadAll(DevicePaths::Contacts()).c_str()), cJSON_Delete);
+    std::unique_ptr<cJSON, void (*)(cJSON*)> contacts(
+        cJSON_Parse(ReadAll(DevicePaths::Contacts()).c_str()), cJSON_Delete);
     if (!cJSON_IsObject(contacts.get())) {
         contacts.reset(cJSON_CreateObject());
     }

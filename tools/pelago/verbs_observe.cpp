@@ -62,8 +62,7 @@ using Host::Json;
 class DeviceDeath : public IRemoteObject::DeathRecipient {
 public:
     explicit DeviceDeath(const sptr<WatchQueue>& queue) : queue_(queue)
-    {
-    }
+    {}
     void OnRemoteDied(const wptr<IRemoteObject>&) override
     {
         queue_->Close();
@@ -186,8 +185,7 @@ public:
     }
     void OnSwitchNotifyComponent(int32_t component) override
     {
-        Print("OnSwitchNotifyComponent",
-            Json::Object().Put("component", static_cast<int64_t>(component)));
+        Print("OnSwitchNotifyComponent", Json::Object().Put("component", static_cast<int64_t>(component)));
     }
 
 private:
@@ -321,7 +319,9 @@ Action WatchVerb(CLI::App& app)
 Action WaitForVerb(CLI::App& app)
 {
     auto options = std::make_shared<WaitOptions>();
-    app.add_option("what", options->what, "on, off, or peer NAME")->required()->check(CLI::IsMember({"on", "off", "peer"}));
+    app.add_option("what", options->what, "on, off, or peer NAME")
+        ->required()
+        ->check(CLI::IsMember({"on", "off", "peer"}));
     app.add_option("name", options->name, "id, name or contact of the peer");
     app.add_option("--timeout", options->seconds, "seconds")->capture_default_str();
     return [options](const Context& context) { return WaitFor(context, *options); };

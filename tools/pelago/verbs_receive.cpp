@@ -93,8 +93,7 @@ class Progress : public ReceiveProgressStub {
 public:
     Progress(std::string sender, int64_t total, bool json, std::shared_ptr<Outcome> outcome)
         : bar_(EscapeForTerminal(sender), total), json_(json), outcome_(std::move(outcome))
-    {
-    }
+    {}
     void OnProgress(int64_t bytes, int64_t total, int64_t speed) override
     {
         bar_.Show(total > 0 ? static_cast<int>(bytes * 100 / total) : 100, speed);
@@ -139,15 +138,13 @@ private:
 class SenderAction : public SenderActionCallbackStub {
 public:
     explicit SenderAction(std::shared_ptr<Outcome> outcome) : outcome_(std::move(outcome))
-    {
-    }
+    {}
     void OnStatusChanged(int8_t state) override
     {
         Say("the sender's state is " + std::to_string(state));
     }
     void OnPreviewReceive(const sptr<PelagoReceiver>&) override
-    {
-    }
+    {}
     void OnSendCancelBeforeConfirm(const sptr<PelagoReceiver>&) override
     {
         Say("the sender took the offer back");
@@ -158,10 +155,9 @@ public:
         Say("the offer broke off (" + std::to_string(errorCode) + ")");
         outcome_->Set(EXIT_FAILED);
     }
-    void OnRecvBytesInfo(const sptr<PelagoReceiver>&, const std::string&, int32_t, const std::string&,
-        const std::string&) override
-    {
-    }
+    void OnRecvBytesInfo(
+        const sptr<PelagoReceiver>&, const std::string&, int32_t, const std::string&, const std::string&) override
+    {}
 
 private:
     const std::shared_ptr<Outcome> outcome_;
@@ -172,9 +168,9 @@ class Extension : public Host::ExtensionStub {
 public:
     Extension(ReceiveOptions options, bool json, const sptr<ITrellisService>& service, int directory,
         std::shared_ptr<Outcome> outcome)
-        : options_(std::move(options)), json_(json), service_(service), directory_(directory), outcome_(std::move(outcome))
-    {
-    }
+        : options_(std::move(options)), json_(json), service_(service), directory_(directory),
+          outcome_(std::move(outcome))
+    {}
 
 protected:
     void OnStart(const AAFwk::Want& want) override

@@ -32,7 +32,7 @@ using Host::Json;
 constexpr const char* PACKAGE_NAME = "pelago.cli";
 constexpr int64_t STALL_MS = 5000;
 constexpr int64_t BYTES_PER_SPEED = 1024; // the engine counts KiB a second
-constexpr int64_t TICK_MS = 200; // how often a running send looks at its clock and at Ctrl-C
+constexpr int64_t TICK_MS = 200;          // how often a running send looks at its clock and at Ctrl-C
 
 // What the payload is, as the engine and the receiver's extension read it.
 constexpr int32_t MODULE_CLI = 0;
@@ -64,8 +64,7 @@ public:
 
     // `listener` runs on IPC threads, one call at a time.
     explicit Discoverer(Listener listener = {}) : listener_(std::move(listener))
-    {
-    }
+    {}
 
     void OnDeviceFound(const ShareDeviceInfo& device) override
     {
@@ -91,17 +90,13 @@ public:
         Tell("changed", device);
     }
     void OnEnableStatusChanged() override
-    {
-    }
+    {}
     void OnSend(const ShareDeviceInfo&, const SendBean&) override
-    {
-    }
+    {}
     void OnSendBytes(const ShareDeviceInfo&, const BytesInfo&) override
-    {
-    }
+    {}
     void OnSendFile(const ShareDeviceInfo&, const DataBean&) override
-    {
-    }
+    {}
     void OnCancel(const ShareDeviceInfo& device) override
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -109,23 +104,17 @@ public:
         changed_.notify_all();
     }
     void OnConnectHub(std::string, int32_t) override
-    {
-    }
+    {}
     void OnCorvaneIdHeadImageReceive(const ShareDeviceInfo&, const std::string&) override
-    {
-    }
+    {}
     void OnThermalLevelChanged(int32_t, int32_t, int8_t, int8_t) override
-    {
-    }
+    {}
     void OnSwingPop(const ShareDeviceInfo&) override
-    {
-    }
+    {}
     void OnReportSwingEvent(int32_t, int32_t, int32_t, const std::string&) override
-    {
-    }
+    {}
     void OnSwitchNotifyComponent(int32_t) override
-    {
-    }
+    {}
 
     // The peer of this id, name or contact; waits for it. Nothing when it does not come.
     std::optional<ShareDeviceInfo> WaitForPeer(const std::string& wanted, int64_t untilMs)
@@ -429,8 +418,7 @@ class Follower {
 public:
     Follower(const ShareDeviceInfo& peer, int64_t totalBytes)
         : peer_(peer), bar_(EscapeForTerminal(Name(peer)), totalBytes)
-    {
-    }
+    {}
 
     const Ending& Follow(Discoverer& discoverer, ITrellisService& service)
     {

@@ -55,8 +55,8 @@ ExitCode Switch(const Context& context, int state, int type, bool ask, bool wait
     if (ExitCode code = Request(context, state, type, ask); code != EXIT_DONE || !wait) {
         return code;
     }
-    ExitCode code = WaitForState(context, "switch", [state](const cJSON* json) { return StateIs(json, state); },
-        SWITCH_LIMIT_SECONDS);
+    ExitCode code = WaitForState(
+        context, "switch", [state](const cJSON* json) { return StateIs(json, state); }, SWITCH_LIMIT_SECONDS);
     if (code == EXIT_TIMED_OUT) {
         Complain(std::string("sharing did not go ") + (state == STATE_ON ? "on" : "off") +
                  "; a radio may be missing: pelago sim show");

@@ -63,7 +63,8 @@ void RaiseDescriptorLimit()
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) {
         return;
     }
-    limit.rlim_cur = limit.rlim_max == RLIM_INFINITY ? WANTED_DESCRIPTORS : std::min(limit.rlim_max, WANTED_DESCRIPTORS);
+    limit.rlim_cur =
+        limit.rlim_max == RLIM_INFINITY ? WANTED_DESCRIPTORS : std::min(limit.rlim_max, WANTED_DESCRIPTORS);
     (void)::setrlimit(RLIMIT_NOFILE, &limit); // with fewer, large sends are refused one by one
 }
 
@@ -81,8 +82,7 @@ std::string MakeServiceFolders(const fs::path& root)
 } // namespace
 
 Daemon::Daemon(DaemonOptions options) : options_(std::move(options)), paths_(options_.card.id)
-{
-}
+{}
 
 Daemon::~Daemon()
 {
@@ -157,8 +157,8 @@ std::string Daemon::ConfigureDevice()
     if (!Host::HostSettings::SeedFreshDevice({PRIMARY_USER})) {
         return "the settings database in " + paths_.State() + " cannot be used";
     }
-    RuntimeEnv::Install({paths_.State(), [] { return Host::Scheduler::Instance().WallTimeMs(); },
-        Host::Scheduler::StartDetached});
+    RuntimeEnv::Install(
+        {paths_.State(), [] { return Host::Scheduler::Instance().WallTimeMs(); }, Host::Scheduler::StartDetached});
     return {};
 }
 

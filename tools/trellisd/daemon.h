@@ -12,9 +12,9 @@
 namespace OHOS::Pelago::Tools {
 
 struct DaemonOptions {
-    DeviceCard card;       // what is empty is taken from the folder, or made
-    std::string logLevel;  // "debug" ... "fatal"
-    std::string logFile;   // empty: none
+    DeviceCard card;      // what is empty is taken from the folder, or made
+    std::string logLevel; // "debug" ... "fatal"
+    std::string logFile;  // empty: none
     bool logToStderr = false;
 };
 
@@ -24,11 +24,11 @@ public:
     explicit Daemon(DaemonOptions options);
     ~Daemon();
 
-    // Brings the device up. The reason when that fails; what was started is then taken down by the destructor. It is ready
-    // when this returns.
+    // Brings the device up. The reason when that fails; what was started is then taken down by the destructor. It is
+    // ready when this returns.
     [[nodiscard]] std::string Start();
-    // Takes it down: sockets first, so that nobody comes in; then the service, what it stands on, and the threads. False when
-    // something did not end in time.
+    // Takes it down: sockets first, so that nobody comes in; then the service, what it stands on, and the threads.
+    // False when something did not end in time.
     bool Stop();
 
     const DevicePaths& Paths() const

@@ -95,8 +95,9 @@ int main(int argc, char** argv)
     using namespace OHOS::Pelago::Tools;
     DaemonOptions options;
     int readyFd = -1;
-    CLI::App app("One Pelago device, in the foreground: the front service, the local share engine and the sockets that clients "
-                 "come through. Says \"ready ID\" when it is up, and ends cleanly on SIGTERM.");
+    CLI::App app(
+        "One Pelago device, in the foreground: the front service, the local share engine and the sockets that clients "
+        "come through. Says \"ready ID\" when it is up, and ends cleanly on SIGTERM.");
     app.add_option("--id", options.card.id, "which device: [a-z0-9-], names its folders")->required();
     app.add_option("--name", options.card.name, "the name that other devices show; remembered");
     app.add_option("--type", options.card.type, "phone, tablet, pc, 2in1, watch, car or tv; remembered");

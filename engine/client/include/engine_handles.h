@@ -8,9 +8,9 @@
 
 namespace OHOS::Pelago {
 
-// Both sides of the engine's handles. The stubs are what an engine derives from; they read a request, call the operation and
-// write its result. The proxies are what the other process holds; registered with the broker when the program is loaded.
-// Any thread.
+// Both sides of the engine's handles. The stubs are what an engine derives from; they read a request, call the
+// operation and write its result. The proxies are what the other process holds; registered with the broker when the
+// program is loaded. Any thread.
 
 class PelagoSenderStub : public IRemoteStub<PelagoSender> {
 public:

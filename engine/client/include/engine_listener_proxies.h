@@ -9,9 +9,9 @@
 
 namespace OHOS::Pelago {
 
-// How an engine calls the listeners of the service: by their remote objects, with a parcel, a code and a token, also when
-// they live in its own process. Made by the engine from a listener's AsObject(); any thread that holds no lock of the engine.
-// A call that fails is logged at debug level and forgotten: the engine has no one to tell.
+// How an engine calls the listeners of the service: by their remote objects, with a parcel, a code and a token, also
+// when they live in its own process. Made by the engine from a listener's AsObject(); any thread that holds no lock of
+// the engine. A call that fails is logged at debug level and forgotten: the engine has no one to tell.
 
 class SubscribeListenerProxy : public IRemoteProxy<ISubscribeListener> {
 public:

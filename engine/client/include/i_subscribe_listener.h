@@ -15,8 +15,8 @@ enum class SubscribeListenerCode : uint32_t {
     ON_SWING_STATUS = 4,
 };
 
-// What the engine tells about peers to whoever subscribed. Implemented by the service; the engine calls it on IPC threads,
-// several at a time, and never from inside a call that it is serving.
+// What the engine tells about peers to whoever subscribed. Implemented by the service; the engine calls it on IPC
+// threads, several at a time, and never from inside a call that it is serving.
 class ISubscribeListener : public IRemoteBroker {
 public:
     DECLARE_INTERFACE_DESCRIPTOR(u"ohos.pelago.ISubscribeListener");

@@ -29,8 +29,8 @@ enum class TransmitCallbackCode : uint32_t {
     ON_POP_SWING = 23,
 };
 
-// What the engine reports of one transfer to one physical device. Implemented by the service; called on IPC threads, never
-// before the call that started the transfer has returned, and not after an ending report.
+// What the engine reports of one transfer to one physical device. Implemented by the service; called on IPC threads,
+// never before the call that started the transfer has returned, and not after an ending report.
 class ITransmitCallback : public IRemoteBroker {
 public:
     DECLARE_INTERFACE_DESCRIPTOR(u"ohos.pelago.ITransmitCallback");

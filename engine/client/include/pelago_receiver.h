@@ -44,7 +44,8 @@ enum class PelagoReceiverCode : uint32_t {
     CANCEL = 3,
 };
 
-// The engine's handle of one offer. The service only keeps it and hands it on; the extension that shows the offer answers it.
+// The engine's handle of one offer. The service only keeps it and hands it on; the extension that shows the offer
+// answers it.
 class PelagoReceiver : public IRemoteBroker {
 public:
     DECLARE_INTERFACE_DESCRIPTOR(u"ohos.pelago.PelagoReceiver");
@@ -52,7 +53,8 @@ public:
     // Takes the offer: files go beneath the directory `directoryFd`, which stays the caller's, reports to `progress`.
     // 0, or a negative error when the offer has ended already or an argument is unusable. Any thread.
     [[nodiscard]] virtual int32_t Accept(int directoryFd, const sptr<IReceiveProgress>& progress) = 0;
-    // Declines the offer. `reason` travels to the sender's log. 0, or a negative error when the offer has ended. Any thread.
+    // Declines the offer. `reason` travels to the sender's log. 0, or a negative error when the offer has ended. Any
+    // thread.
     [[nodiscard]] virtual int32_t Refuse(int32_t reason) = 0;
     // Ends an accepted receive; nothing stays behind. 0, or a negative error when it has ended. Any thread.
     [[nodiscard]] virtual int32_t Cancel() = 0;

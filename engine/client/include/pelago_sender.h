@@ -15,7 +15,8 @@ class PelagoSender : public IRemoteBroker {
 public:
     DECLARE_INTERFACE_DESCRIPTOR(u"ohos.pelago.PelagoSender");
 
-    // Marks the transfer cancelled and returns; waits for nothing. No report of the transfer starts after it. Any thread.
+    // Marks the transfer cancelled and returns; waits for nothing. No report of the transfer starts after it. Any
+    // thread.
     virtual void Cancel() = 0;
     // Answers the confirmation that a swing offer waits for. Any thread.
     virtual void SwingConfirm(int32_t choice) = 0;

@@ -9,8 +9,8 @@
 #include "message_option.h"
 #include "message_parcel.h"
 
-// How a call to a remote object is put into a parcel and taken out, by the types of its arguments. One overload for each
-// kind of field that travels. No state; any thread.
+// How a call to a remote object is put into a parcel and taken out, by the types of its arguments. One overload for
+// each kind of field that travels. No state; any thread.
 namespace OHOS::Pelago::Wire {
 
 // A descriptor among the fields of a call. Writing does not take it over; reading gives one that the reader owns.
@@ -73,7 +73,8 @@ template <typename Record>
     return parcel.WriteInt32(1) && present.record.WriteToParcel(parcel);
 }
 
-// The reading side. Each reads one field and leaves it as it was when that fails, but for records, which may be half read.
+// The reading side. Each reads one field and leaves it as it was when that fails, but for records, which may be half
+// read.
 [[nodiscard]] inline bool Get(MessageParcel& parcel, bool& value)
 {
     return parcel.ReadBool(value);
@@ -121,11 +122,11 @@ template <typename... Fields>
     return data.WriteInterfaceToken(token) && (Put(data, fields) && ... && true);
 }
 
-// Calls `code` of `remote` with `fields`; `reply` is what came back. What SendRequest gave: 0, or an error of the callee or
-// of the transport, or ERROR_NOT_WRITTEN.
+// Calls `code` of `remote` with `fields`; `reply` is what came back. What SendRequest gave: 0, or an error of the
+// callee or of the transport, or ERROR_NOT_WRITTEN.
 template <typename Code, typename... Fields>
-[[nodiscard]] int32_t Call(const sptr<IRemoteObject>& remote, const std::u16string& token, Code code, MessageParcel& reply,
-    MessageOption option, const Fields&... fields)
+[[nodiscard]] int32_t Call(const sptr<IRemoteObject>& remote, const std::u16string& token, Code code,
+    MessageParcel& reply, MessageOption option, const Fields&... fields)
 {
     MessageParcel data;
     if (remote == nullptr || !PutRequest(data, token, fields...)) {

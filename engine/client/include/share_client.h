@@ -16,9 +16,9 @@
 
 namespace OHOS::Pelago {
 
-// What stands behind ShareClient: the local engine in a daemon, a scripted one in tests. All operations may be called from
-// any thread, never call back into the caller before they have returned, and call listeners only through their remote
-// objects. A bool is true when the request was taken.
+// What stands behind ShareClient: the local engine in a daemon, a scripted one in tests. All operations may be called
+// from any thread, never call back into the caller before they have returned, and call listeners only through their
+// remote objects. A bool is true when the request was taken.
 class ShareClientBackend {
 public:
     virtual ~ShareClientBackend() = default;
@@ -53,12 +53,12 @@ public:
     [[nodiscard]] virtual bool GetNudgePublishInfo(std::string& info) = 0;
 };
 
-// The service's way to the share engine, one per process (DelayedRefSingleton<ShareClient>::GetInstance()). Forwards every
-// operation of its backend, see there; without a backend each one fails: false or null. Any thread.
+// The service's way to the share engine, one per process (DelayedRefSingleton<ShareClient>::GetInstance()). Forwards
+// every operation of its backend, see there; without a backend each one fails: false or null. Any thread.
 class ShareClient {
 public:
-    // The process says once, at start, what stands behind; a null backend takes it away. Calls that are under way keep the
-    // backend alive until they return.
+    // The process says once, at start, what stands behind; a null backend takes it away. Calls that are under way keep
+    // the backend alive until they return.
     void InstallBackend(std::shared_ptr<ShareClientBackend> backend);
 
     [[nodiscard]] bool ConnectWithRetry();

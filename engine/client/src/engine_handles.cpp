@@ -40,8 +40,7 @@ int32_t CallForResult(const sptr<IRemoteObject>& remote, PelagoReceiverCode code
 
 } // namespace
 
-int PelagoSenderStub::OnRemoteRequest(
-    uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option)
+int PelagoSenderStub::OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option)
 {
     if (data.ReadInterfaceToken() != GetDescriptor()) {
         return ERROR_BAD_TOKEN;
@@ -59,8 +58,7 @@ int PelagoSenderStub::OnRemoteRequest(
 }
 
 PelagoSenderProxy::PelagoSenderProxy(const sptr<IRemoteObject>& object) : IRemoteProxy<PelagoSender>(object)
-{
-}
+{}
 
 void PelagoSenderProxy::Cancel()
 {
@@ -76,8 +74,7 @@ void PelagoSenderProxy::SwingConfirm(int32_t choice)
     (void)Wire::Call(Remote(), GetDescriptor(), PelagoSenderCode::SWING_CONFIRM, reply, MessageOption(), choice);
 }
 
-int PelagoReceiverStub::OnRemoteRequest(
-    uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option)
+int PelagoReceiverStub::OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option)
 {
     if (data.ReadInterfaceToken() != GetDescriptor()) {
         return ERROR_BAD_TOKEN;
@@ -95,16 +92,14 @@ int PelagoReceiverStub::OnRemoteRequest(
 }
 
 PelagoReceiverProxy::PelagoReceiverProxy(const sptr<IRemoteObject>& object) : IRemoteProxy<PelagoReceiver>(object)
-{
-}
+{}
 
 int32_t PelagoReceiverProxy::Accept(int directoryFd, const sptr<IReceiveProgress>& progress)
 {
     if (progress == nullptr) {
         return RECEIVER_BAD_ARGUMENT;
     }
-    return CallForResult(
-        Remote(), PelagoReceiverCode::ACCEPT, Wire::Descriptor{directoryFd}, progress->AsObject());
+    return CallForResult(Remote(), PelagoReceiverCode::ACCEPT, Wire::Descriptor{directoryFd}, progress->AsObject());
 }
 
 int32_t PelagoReceiverProxy::Refuse(int32_t reason)
@@ -145,8 +140,7 @@ int ReceiveProgressStub::OnRemoteRequest(
 }
 
 ReceiveProgressProxy::ReceiveProgressProxy(const sptr<IRemoteObject>& object) : IRemoteProxy<IReceiveProgress>(object)
-{
-}
+{}
 
 void ReceiveProgressProxy::OnProgress(int64_t bytes, int64_t total, int64_t speed)
 {

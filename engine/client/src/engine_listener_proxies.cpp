@@ -26,8 +26,7 @@ sptr<IRemoteObject> ObjectOf(const sptr<PelagoReceiver>& receiver)
 
 SubscribeListenerProxy::SubscribeListenerProxy(const sptr<IRemoteObject>& object)
     : IRemoteProxy<ISubscribeListener>(object)
-{
-}
+{}
 
 void SubscribeListenerProxy::OnDeviceFound(const sptr<ShareDevice>& device)
 {
@@ -50,8 +49,7 @@ void SubscribeListenerProxy::OnSwingStatus(int role, std::string& deviceId, int 
 }
 
 PublishListenerProxy::PublishListenerProxy(const sptr<IRemoteObject>& object) : IRemoteProxy<IPublishListener>(object)
-{
-}
+{}
 
 void PublishListenerProxy::OnPublishResult(int publishId, int reason)
 {
@@ -60,8 +58,7 @@ void PublishListenerProxy::OnPublishResult(int publishId, int reason)
 
 TransmitCallbackProxy::TransmitCallbackProxy(const sptr<IRemoteObject>& object)
     : IRemoteProxy<ITransmitCallback>(object)
-{
-}
+{}
 
 void TransmitCallbackProxy::OnProgess(int8_t percent)
 {
@@ -104,8 +101,7 @@ void TransmitCallbackProxy::OnRecvSuccess()
 }
 
 void TransmitCallbackProxy::OnMessageReceive(std::string)
-{
-}
+{}
 
 void TransmitCallbackProxy::OnImportProgress(int8_t percent)
 {
@@ -123,25 +119,21 @@ void TransmitCallbackProxy::OnDetailError(int errorCode)
 }
 
 void TransmitCallbackProxy::OnOpenFileFd(const std::string&)
-{
-}
+{}
 
 void TransmitCallbackProxy::OnCloseFileFd(const std::string&)
-{
-}
+{}
 
 void TransmitCallbackProxy::OnTransByte(uint64_t, uint64_t)
-{
-}
+{}
 
 void TransmitCallbackProxy::OnFileFinish(const std::vector<std::string>&, int)
-{
-}
+{}
 
 void TransmitCallbackProxy::OnThermalLevelChanged(int lastLevel, int newLevel, int8_t connectionSide, int8_t action)
 {
-    Tell(Remote(), GetDescriptor(), TransmitCallbackCode::ON_THERMAL_LEVEL_CHANGED, lastLevel, newLevel,
-        connectionSide, action);
+    Tell(Remote(), GetDescriptor(), TransmitCallbackCode::ON_THERMAL_LEVEL_CHANGED, lastLevel, newLevel, connectionSide,
+        action);
 }
 
 void TransmitCallbackProxy::OnRelease(const std::string& deviceId, bool lost)
@@ -171,8 +163,7 @@ void TransmitCallbackProxy::OnPopSwing(const std::string& deviceId, bool show)
 
 ReceiveListenerProxy::ReceiveListenerProxy(const sptr<IRemoteObject>& object)
     : IRemoteProxy<PelagoReceiveListener>(object)
-{
-}
+{}
 
 void ReceiveListenerProxy::OnStatusChanged(int8_t state)
 {

@@ -20,8 +20,7 @@ std::string ReadText(MessageParcel& parcel)
 } // namespace
 
 DeviceControlProxy::DeviceControlProxy(const sptr<IRemoteObject>& object) : IRemoteProxy<IDeviceControl>(object)
-{
-}
+{}
 
 ControlAnswer DeviceControlProxy::Execute(const std::vector<std::string>& words)
 {
@@ -56,8 +55,7 @@ ControlResult DeviceControlProxy::Watch(const sptr<IRemoteObject>& watcher)
     return static_cast<ControlResult>(reply.ReadInt32());
 }
 
-int ControlWatcherStub::OnRemoteRequest(
-    uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option)
+int ControlWatcherStub::OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option)
 {
     if (data.ReadInterfaceToken() != GetDescriptor()) {
         return ERROR_BAD_TOKEN;

@@ -43,8 +43,7 @@ ControlAnswer Refuse(ControlResult result, std::string error)
 class DeviceControl::WatcherDeath : public IRemoteObject::DeathRecipient {
 public:
     explicit WatcherDeath(const wptr<DeviceControl>& control) : control_(control)
-    {
-    }
+    {}
     void OnRemoteDied(const wptr<IRemoteObject>& object) override
     {
         if (sptr<DeviceControl> control = control_.promote(); control != nullptr) {

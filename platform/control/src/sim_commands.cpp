@@ -61,7 +61,8 @@ constexpr std::array<Choice<WifiMode>, 3> WIFI_MODES{
     {{"off", WifiMode::OFF}, {"semi", WifiMode::SEMI}, {"on", WifiMode::ON}}};
 constexpr std::array<Choice<BluetoothMode>, 3> BLUETOOTH_MODES{
     {{"off", BluetoothMode::OFF}, {"ble", BluetoothMode::BLE_ONLY}, {"on", BluetoothMode::ON}}};
-constexpr std::array<Choice<int32_t>, 2> USER_TYPES{{{"ordinary", UserType::ORDINARY}, {"private-space", UserType::PRIVATE}}};
+constexpr std::array<Choice<int32_t>, 2> USER_TYPES{
+    {{"ordinary", UserType::ORDINARY}, {"private-space", UserType::PRIVATE}}};
 
 Json RadiosJson(const RadioStates& radios)
 {
@@ -95,7 +96,9 @@ Json TokensJson(const DeviceSnapshot& device)
             permissions.Add(permission);
         }
         Json entry = Json::Object();
-        entry.Put("name", token.name).Put("id", static_cast<int64_t>(token.id)).Put("permissions", std::move(permissions));
+        entry.Put("name", token.name)
+            .Put("id", static_cast<int64_t>(token.id))
+            .Put("permissions", std::move(permissions));
         tokens.Add(std::move(entry));
     }
     return tokens;

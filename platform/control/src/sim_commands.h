@@ -5,8 +5,8 @@
 
 namespace OHOS::Host {
 
-// Adds what the device model itself offers: "sim" with everything that hardware and people decide, "log", "events", and the
-// section "device".
+// Adds what the device model itself offers: "sim" with everything that hardware and people decide, "log", "events", and
+// the section "device".
 void AddSimCommands(DeviceControl& control);
 
 } // namespace OHOS::Host

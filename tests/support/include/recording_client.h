@@ -14,8 +14,8 @@ namespace OHOS::Pelago {
 
 using Lines = std::vector<std::string>;
 
-// A callback that writes down what it hears, one line each: "OnDeviceFound <id> <state>", "OnConnectHub <name> <value>",
-// "OnTransStateChange <id> event=<e> value=<v> stamp=<n> state=<s> percent=<p>", "OnSend <id> files=<n>".
+// A callback that writes down what it hears, one line each: "OnDeviceFound <id> <state>", "OnConnectHub <name>
+// <value>", "OnTransStateChange <id> event=<e> value=<v> stamp=<n> state=<s> percent=<p>", "OnSend <id> files=<n>".
 class RecordingCallback : public TrellisCallbackStub {
 public:
     void OnEnableStatusChanged() override;
@@ -47,7 +47,8 @@ private:
     Lines heard_;
 };
 
-// The same for a client that follows a receive: "OnStatusChanged 1", "OnSendCancelBeforeConfirm", "OnErrorBeforeConfirm 7".
+// The same for a client that follows a receive: "OnStatusChanged 1", "OnSendCancelBeforeConfirm", "OnErrorBeforeConfirm
+// 7".
 class RecordingSenderAction : public SenderActionCallbackStub {
 public:
     void OnStatusChanged(int8_t state) override;

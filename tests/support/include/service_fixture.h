@@ -22,16 +22,16 @@ namespace OHOS::Pelago {
 inline constexpr int USER = 100;
 inline constexpr int OTHER_USER = 101;
 
-// A device with the service on it, in manual time, in a folder of its own. Both users are set up, user 100 is in front, both
-// radios are up. At the end it fails the case for an error line that nobody announced, for broken invariants, and for
-// descriptors that are left.
+// A device with the service on it, in manual time, in a folder of its own. Both users are set up, user 100 is in front,
+// both radios are up. At the end it fails the case for an error line that nobody announced, for broken invariants, and
+// for descriptors that are left.
 class ServiceFixture : public testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
 
-    // Starts the service: what the platform does at boot. `stateFile` is what user 100 left: state, type, permission; none for
-    // a device that was never booted before.
+    // Starts the service: what the platform does at boot. `stateFile` is what user 100 left: state, type, permission;
+    // none for a device that was never booted before.
     void Boot(const std::vector<int32_t>& stateFile = {0, 0, 0});
     // Boots with sharing on.
     void BootOn();

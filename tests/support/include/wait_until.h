@@ -7,8 +7,8 @@
 
 namespace OHOS::Pelago {
 
-// For what other processes and threads do, and nobody tells: looks until `condition` holds, and says whether it did within
-// the limit. A test passes as soon as it holds; no test's outcome depends on how long that took.
+// For what other processes and threads do, and nobody tells: looks until `condition` holds, and says whether it did
+// within the limit. A test passes as soon as it holds; no test's outcome depends on how long that took.
 template <typename Condition>
 [[nodiscard]] bool WaitUntil(Condition&& condition, std::chrono::milliseconds limit = std::chrono::seconds(20))
 {

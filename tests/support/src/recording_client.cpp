@@ -80,8 +80,7 @@ void RecordingCallback::OnCorvaneIdHeadImageReceive(const ShareDeviceInfo& devic
     Hear("OnCorvaneIdHeadImageReceive " + device.deviceId + " " + headImage);
 }
 
-void RecordingCallback::OnThermalLevelChanged(
-    int32_t lastLevel, int32_t newLevel, int8_t connectionSide, int8_t action)
+void RecordingCallback::OnThermalLevelChanged(int32_t lastLevel, int32_t newLevel, int8_t connectionSide, int8_t action)
 {
     Hear("OnThermalLevelChanged " + std::to_string(lastLevel) + " " + std::to_string(newLevel) + " " +
          std::to_string(connectionSide) + " " + std::to_string(action));
@@ -122,8 +121,8 @@ void RecordingSenderAction::OnErrorBeforeConfirm(const sptr<PelagoReceiver>&, in
     heard_.push_back("OnErrorBeforeConfirm " + std::to_string(errorCode));
 }
 
-void RecordingSenderAction::OnRecvBytesInfo(const sptr<PelagoReceiver>&, const std::string& senderName, int32_t,
-    const std::string&, const std::string&)
+void RecordingSenderAction::OnRecvBytesInfo(
+    const sptr<PelagoReceiver>&, const std::string& senderName, int32_t, const std::string&, const std::string&)
 {
     heard_.push_back("OnRecvBytesInfo " + senderName);
 }
@@ -134,13 +133,10 @@ Lines RecordingSenderAction::TakeHeard()
 }
 
 TestClient::TestClient(pid_t pid, uint32_t tokenId, const sptr<IRemoteObject>& service)
-    : callback(new RecordingCallback()),
-      senderAction(new RecordingSenderAction()),
+    : callback(new RecordingCallback()), senderAction(new RecordingSenderAction()),
       process_(std::make_unique<Host::LoopbackProcess>(Host::LoopbackProcess::Identity{pid, 1000, tokenId})),
-      remote_(process_->Connect(service)),
-      service_(iface_cast<ITrellisService>(remote_))
-{
-}
+      remote_(process_->Connect(service)), service_(iface_cast<ITrellisService>(remote_))
+{}
 
 ITrellisService* TestClient::operator->() const
 {

@@ -186,7 +186,8 @@ std::vector<int32_t> ServiceFixture::ReadFields(const fs::path& path)
 void ServiceFixture::WriteFields(const fs::path& path, const std::vector<int32_t>& fields)
 {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file.write(reinterpret_cast<const char*>(fields.data()), static_cast<std::streamsize>(fields.size() * sizeof(int32_t)));
+    file.write(
+        reinterpret_cast<const char*>(fields.data()), static_cast<std::streamsize>(fields.size() * sizeof(int32_t)));
 }
 
 ShareDevice Peer(const std::string& id, int32_t contactId, const std::string& contactName)

@@ -29,13 +29,13 @@ public:
     {
         return id_;
     }
-    std::string State() const;          // what outlives the daemon: settings, switch files, telemetry
-    std::string Runtime() const;        // its sockets
-    std::string Card() const;           // who it is
-    std::string Lock() const;           // held by its daemon
+    std::string State() const;   // what outlives the daemon: settings, switch files, telemetry
+    std::string Runtime() const; // its sockets
+    std::string Card() const;    // who it is
+    std::string Lock() const;    // held by its daemon
     std::string Socket(const std::string& token) const;
-    static std::string Nearby();        // where devices find each other
-    static std::string Contacts();      // whom accounts belong to
+    static std::string Nearby();   // where devices find each other
+    static std::string Contacts(); // whom accounts belong to
     static std::string StateHome();
     static std::string RuntimeHome();
 

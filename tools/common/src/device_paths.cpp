@@ -83,8 +83,7 @@ std::string MakePrivate(const std::string& folder)
 } // namespace
 
 DevicePaths::DevicePaths(std::string id) : id_(std::move(id))
-{
-}
+{}
 
 std::string DevicePaths::StateHome()
 {
@@ -161,8 +160,8 @@ std::optional<DeviceCard> DevicePaths::ReadCard() const
     if (!cJSON_IsObject(json.get())) {
         return std::nullopt;
     }
-    return DeviceCard{id_, Text(json.get(), "name"), Text(json.get(), "type"), Text(json.get(), "udid"),
-        Text(json.get(), "account")};
+    return DeviceCard{
+        id_, Text(json.get(), "name"), Text(json.get(), "type"), Text(json.get(), "udid"), Text(json.get(), "account")};
 }
 
 // To a temporary name first: a card is whole or is the one before.

@@ -26,9 +26,9 @@ template <typename Value>
     return true;
 }
 
-// The road of every call to a client: remote, token, fields in order, one synchronous transaction whose reply nobody reads.
-// `subject` begins the line about a transaction that failed. The first failure is logged and ends the call. True when there
-// was a transaction, whatever came of it. Any thread; waits for the client at most CALLBACK_WAIT_SECONDS.
+// The road of every call to a client: remote, token, fields in order, one synchronous transaction whose reply nobody
+// reads. `subject` begins the line about a transaction that failed. The first failure is logged and ends the call. True
+// when there was a transaction, whatever came of it. Any thread; waits for the client at most CALLBACK_WAIT_SECONDS.
 template <typename Code, typename... Values>
 bool SendCallback(const sptr<IRemoteObject>& remote, const std::u16string& token, Code code, const char* subject,
     const CallbackField<Values>&... fields)

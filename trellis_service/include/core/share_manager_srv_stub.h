@@ -11,15 +11,15 @@
 
 namespace OHOS::Pelago {
 
-// The road of a client's request to the service: token, right, arguments, operation, reply. Base of TrellisService, which
-// implements the operations. Has no state; requests run on IPC threads, several at a time, and all order among them is the
-// business of the operations. Knows callers only by their rights: not by uid, bundle or name.
+// The road of a client's request to the service: token, right, arguments, operation, reply. Base of TrellisService,
+// which implements the operations. Has no state; requests run on IPC threads, several at a time, and all order among
+// them is the business of the operations. Knows callers only by their rights: not by uid, bundle or name.
 class ShareManagerSrvStub : public IRemoteStub<ITrellisService> {
 public:
     ShareManagerSrvStub();
 
-    // Answers one request. 0 when the operation ran, its own outcome being in the reply, otherwise a TrellisServiceError or
-    // the platform's answer to an unknown code.
+    // Answers one request. 0 when the operation ran, its own outcome being in the reply, otherwise a
+    // TrellisServiceError or the platform's answer to an unknown code.
     int OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option) override;
 
     // What a caller must hold for a code. The two permissions do not include each other.
@@ -38,8 +38,8 @@ public:
     };
     static const std::array<Row, TRELLIS_SERVICE_CODE_COUNT> funcMap_;
 
-    // Writes `text` as its length with the terminating NUL, then the raw bytes: the way of a string of any length. An empty
-    // text is the length alone. False when the reply takes no more.
+    // Writes `text` as its length with the terminating NUL, then the raw bytes: the way of a string of any length. An
+    // empty text is the length alone. False when the reply takes no more.
     [[nodiscard]] static bool WriteBigString(MessageParcel& reply, const std::string& text);
 
 private:

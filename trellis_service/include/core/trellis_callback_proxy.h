@@ -6,8 +6,9 @@
 
 namespace OHOS::Pelago {
 
-// What the service holds of a client's callback; made by the broker from the object that a client registers. Every call is
-// synchronous, from any thread, and its failure is logged and forgotten: a client that is gone leaves by its death notice.
+// What the service holds of a client's callback; made by the broker from the object that a client registers. Every call
+// is synchronous, from any thread, and its failure is logged and forgotten: a client that is gone leaves by its death
+// notice.
 class TrellisCallbackProxy : public IRemoteProxy<PelagoTrellisServiceCallback> {
 public:
     explicit TrellisCallbackProxy(const sptr<IRemoteObject>& object);
@@ -25,8 +26,7 @@ public:
     void OnSendFile(const ShareDeviceInfo& device, const DataBean& bean) override;
     void OnConnectHub(std::string name, int32_t value) override;
     void OnCorvaneIdHeadImageReceive(const ShareDeviceInfo& device, const std::string& headImage) override;
-    void OnThermalLevelChanged(
-        int32_t lastLevel, int32_t newLevel, int8_t connectionSide, int8_t action) override;
+    void OnThermalLevelChanged(int32_t lastLevel, int32_t newLevel, int8_t connectionSide, int8_t action) override;
     void OnSwingPop(const ShareDeviceInfo& device) override;
     void OnReportSwingEvent(int32_t gesture, int32_t x, int32_t y, const std::string& concurrentId) override;
     void OnSwitchNotifyComponent(int32_t component) override;

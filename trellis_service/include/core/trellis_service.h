@@ -42,12 +42,12 @@ inline constexpr int ENGINE_PUBLISH_ID = 9024;
 inline constexpr int ENGINE_SUBSCRIBE_ID = 9024;
 
 // The system ability: the hub that clients, the engine, the switch and the gesture callbacks meet in. It answers the
-// operations of ITrellisService, keeps the lists of client callbacks, and turns reports from below into calls to clients.
-// One per process, created and registered when the program is loaded; the platform starts and stops it on its own thread.
-// All operations may be called from any thread; the static ones may be called before OnStart and after OnStop.
-// It does not move bytes, does not decide the switch (ShareSwitchManager) and stores no devices (CacheMapManager).
-// Most of its state is static and outlives a stop; the listeners of the engine are made once, and a second start runs
-// without them: the process is not meant to outlive OnStop.
+// operations of ITrellisService, keeps the lists of client callbacks, and turns reports from below into calls to
+// clients. One per process, created and registered when the program is loaded; the platform starts and stops it on its
+// own thread. All operations may be called from any thread; the static ones may be called before OnStart and after
+// OnStop. It does not move bytes, does not decide the switch (ShareSwitchManager) and stores no devices
+// (CacheMapManager). Most of its state is static and outlives a stop; the listeners of the engine are made once, and a
+// second start runs without them: the process is not meant to outlive OnStop.
 class TrellisService : public SystemAbility, public ShareManagerSrvStub {
 public:
     TrellisService(int32_t systemAbilityId, bool runOnCreate);
@@ -59,8 +59,8 @@ public:
     void OnStop() override;
     void OnAddSystemAbility(int32_t systemAbilityId, const std::string& deviceId) override;
     void OnRemoveSystemAbility(int32_t systemAbilityId, const std::string& deviceId) override;
-    // Makes this device visible and able to receive, or undoes both. False at the first step that the engine refuses; what
-    // was done before it stays done.
+    // Makes this device visible and able to receive, or undoes both. False at the first step that the engine refuses;
+    // what was done before it stays done.
     [[nodiscard]] bool SetPublishAndReceiveState(bool enable);
     void NotifyCallbackOnEnableStatusChanged();
 
@@ -99,8 +99,8 @@ public:
         const sptr<ShareDevice>& device, int& errorCode, uint32_t updateFlag);
     [[nodiscard]] static bool HandleOnCollabDeviceFound(
         const sptr<ShareDevice>& device, int& errorCode, uint32_t updateFlag);
-    // False when `device` says that a gesture found it and the stored record no longer does. `type` changes only to TAP or
-    // SWING; `clear` uses the flag up.
+    // False when `device` says that a gesture found it and the stored record no longer does. `type` changes only to TAP
+    // or SWING; `clear` uses the flag up.
     [[nodiscard]] static bool CheckAndClearDeviceDiscoveredByFlag(
         const ShareDeviceInfo& device, bool clear, TransmitEventType& type);
     static void ClearDeviceDiscovererFlag(const std::string& deviceId, const uint32_t& flag);
@@ -139,8 +139,7 @@ public:
         const ShareDeviceInfo& device, int64_t state, int64_t stateValue, int64_t timeStamp);
     static void HandleOnSwitchNotifyComponent(int32_t component);
     static void HandleOnCorvaneIdHeadImageReceive(const ShareDeviceInfo& device, const std::string& headImage);
-    static void HandleOnThermalLevelChanged(
-        int32_t lastLevel, int32_t newLevel, int8_t connectionSide, int8_t action);
+    static void HandleOnThermalLevelChanged(int32_t lastLevel, int32_t newLevel, int8_t connectionSide, int8_t action);
 
     // gesture: share API, focus and swing.
     bool RegisterShareApiCallback(const sptr<PelagoApiCallback>& callback) override;

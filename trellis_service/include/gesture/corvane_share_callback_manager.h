@@ -16,9 +16,9 @@ namespace OHOS::Pelago {
 
 class TrellisService;
 
-// Which applications want to hear of a knock or a gesture, by process. One per process (DelayedSingleton), set up by the
-// service in OnStart. Any thread.
-// Gestures are not served yet: every registration is refused, and nobody is told of a device.
+// Which applications want to hear of a knock or a gesture, by process. One per process (DelayedSingleton), set up by
+// the service in OnStart. Any thread. Gestures are not served yet: every registration is refused, and nobody is told of
+// a device.
 class CorvaneShareCallbackManager {
 public:
     void Init(const wptr<TrellisService>& service);

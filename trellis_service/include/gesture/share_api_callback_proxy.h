@@ -6,8 +6,8 @@
 
 namespace OHOS::Pelago {
 
-// What the service holds of the callback of an application; made by the broker. Every call is synchronous, from any thread;
-// its failure is logged and forgotten.
+// What the service holds of the callback of an application; made by the broker. Every call is synchronous, from any
+// thread; its failure is logged and forgotten.
 class ShareApiCallbackProxy : public IRemoteProxy<PelagoApiCallback> {
 public:
     explicit ShareApiCallbackProxy(const sptr<IRemoteObject>& object);

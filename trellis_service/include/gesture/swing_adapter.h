@@ -9,9 +9,8 @@ namespace OHOS::Pelago {
 
 class TrellisService;
 
-// The service's way to the collaboration framework for swings. One per process (DelayedSingleton), made on first use; it
-// stays when the service stops. Any thread.
-// Publishes nothing yet.
+// The service's way to the collaboration framework for swings. One per process (DelayedSingleton), made on first use;
+// it stays when the service stops. Any thread. Publishes nothing yet.
 class SwingAdapter {
 public:
     virtual ~SwingAdapter() = default;

@@ -10,8 +10,8 @@
 
 namespace OHOS::Pelago {
 
-// The sending side of a tap: its event machine, the record of the running tap, and who had the focus when it began. Owned by
-// TrellisService while taps are subscribed; any thread. Taps are not served yet, so there is never one.
+// The sending side of a tap: its event machine, the record of the running tap, and who had the focus when it began.
+// Owned by TrellisService while taps are subscribed; any thread. Taps are not served yet, so there is never one.
 class MotionSenderCallback : public virtual RefBase {
 public:
     // The messages of the event machine that others may send.

@@ -22,13 +22,13 @@ inline constexpr const char* INTENT_KEY_SWING = "swingIntent";
 inline constexpr const char* INTENT_SWITCH_NOTIFY_COMPONENT = "switchNotifyComponent";
 inline constexpr const char* PARAM_NOTIFY_COMPONENT = "notifyComponent";
 
-// Starts whatever must be shown to the user, since the service has no screen: extensions by a want, two lasting connections,
-// and the event that folds the drop-down window away. Static; any thread. Nothing of an extension runs before an operation
-// has returned. Results of the platform are logged, not returned, and nothing is tried again.
+// Starts whatever must be shown to the user, since the service has no screen: extensions by a want, two lasting
+// connections, and the event that folds the drop-down window away. Static; any thread. Nothing of an extension runs
+// before an operation has returned. Results of the platform are logged, not returned, and nothing is tried again.
 class CorvaneShareManager {
 public:
-    // The share connection. False when it stands already, or when there is none to end. A connection counts as standing from
-    // the request on, also when the platform refuses it.
+    // The share connection. False when it stands already, or when there is none to end. A connection counts as standing
+    // from the request on, also when the platform refuses it.
     static bool StartConnect(const AAFwk::Want& want);
     static bool StopConnect();
 
@@ -55,13 +55,13 @@ private:
         SHARE_API = 2,
     };
 
-    // Tidies up on this side when the extension goes away, by what a client would call. That may meet a newer connection,
-    // which then ends too.
+    // Tidies up on this side when the extension goes away, by what a client would call. That may meet a newer
+    // connection, which then ends too.
     class AbilityConnection : public AAFwk::AbilityConnectionStub {
     public:
         explicit AbilityConnection(ConnectType type);
-        void OnAbilityConnectDone(const AppExecFwk::ElementName& element, const sptr<IRemoteObject>& remoteObject,
-            int resultCode) override;
+        void OnAbilityConnectDone(
+            const AppExecFwk::ElementName& element, const sptr<IRemoteObject>& remoteObject, int resultCode) override;
         void OnAbilityDisconnectDone(const AppExecFwk::ElementName& element, int resultCode) override;
 
     private:

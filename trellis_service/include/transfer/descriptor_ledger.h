@@ -15,8 +15,8 @@ class DescriptorSet;
 using DescriptorShare = std::shared_ptr<const DescriptorSet>;
 
 // Who owns the descriptors that FileHolder records only name. A request that brings files, and a copy of it made for a
-// further device, is adopted once; whoever stores the record holds a share beside it. Descriptors that nobody adopted are
-// never touched. Static; any thread.
+// further device, is adopted once; whoever stores the record holds a share beside it. Descriptors that nobody adopted
+// are never touched. Static; any thread.
 class DescriptorLedger {
 public:
     // Takes over the valid descriptors of `bean`, each once. Those that are adopted already stay with their owner.

@@ -6,8 +6,8 @@
 
 namespace OHOS::Pelago {
 
-// What the service holds of the callback of a client that follows a receive; made by the broker. Every call is synchronous,
-// from any thread; its failure is logged and forgotten.
+// What the service holds of the callback of a client that follows a receive; made by the broker. Every call is
+// synchronous, from any thread; its failure is logged and forgotten.
 class SenderActionCallbackProxy : public IRemoteProxy<ISenderActionCallback> {
 public:
     explicit SenderActionCallbackProxy(const sptr<IRemoteObject>& object);

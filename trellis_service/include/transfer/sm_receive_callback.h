@@ -11,10 +11,10 @@
 
 namespace OHOS::Pelago {
 
-// Turns what the engine offers into a start of the front end's extension, which then calls the service for the preview, the
-// engine's receiver, and to follow the sender. Made when the program is loaded, owned by TrellisService until it stops;
-// engine events come on IPC threads, the operations below from the service. One offer at a time is remembered: a new one
-// takes the place of the last, and none is forgotten at its end.
+// Turns what the engine offers into a start of the front end's extension, which then calls the service for the preview,
+// the engine's receiver, and to follow the sender. Made when the program is loaded, owned by TrellisService until it
+// stops; engine events come on IPC threads, the operations below from the service. One offer at a time is remembered: a
+// new one takes the place of the last, and none is forgotten at its end.
 class SMReceiveCallback : public SMReceiveListenerStub {
 public:
     void OnStatusChanged(int8_t state) override;
@@ -31,7 +31,8 @@ public:
     void OnMotionState(int32_t trans, int32_t state, int32_t code) override;
     void OnPopSwing(const sptr<PelagoReceiver>& receiver, const RecvPreview& preview, bool show) override;
 
-    // From now on `callback` hears of the sender. A cancel that came while nobody was there is delivered inside this call.
+    // From now on `callback` hears of the sender. A cancel that came while nobody was there is delivered inside this
+    // call.
     void SetSenderActionCallback(const sptr<ISenderActionCallback>& callback);
     // Lets go of `callback`; another one stays.
     void RemoveSenderActionCallback(const sptr<ISenderActionCallback>& callback);

@@ -6,9 +6,9 @@
 
 namespace OHOS::Pelago {
 
-// Reads what the engine tells the receiving side and hands it to the operations of PelagoReceiveListener. Kept by the engine
-// while it is registered; requests come on IPC threads, several at a time. It checks no permission: the engine alone is
-// given the object. It has no state.
+// Reads what the engine tells the receiving side and hands it to the operations of PelagoReceiveListener. Kept by the
+// engine while it is registered; requests come on IPC threads, several at a time. It checks no permission: the engine
+// alone is given the object. It has no state.
 class SMReceiveListenerStub : public IRemoteStub<PelagoReceiveListener> {
 public:
     // 0; -10 for a wrong token; -34 when there is no receiver, before anything behind it is read; -33 when the preview

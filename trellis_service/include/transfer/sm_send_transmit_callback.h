@@ -8,16 +8,17 @@
 
 namespace OHOS::Pelago {
 
-// Follows one transfer to one physical device: brings the maps in step with each report, tells the clients in terms of the
-// merged entry, and clears the records when it ends. Made just before the engine is asked to send, kept by the engine;
-// reports come on IPC threads and are not serialised here. Reports that come after the end run all the same and find nothing.
+// Follows one transfer to one physical device: brings the maps in step with each report, tells the clients in terms of
+// the merged entry, and clears the records when it ends. Made just before the engine is asked to send, kept by the
+// engine; reports come on IPC threads and are not serialised here. Reports that come after the end run all the same and
+// find nothing.
 class SMSendTransmitCallback : public SMSendTransmitCallbackStub {
 public:
     // Announces the transfer to the clients at once.
     explicit SMSendTransmitCallback(const ShareDeviceInfo& device);
 
-    // Whether an ending report has come. Set before the records are cleared, so that a sender that is stored later can be
-    // taken out again.
+    // Whether an ending report has come. Set before the records are cleared, so that a sender that is stored later can
+    // be taken out again.
     bool HasEnded() const
     {
         return ended_;

@@ -7,12 +7,12 @@
 namespace OHOS::Pelago {
 
 // Reads what the engine reports of one transfer and hands it to the operations of ITransmitCallback. Kept by the engine
-// while the transfer lasts; requests come on IPC threads, several at a time. It checks no permission: the engine alone is
-// given the object. It has no state.
+// while the transfer lasts; requests come on IPC threads, several at a time. It checks no permission: the engine alone
+// is given the object. It has no state.
 class SMSendTransmitCallbackStub : public IRemoteStub<ITransmitCallback> {
 public:
-    // 0; -10 for a wrong token; -17 when the names of a success cannot be read; what IPCObjectStub says to a code that is
-    // none of ours.
+    // 0; -10 for a wrong token; -17 when the names of a success cannot be read; what IPCObjectStub says to a code that
+    // is none of ours.
     int OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option) override;
 
 private:

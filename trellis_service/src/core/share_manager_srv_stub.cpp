@@ -196,8 +196,7 @@ int32_t ShareManagerSrvStub::HandleSetShareEnableWithConfirm(MessageParcel& data
     int32_t detectableType = data.ReadInt32();
     bool needCheckFirstUse = data.ReadBool();
     bool needUserConfirm = data.ReadBool();
-    return ReplyBool(
-        reply, SetShareEnableWithConfirm(enableState, detectableType, needCheckFirstUse, needUserConfirm));
+    return ReplyBool(reply, SetShareEnableWithConfirm(enableState, detectableType, needCheckFirstUse, needUserConfirm));
 }
 
 int32_t ShareManagerSrvStub::HandleIsEnabled(MessageParcel&, MessageParcel& reply)
@@ -268,7 +267,8 @@ int32_t ShareManagerSrvStub::HandleSend(MessageParcel& data, MessageParcel& repl
     }
     SendBean bean;
     int32_t error = ReadRecord(data, bean, "read sendBean failed.", ERROR_READ_PAYLOAD);
-    // From here on the files are ours, also those of a record that broke off: they close when nobody needs them any more.
+    // From here on the files are ours, also those of a record that broke off: they close when nobody needs them any
+    // more.
     DescriptorShare files = DescriptorLedger::Adopt(bean);
     if (error != 0) {
         return error;

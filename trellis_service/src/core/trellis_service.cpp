@@ -19,8 +19,7 @@ namespace {
 constexpr bool RUN_ON_CREATE = true;
 
 // The ability is made and registered when the program is loaded, before the statics below come to life.
-const bool g_registered =
-    SystemAbility::MakeAndRegisterAbility(new TrellisService(TRELLIS_SERVICE_ID, RUN_ON_CREATE));
+const bool g_registered = SystemAbility::MakeAndRegisterAbility(new TrellisService(TRELLIS_SERVICE_ID, RUN_ON_CREATE));
 
 } // namespace
 
@@ -96,8 +95,8 @@ void TrellisService::OnStart()
     SHARE_LOGI(Log::SERVICE, "OnStart() exit");
 }
 
-// What is not there yet is listened for. A listener that cannot be added is nobody's to report: without the platform's own
-// framework there is no service.
+// What is not there yet is listened for. A listener that cannot be added is nobody's to report: without the platform's
+// own framework there is no service.
 void TrellisService::StartWatching()
 {
     if (IsSystemAbilityStarted(ABILITY_SYNFOLD_DETECT)) {
@@ -240,8 +239,8 @@ void TrellisService::OnRemoveSystemAbility(int32_t systemAbilityId, const std::s
     }
 }
 
-// The locks nest, each taken where the thing that it guards is reached. What is dropped is destroyed under them: none of the
-// destructors waits for a thread.
+// The locks nest, each taken where the thing that it guards is reached. What is dropped is destroyed under them: none
+// of the destructors waits for a thread.
 void TrellisService::ClearResource()
 {
     MutexLock publish(publishMutex_);

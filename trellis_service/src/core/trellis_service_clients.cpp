@@ -47,8 +47,7 @@ void LogNullShareApiCallback(size_t place)
 
 TrellisService::DeathRecipient::DeathRecipient(const wptr<TrellisService>& service, int32_t flag)
     : service_(service), flag_(flag)
-{
-}
+{}
 
 void TrellisService::DeathRecipient::OnRemoteDied(const wptr<IRemoteObject>&)
 {
@@ -69,7 +68,8 @@ bool TrellisService::AddTrellisCallback(const Callback& callback)
         return false;
     }
     MutexLock lock(trellisCallbackMutex_);
-    SHARE_LOGI(Log::SERVICE, "There are %{public}d trellisCBs in vector", static_cast<int>(trellisCBProxyVector_.size()));
+    SHARE_LOGI(
+        Log::SERVICE, "There are %{public}d trellisCBs in vector", static_cast<int>(trellisCBProxyVector_.size()));
     if (!trellisCBProxyVector_.empty()) {
         SHARE_LOGI(Log::SERVICE, "hap concurrent situation");
     }
@@ -112,8 +112,8 @@ int32_t TrellisService::GetTrellisCallbackFlag()
     return trellisCallbackFlag;
 }
 
-// A flag is spent even when the rest fails, and neither map gives up an entry that it has: after a hundred registrations a
-// flag may name an older callback.
+// A flag is spent even when the rest fails, and neither map gives up an entry that it has: after a hundred
+// registrations a flag may name an older callback.
 void TrellisService::RegisterDeath(const Callback& callback)
 {
     SHARE_LOGI(Log::SERVICE, "registerDeath enter");
@@ -168,7 +168,8 @@ bool TrellisService::UnRegisterTrellisCallback(const Callback& callback)
 bool TrellisService::RemoveTrellisCallback(const sptr<IRemoteObject>& object)
 {
     MutexLock lock(trellisCallbackMutex_);
-    SHARE_LOGI(Log::SERVICE, "There are %{public}d trellisCBs in vector", static_cast<int>(trellisCBProxyVector_.size()));
+    SHARE_LOGI(
+        Log::SERVICE, "There are %{public}d trellisCBs in vector", static_cast<int>(trellisCBProxyVector_.size()));
     if (trellisCBProxyVector_.empty()) {
         SHARE_LOGE(Log::SERVICE, "registered callback vector is empty.");
         return false;
@@ -317,16 +318,16 @@ bool TrellisService::UnRegisterCorvaneShareApiEvent(const std::string& eventName
     return true;
 }
 
-// The callback is looked for among the ordinary clients first. When it was a hub's and there is exactly one ordinary client,
-// that one goes in its place and the hub's entry stays: a consequence of how the only entry is removed.
+// The callback is looked for among the ordinary clients first. When it was a hub's and there is exactly one ordinary
+// client, that one goes in its place and the hub's entry stays: a consequence of how the only entry is removed.
 void TrellisService::TrellisCallbackDeath(int32_t flag)
 {
     SHARE_LOGI(Log::SERVICE, "TrellisCallbackDeath enter.");
     (void)StopDiscovery(); // refused while others remain
     RecursiveLock lock(deathTrellisCallbackMutex_);
     if (auto found = trellisCallbackFlagMap_.find(flag); found != trellisCallbackFlagMap_.end()) {
-        Callback callback = found->second;               // the entry goes meanwhile
-        (void)UnRegisterTrellisCallback(callback);       // not there: the second try
+        Callback callback = found->second;         // the entry goes meanwhile
+        (void)UnRegisterTrellisCallback(callback); // not there: the second try
     }
     if (auto found = trellisCallbackFlagMap_.find(flag); found != trellisCallbackFlagMap_.end()) {
         Callback callback = found->second;

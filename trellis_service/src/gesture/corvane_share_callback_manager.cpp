@@ -37,7 +37,6 @@ bool CorvaneShareCallbackManager::DelShareEventCallback(int32_t, int32_t, int32_
 
 void CorvaneShareCallbackManager::NotifyUserDeviceFound(
     ShareDeviceInfo&, const std::vector<int32_t>&, const std::shared_ptr<ShareRadarDfx>&)
-{
-}
+{}
 
 } // namespace OHOS::Pelago

@@ -13,8 +13,7 @@ constexpr const char* SUBJECT = "SendRequest";
 
 ShareApiCallbackProxy::ShareApiCallbackProxy(const sptr<IRemoteObject>& object)
     : IRemoteProxy<PelagoApiCallback>(object)
-{
-}
+{}
 
 // Both integers fail in the same words.
 void ShareApiCallbackProxy::OnShareEventOccurred(int32_t eventId, int32_t cbId, const ShareDeviceInfo& device)

@@ -3,7 +3,6 @@
 namespace OHOS::Pelago {
 
 void ShareFocusListener::RegisterFocusListener()
-{
-}
+{}
 
 } // namespace OHOS::Pelago

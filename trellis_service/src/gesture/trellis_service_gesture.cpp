@@ -3,8 +3,8 @@
 #include "gesture/corvane_share_callback_manager.h"
 #include "ipc_skeleton.h"
 
-// What applications ask of the share API, and what a swing asks of the send path. Swings and focus are not served yet: a
-// request is never swing content, nobody is in the foreground, and a failure is never that of a swing.
+// What applications ask of the share API, and what a swing asks of the send path. Swings and focus are not served yet:
+// a request is never swing content, nobody is in the foreground, and a failure is never that of a swing.
 namespace OHOS::Pelago {
 
 bool TrellisService::RegisterShareApiCallback(const sptr<PelagoApiCallback>& callback)
@@ -63,8 +63,7 @@ bool TrellisService::SwingCacheByteBean(const ShareDeviceInfo&, const BytesInfo&
 }
 
 void TrellisService::SwingSend(const ShareDeviceInfo&)
-{
-}
+{}
 
 bool TrellisService::SwingSendFail(const ShareDeviceInfo&, int32_t)
 {
@@ -72,15 +71,12 @@ bool TrellisService::SwingSendFail(const ShareDeviceInfo&, int32_t)
 }
 
 void TrellisService::HandleOnPopSwing(const ShareDeviceInfo&, bool)
-{
-}
+{}
 
 void TrellisService::HandleOnSwingStatus(int32_t, std::string&, int32_t)
-{
-}
+{}
 
 void TrellisService::UpdateAlternativePidsByForeground(std::vector<int32_t>&)
-{
-}
+{}
 
 } // namespace OHOS::Pelago

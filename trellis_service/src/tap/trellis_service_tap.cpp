@@ -1,7 +1,7 @@
 #include "core/trellis_service.h"
 
-// Taps are not served yet: nothing is registered with the collaboration framework, and what the engine tells of a tap is
-// not for anybody.
+// Taps are not served yet: nothing is registered with the collaboration framework, and what the engine tells of a tap
+// is not for anybody.
 namespace OHOS::Pelago {
 
 bool TrellisService::RegisterMotionReceiverListener()
@@ -20,19 +20,15 @@ bool TrellisService::UnRegisterMotionSenderListener()
 }
 
 void TrellisService::HandleOnNudgeCancel(const std::string&)
-{
-}
+{}
 
 void TrellisService::HandleOnMotionState(int32_t, int32_t, int32_t)
-{
-}
+{}
 
 void TrellisService::HandleOnMotionReceiverState(int32_t, int32_t, int32_t)
-{
-}
+{}
 
 void TrellisService::ClearNudgePendingFlag()
-{
-}
+{}
 
 } // namespace OHOS::Pelago

@@ -27,8 +27,8 @@ int32_t StartExtension(const AAFwk::Want& want)
 {
     auto client = AAFwk::AbilityManagerClient::GetInstance();
     return client == nullptr ? NO_ABILITY_MANAGER
-                             : client->StartExtensionAbility(want, nullptr, CURRENT_USER,
-                                   AppExecFwk::ExtensionAbilityType::UNSPECIFIED);
+                             : client->StartExtensionAbility(
+                                   want, nullptr, CURRENT_USER, AppExecFwk::ExtensionAbilityType::UNSPECIFIED);
 }
 
 int32_t Connect(const AAFwk::Want& want, const sptr<AAFwk::IAbilityConnection>& connection)
@@ -52,13 +52,11 @@ Mutex CorvaneShareManager::corvaneShareApiMutex{"corvaneShareApiMutex", LockRank
 sptr<AAFwk::IAbilityConnection> CorvaneShareManager::connectionCorvaneShareApi_;
 
 CorvaneShareManager::AbilityConnection::AbilityConnection(ConnectType type) : connectType(type)
-{
-}
+{}
 
 void CorvaneShareManager::AbilityConnection::OnAbilityConnectDone(
     const AppExecFwk::ElementName&, const sptr<IRemoteObject>&, int)
-{
-}
+{}
 
 void CorvaneShareManager::AbilityConnection::OnAbilityDisconnectDone(const AppExecFwk::ElementName&, int)
 {
@@ -161,8 +159,8 @@ void CorvaneShareManager::HideDropDownWindow()
     AAFwk::Want want;
     want.SetAction(EVENT_HIDE_DROPDOWN_WINDOW);
     bool isSuccess = EventFwk::CommonEventManager::PublishCommonEvent(EventFwk::CommonEventData(want));
-    SHARE_LOGI(Log::SERVICE, "PublishCommonEvent sceneboard.event.HIDE_DROPDOWN_WINDOW, isSuccess: %{public}d",
-        isSuccess);
+    SHARE_LOGI(
+        Log::SERVICE, "PublishCommonEvent sceneboard.event.HIDE_DROPDOWN_WINDOW, isSuccess: %{public}d", isSuccess);
 }
 
 void CorvaneShareManager::StartFirstUseDialog(int32_t, int32_t detectableType)

@@ -28,8 +28,7 @@ Owners& GetOwners()
 class DescriptorSet {
 public:
     explicit DescriptorSet(std::vector<int> descriptors) : descriptors_(std::move(descriptors))
-    {
-    }
+    {}
     // Forgets them first: once closed, a number may be another's at any moment.
     ~DescriptorSet()
     {

@@ -15,12 +15,11 @@ constexpr const char* RECEIVER_OR_CODE_FAILURE = "Write RemoteObject or WriteInt
 
 SenderActionCallbackProxy::SenderActionCallbackProxy(const sptr<IRemoteObject>& object)
     : IRemoteProxy<ISenderActionCallback>(object)
-{
-}
+{}
 
 template <typename... Fields>
-void SenderActionCallbackProxy::CallWithReceiver(SenderActionCallbackCode code, const sptr<PelagoReceiver>& receiver,
-    const char* failure, const Fields&... fields)
+void SenderActionCallbackProxy::CallWithReceiver(
+    SenderActionCallbackCode code, const sptr<PelagoReceiver>& receiver, const char* failure, const Fields&... fields)
 {
     if (receiver == nullptr) {
         SHARE_LOGE(Log::PROXY, "param receiver is nullptr.");

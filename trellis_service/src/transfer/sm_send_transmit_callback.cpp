@@ -91,8 +91,8 @@ void SMSendTransmitCallback::OnProgess(int8_t percent)
     SHARE_LOGI(Log::SERVICE, "OnProgess exit");
 }
 
-// The entry is not moved, so clients hear this under its last event; and the record of all devices goes back to the state
-// that it had when the send began, until the next progress.
+// The entry is not moved, so clients hear this under its last event; and the record of all devices goes back to the
+// state that it had when the send began, until the next progress.
 void SMSendTransmitCallback::OnTotalFileLength(int length)
 {
     SHARE_LOGI(Log::SERVICE, "OnTotalFileLength enter");
@@ -224,15 +224,12 @@ void SMSendTransmitCallback::OnFileFinish(const std::vector<std::string>&, int)
 }
 
 void SMSendTransmitCallback::OnMessageReceive(std::string)
-{
-}
+{}
 
 void SMSendTransmitCallback::OnOpenFileFd(const std::string&)
-{
-}
+{}
 
 void SMSendTransmitCallback::OnCloseFileFd(const std::string&)
-{
-}
+{}
 
 } // namespace OHOS::Pelago

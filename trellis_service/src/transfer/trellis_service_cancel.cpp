@@ -19,8 +19,8 @@ bool TrellisService::Cancel(const ShareDeviceInfo& device)
     return CommonCancel(device);
 }
 
-// Clients hear of it before anything has been cancelled. A device that had only been prepared is reset too; only the result
-// tells that there was no transfer.
+// Clients hear of it before anything has been cancelled. A device that had only been prepared is reset too; only the
+// result tells that there was no transfer.
 bool TrellisService::CommonCancel(const ShareDeviceInfo& device)
 {
     SHARE_LOGI(Log::SERVICE, "Cancel() enter");
@@ -76,8 +76,8 @@ void TrellisService::CancelOtherContactDevice(const ShareDeviceInfo& device)
     }
 }
 
-// A device that went away while it was sending leaves its entry now. Decided and done in one step: of two members that end at
-// once, exactly one is the last. The hubs of the share API are not told.
+// A device that went away while it was sending leaves its entry now. Decided and done in one step: of two members that
+// end at once, exactly one is the last. The hubs of the share API are not told.
 void TrellisService::OnDeviceNewStateRetrieve(const ShareDeviceInfo& device)
 {
     ShareDeviceInfo view;

@@ -8,8 +8,7 @@
 namespace OHOS::Pelago {
 
 TrellisService::ReceiveDeathRecipient::ReceiveDeathRecipient(const wptr<TrellisService>& service) : service_(service)
-{
-}
+{}
 
 void TrellisService::ReceiveDeathRecipient::OnRemoteDied(const wptr<IRemoteObject>&)
 {

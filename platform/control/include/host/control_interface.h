@@ -27,8 +27,8 @@ struct ControlAnswer {
     std::string error; // for people: what, why, and what to type next; empty when done
 };
 
-// The control of one device, published by its daemon as ability 9501. Only the owner's token is served. A command is a list
-// of words, as on a command line; it takes effect before the answer. Any thread.
+// The control of one device, published by its daemon as ability 9501. Only the owner's token is served. A command is a
+// list of words, as on a command line; it takes effect before the answer. Any thread.
 class IDeviceControl : public IRemoteBroker {
 public:
     DECLARE_INTERFACE_DESCRIPTOR(u"ohos.pelago.host.DeviceControl");
@@ -39,8 +39,8 @@ public:
     };
 
     virtual ControlAnswer Execute(const std::vector<std::string>& words) = 0;
-    // From now on `watcher` is told what changes, first of all everything as it is. Ends with its process. It changes nothing
-    // for anybody else.
+    // From now on `watcher` is told what changes, first of all everything as it is. Ends with its process. It changes
+    // nothing for anybody else.
     virtual ControlResult Watch(const sptr<IRemoteObject>& watcher) = 0;
 };
 

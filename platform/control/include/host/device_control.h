@@ -15,10 +15,10 @@ namespace OHOS::Host {
 
 using Words = std::vector<std::string>;
 
-// The daemon's side of device control. Owned by the daemon's main; commands run on the IPC thread that brings them, watchers
-// are told from the scheduler's queue "control". It knows the device model; what it does not know, the service's state above
-// all, others register as commands and as sections of the state that is watched. It never registers with the service: to
-// watch changes nothing.
+// The daemon's side of device control. Owned by the daemon's main; commands run on the IPC thread that brings them,
+// watchers are told from the scheduler's queue "control". It knows the device model; what it does not know, the
+// service's state above all, others register as commands and as sections of the state that is watched. It never
+// registers with the service: to watch changes nothing.
 class DeviceControl : public IRemoteStub<IDeviceControl> {
 public:
     // A command: gets the words behind its name.
@@ -40,8 +40,8 @@ public:
     ControlAnswer Execute(const Words& words) override;
     ControlResult Watch(const sptr<IRemoteObject>& watcher) override;
 
-    // Says that something may have changed; watchers hear of it, if so, within WATCH_DELAY_MS. Cheap when nobody watches.
-    // Any thread.
+    // Says that something may have changed; watchers hear of it, if so, within WATCH_DELAY_MS. Cheap when nobody
+    // watches. Any thread.
     void Touch();
 
     // How long changes are gathered before watchers are told.

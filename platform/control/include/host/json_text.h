@@ -12,8 +12,8 @@
 
 namespace OHOS::Host {
 
-// A JSON value being built; freed with its owner. One thread at a time. Texts may hold any bytes: peers choose names, and
-// what is not UTF-8, or steers a terminal, is escaped here. A value that is put into another one is given away.
+// A JSON value being built; freed with its owner. One thread at a time. Texts may hold any bytes: peers choose names,
+// and what is not UTF-8, or steers a terminal, is escaped here. A value that is put into another one is given away.
 class Json {
 public:
     static Json Object()
@@ -93,8 +93,7 @@ private:
     }
 
     explicit Json(cJSON* value) : value_(value, cJSON_Delete)
-    {
-    }
+    {}
 
     std::unique_ptr<cJSON, void (*)(cJSON*)> value_;
 };

@@ -52,8 +52,8 @@ void SetLogToStderr(bool on);
 // The number of the newest line, 0 before the first.
 [[nodiscard]] uint64_t LastLogSeq();
 
-// Called behind each line, on its thread, with no lock of the log held: for who follows the log. It must not log. Null ends
-// that; a call that is under way goes on.
+// Called behind each line, on its thread, with no lock of the log held: for who follows the log. It must not log. Null
+// ends that; a call that is under way goes on.
 using LogListener = void (*)();
 void SetLogListener(LogListener listener);
 
