@@ -10,7 +10,9 @@ target_compile_definitions(pelago_options INTERFACE $<$<BOOL:${PELAGO_CHECKS}>:P
 target_link_libraries(pelago_options INTERFACE Threads::Threads)
 if(PELAGO_SANITIZE)
     target_compile_options(pelago_options INTERFACE
-        -fsanitize=${PELAGO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g1)
+        -fsanitize=${PELAGO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g1
+        # The checks that a sanitizer adds make gcc see uninitialised members inside std::regex.
+        $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(pelago_options INTERFACE -fsanitize=${PELAGO_SANITIZE})
 endif()
 
