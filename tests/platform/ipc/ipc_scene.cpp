@@ -83,7 +83,7 @@ void Baton::Await(char what) const
     Synchronize();
 }
 
-ClientProcess::ClientProcess(Play play)
+ClientProcess::ClientProcess(const Play& play)
 {
     const auto fds = Pair();
     pid = ::fork();
@@ -201,6 +201,27 @@ int CallPlain(const sptr<IRemoteObject>& object, uint32_t code, int waitSeconds)
 int PostPlain(const sptr<IRemoteObject>& object, uint32_t code)
 {
     return Exchange().Send(object, code, MessageOption::TF_ASYNC);
+}
+
+Crowd::Crowd(size_t count, const std::function<void(size_t)>& play)
+{
+    threads_.reserve(count);
+    for (size_t i = 0; i < count; ++i) {
+        threads_.emplace_back(play, i);
+    }
+}
+
+Crowd::~Crowd()
+{
+    Join();
+}
+
+void Crowd::Join()
+{
+    for (std::thread& thread : threads_) {
+        thread.join();
+    }
+    threads_.clear();
 }
 
 bool Eventually(const std::function<bool()>& condition)

@@ -12,6 +12,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "host/ipc_transport.h"
@@ -85,7 +86,7 @@ class ClientProcess {
 public:
     using Play = std::function<void(const Baton&)>;
 
-    explicit ClientProcess(Play play);
+    explicit ClientProcess(const Play& play);
     ~ClientProcess();
     ClientProcess(const ClientProcess&) = delete;
     ClientProcess& operator=(const ClientProcess&) = delete;
@@ -150,6 +151,19 @@ int PostPlain(const sptr<IRemoteObject>& object, uint32_t code);
 bool Eventually(const std::function<bool()>& condition);
 size_t CountDescriptors();
 size_t CountErrors(const std::string& text);
+// Threads that do the same with a number each, from 0. Joins them at its end, if nobody did before.
+class Crowd {
+public:
+    Crowd(size_t count, const std::function<void(size_t)>& play);
+    ~Crowd();
+    Crowd(const Crowd&) = delete;
+    Crowd& operator=(const Crowd&) = delete;
+    void Join();
+
+private:
+    std::vector<std::thread> threads_;
+};
+
 // A descriptor of a file with this text.
 int FileWith(const std::string& text);
 std::string TextOf(int fd);

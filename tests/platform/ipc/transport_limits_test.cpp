@@ -1,8 +1,6 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <thread>
-
 #include "ipc_scene.h"
 #include "raw_peer.h"
 
@@ -108,17 +106,12 @@ TEST_F(LimitsTest, LanesOfAConnection)
     limits.lanesPerConnection = 4;
     Serve(limits);
     const sptr<IRemoteObject> root = Connect();
-    std::vector<std::thread> callers;
-    for (int i = 0; i < 4; ++i) {
-        callers.emplace_back([&root] { EXPECT_EQ(CallPlain(root, 2), 0); });
-    }
+    Crowd callers(4, [&root](size_t) { EXPECT_EQ(CallPlain(root, 2), 0); });
     EXPECT_TRUE(Eventually([this] { return waiting == 4; }));
     EXPECT_EQ(CallPlain(root, 1), IPC_TOO_MANY_LANES);
     EXPECT_EQ(CallPlain(Connect(), 1), 0) << "others have their own";
     goOn.Open();
-    for (std::thread& caller : callers) {
-        caller.join();
-    }
+    callers.Join();
     EXPECT_EQ(CallPlain(root, 1), 0);
 
     ExpectErrors("too many lanes");

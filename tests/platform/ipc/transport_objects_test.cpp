@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <random>
-#include <thread>
 
 #include "ipc_scene.h"
 
@@ -59,34 +58,26 @@ TEST_F(ObjectCountsTest, ReleasesThatCrossWithMessagesLoseNothingAndKeepNothing)
 {
     Serve();
     const sptr<IRemoteObject> root = Connect();
-    std::vector<sptr<IRemoteObject>> own;
-    for (int i = 0; i < OBJECTS; ++i) {
-        own.push_back(new ScriptedStub);
-    }
-    std::vector<std::thread> threads;
-    for (unsigned seed = 0; seed < 8; ++seed) {
-        threads.emplace_back([&, seed] {
-            std::minstd_rand random(seed);
-            sptr<IRemoteObject> kept;
-            for (int round = 0; round < ROUNDS; ++round) {
-                const int index = static_cast<int>(random() % OBJECTS);
-                sptr<IRemoteObject> theirs = Swap(root, index, own[random() % OBJECTS]);
-                if (random() % 4 == 0) {
-                    kept = theirs; // now and then one lives longer
-                }
-                if (random() % 4 == 0) {
-                    Exchange call;
-                    EXPECT_TRUE(
-                        call.data.WriteRemoteObject(own[random() % OBJECTS]) && call.data.WriteRemoteObject(theirs));
-                    EXPECT_EQ(call.Send(root, 2, MessageOption::TF_ASYNC), 0);
-                    --posts;
-                }
+    std::vector<sptr<IRemoteObject>> own(OBJECTS);
+    std::generate(own.begin(), own.end(), [] { return new ScriptedStub; });
+    Crowd(8, [&](size_t seed) {
+        std::minstd_rand random(static_cast<unsigned>(seed));
+        sptr<IRemoteObject> kept;
+        for (int round = 0; round < ROUNDS; ++round) {
+            const int index = static_cast<int>(random() % OBJECTS);
+            const sptr<IRemoteObject> theirs = Swap(root, index, own[random() % OBJECTS]);
+            if (random() % 4 == 0) {
+                kept = theirs; // now and then one lives longer
             }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+            if (random() % 4 == 0) {
+                Exchange call;
+                EXPECT_TRUE(
+                    call.data.WriteRemoteObject(own[random() % OBJECTS]) && call.data.WriteRemoteObject(theirs));
+                EXPECT_EQ(call.Send(root, 2, MessageOption::TF_ASYNC), 0);
+                --posts;
+            }
+        }
+    }).Join();
     EXPECT_TRUE(Eventually([this] { return posts == 0; })) << posts;
     EXPECT_TRUE(Eventually([&] { return AllAreFree(own); }));
 }

@@ -177,17 +177,11 @@ TEST_F(ProcessesTest, ClientsThatCallEachOtherThroughTheDaemonNest)
     ServeCallbacks();
     client.Go();
     client.baton.Await('h');
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([this] {
-            for (int call = 0; call < 50; ++call) {
-                EXPECT_EQ(CallPlain(callback, 1), 0);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    Crowd(8, [this](size_t) {
+        for (int call = 0; call < 50; ++call) {
+            EXPECT_EQ(CallPlain(callback, 1), 0);
+        }
+    }).Join();
     client.baton.Tell('e');
     EXPECT_TRUE(client.Join());
 }

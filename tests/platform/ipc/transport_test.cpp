@@ -206,19 +206,13 @@ TEST_F(TransportTest, OneWayRequestsOfAThreadComeInOrderAndBeforeItsNextCall)
     service->On(1, record);
     Serve();
     const sptr<IRemoteObject> root = Connect();
-    std::vector<std::thread> threads;
-    for (int32_t thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&root, thread] {
-            for (int32_t i = 0; i < count; ++i) {
-                Exchange call;
-                EXPECT_TRUE(call.data.WriteInt32(thread) && call.data.WriteInt32(i));
-                EXPECT_EQ(call.Send(root, 1, i % 50 == 49 ? MessageOption::TF_SYNC : MessageOption::TF_ASYNC), 0);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    Crowd(4, [&root](size_t thread) {
+        for (int32_t i = 0; i < count; ++i) {
+            Exchange call;
+            EXPECT_TRUE(call.data.WriteInt32(static_cast<int32_t>(thread)) && call.data.WriteInt32(i));
+            EXPECT_EQ(call.Send(root, 1, i % 50 == 49 ? MessageOption::TF_SYNC : MessageOption::TF_ASYNC), 0);
+        }
+    }).Join();
     for (int32_t thread = 0; thread < 4; ++thread) {
         ASSERT_EQ(handled[thread].size(), static_cast<size_t>(count));
         EXPECT_TRUE(std::is_sorted(handled[thread].begin(), handled[thread].end()));
@@ -241,17 +235,12 @@ TEST_F(TransportTest, SixteenRequestsRunAndTheOthersWaitTheirTurn)
     });
     Serve();
     const sptr<IRemoteObject> root = Connect();
-    std::vector<std::thread> threads;
     std::atomic<size_t> answered{0};
-    for (size_t i = 0; i < callers; ++i) {
-        threads.emplace_back([&] { answered += CallPlain(root, 1) == 0 ? 1 : 0; });
-    }
+    Crowd crowd(callers, [&](size_t) { answered += CallPlain(root, 1) == 0 ? 1 : 0; });
     EXPECT_TRUE(Eventually([] { return Host::CountIpc().parked == callers - Host::IPC_CONCURRENT_REQUESTS; }));
     EXPECT_EQ(running, Host::IPC_CONCURRENT_REQUESTS);
     goOn.Open();
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    crowd.Join();
     EXPECT_EQ(answered, callers);
     EXPECT_EQ(most, Host::IPC_CONCURRENT_REQUESTS);
     EXPECT_TRUE(Eventually([] { return Host::CountIpc().threads == 2; })) << Host::CountIpc().threads;
@@ -281,20 +270,11 @@ TEST_F(TransportTest, ARequestOfAProcessThatIsBeingCalledNeedsNoPlace)
     const sptr<IRemoteObject> root = Connect("app");
     const sptr<ScriptedStub> own = new ScriptedStub;
     own->On(1, [&root](MessageParcel&, MessageParcel&) { return CallPlain(root, 3); });
-    std::thread caller([&] {
-        Exchange call;
-        EXPECT_TRUE(call.data.WriteRemoteObject(own));
-        EXPECT_EQ(call.Send(root, 2), 33);
-        goOn.Open();
-    });
-    std::vector<std::thread> threads;
-    for (size_t i = 0; i < Host::IPC_CONCURRENT_REQUESTS - 1; ++i) {
-        threads.emplace_back([&] { EXPECT_EQ(CallPlain(busy, 1), 0); });
-    }
-    threads.push_back(std::move(caller));
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    const Crowd others(Host::IPC_CONCURRENT_REQUESTS - 1, [&busy](size_t) { EXPECT_EQ(CallPlain(busy, 1), 0); });
+    Exchange call;
+    EXPECT_TRUE(call.data.WriteRemoteObject(own));
+    EXPECT_EQ(call.Send(root, 2), 33);
+    goOn.Open();
 }
 
 TEST_F(TransportTest, AnIdleProcessDoesNotWakeUp)

@@ -19,6 +19,20 @@ constexpr const char* EVENT_KNOCK_SHARE = "knockShare";
 // Flags run from 1 to 99, then 0, and again.
 constexpr int32_t CALLBACK_FLAG_COUNT = 100;
 
+// The object behind a callback; null, and said in the log, when there is none. `where` ends the line.
+sptr<IRemoteObject> ObjectOf(const Callback& callback, const char* where)
+{
+    if (callback == nullptr) {
+        SHARE_LOGE(Log::SERVICE, "callback is null%{public}s", where);
+        return nullptr;
+    }
+    sptr<IRemoteObject> object = callback->AsObject();
+    if (object == nullptr) {
+        SHARE_LOGE(Log::SERVICE, "callbackObj is null%{public}s", where);
+    }
+    return object;
+}
+
 // The entry of `object`. Null entries are told to `onNull` by their place and passed over.
 template <typename OnNull>
 std::vector<Callback>::iterator FindCallback(
@@ -58,13 +72,8 @@ void TrellisService::DeathRecipient::OnRemoteDied(const wptr<IRemoteObject>&)
 
 bool TrellisService::AddTrellisCallback(const Callback& callback)
 {
-    if (callback == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "callback is null in RegisterTrellisCallback!");
-        return false;
-    }
-    sptr<IRemoteObject> object = callback->AsObject();
+    sptr<IRemoteObject> object = ObjectOf(callback, " in RegisterTrellisCallback!");
     if (object == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "callbackObj is null in RegisterTrellisCallback!");
         return false;
     }
     MutexLock lock(trellisCallbackMutex_);
@@ -118,13 +127,8 @@ void TrellisService::RegisterDeath(const Callback& callback)
 {
     SHARE_LOGI(Log::SERVICE, "registerDeath enter");
     RecursiveLock lock(deathTrellisCallbackMutex_);
-    if (callback == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "callback is null in RegisterDeath!");
-        return;
-    }
-    sptr<IRemoteObject> object = callback->AsObject();
+    sptr<IRemoteObject> object = ObjectOf(callback, " in RegisterDeath!");
     if (object == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "callbackObj is null in RegisterDeath!");
         return;
     }
     int32_t flag = GetTrellisCallbackFlag();
@@ -145,13 +149,8 @@ void TrellisService::RegisterDeath(const Callback& callback)
 bool TrellisService::UnRegisterTrellisCallback(const Callback& callback)
 {
     SHARE_LOGI(Log::SERVICE, "UnRegisterTrellisCallback() enter");
-    if (callback == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "callback is null in UnRegisterTrellisCallback!");
-        return false;
-    }
-    sptr<IRemoteObject> object = callback->AsObject();
+    sptr<IRemoteObject> object = ObjectOf(callback, " in UnRegisterTrellisCallback!");
     if (object == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "callbackObj is null in UnRegisterTrellisCallback!");
         return false;
     }
     if (!RemoveTrellisCallback(object)) {
@@ -197,13 +196,8 @@ void TrellisService::UnRegisterDeath(const Callback& callback)
 {
     SHARE_LOGI(Log::SERVICE, "enter");
     RecursiveLock lock(deathTrellisCallbackMutex_);
-    if (callback == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "callback is null!");
-        return;
-    }
-    sptr<IRemoteObject> object = callback->AsObject();
+    sptr<IRemoteObject> object = ObjectOf(callback, "!");
     if (object == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "callbackObj is null!");
         return;
     }
     auto found = deathTrellisCallbackMap_.find(object);
@@ -219,13 +213,8 @@ void TrellisService::UnRegisterDeath(const Callback& callback)
 
 bool TrellisService::RegisterCorvaneShareApiTrellisCallback(const Callback& callback)
 {
-    if (callback == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "callback is null!");
-        return false;
-    }
-    sptr<IRemoteObject> object = callback->AsObject();
+    sptr<IRemoteObject> object = ObjectOf(callback, "!");
     if (object == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "callbackObj is null!");
         return false;
     }
     {
@@ -247,13 +236,8 @@ bool TrellisService::RegisterCorvaneShareApiTrellisCallback(const Callback& call
 bool TrellisService::UnRegisterCorvaneShareApiTrellisCallback(const Callback& callback)
 {
     SHARE_LOGI(Log::SERVICE, "enter");
-    if (callback == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "callback is null!");
-        return false;
-    }
-    sptr<IRemoteObject> object = callback->AsObject();
+    sptr<IRemoteObject> object = ObjectOf(callback, "!");
     if (object == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "callbackObj is null!");
         return false;
     }
     if (!RemoveCorvaneShareApiTrellisCallback(object)) {
