@@ -234,6 +234,7 @@ bool Eventually(const std::function<bool()>& condition)
         }
         (void)::poll(nullptr, 0, 2); // nobody tells of this
     }
+    Synchronize();
     return true;
 }
 
