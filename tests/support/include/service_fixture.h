@@ -14,6 +14,7 @@
 #include "host/host_settings.h"
 #include "host/scheduler.h"
 #include "recording_client.h"
+#include "scripted_collab.h"
 #include "scripted_engine.h"
 #include "switch/share_switch_manager.h"
 
@@ -43,6 +44,7 @@ protected:
     static sptr<TrellisService> Service();
     static std::shared_ptr<ShareSwitchManager> Switch();
     ScriptedEngine& Engine();
+    ScriptedCollab& Collab();
 
     // A new client process that holds both permissions, or what the token says.
     std::unique_ptr<TestClient> NewClient(uint32_t tokenId = Host::TokenId::OWNER);
@@ -64,6 +66,7 @@ private:
     void CheckErrorLines() const;
 
     std::shared_ptr<ScriptedEngine> engine_;
+    std::shared_ptr<ScriptedCollab> collab_;
     std::vector<std::string> allowedErrors_;
     std::filesystem::path root_;
     uint64_t firstLogSeq_ = 0;

@@ -58,6 +58,8 @@ void ServiceFixture::SetUp()
     ASSERT_TRUE(Host::HostSettings::SeedFreshDevice({USER, OTHER_USER}));
     engine_ = std::make_shared<ScriptedEngine>();
     DelayedRefSingleton<ShareClient>::GetInstance().InstallBackend(engine_);
+    collab_ = std::make_shared<ScriptedCollab>();
+    Synfold::InstallCollabBackend(collab_);
     descriptors_ = CountDescriptors();
 }
 
@@ -72,6 +74,8 @@ void ServiceFixture::TearDown()
     CheckErrorLines();
     DelayedRefSingleton<ShareClient>::GetInstance().InstallBackend(nullptr);
     engine_.reset();
+    Synfold::InstallCollabBackend(nullptr);
+    collab_.reset();
     EXPECT_LE(CountDescriptors(), descriptors_);
     fs::remove_all(root_);
 }
@@ -102,6 +106,7 @@ void ServiceFixture::BootOn()
     Boot({STATE_SHARE_ENABLE, DETECTABLE_LASTING, 0});
     ASSERT_TRUE(Switch()->IsEnabled());
     (void)Engine().TakeJournal();
+    (void)Collab().TakeAsked();
 }
 
 void ServiceFixture::StopService()
@@ -135,6 +140,11 @@ std::shared_ptr<ShareSwitchManager> ServiceFixture::Switch()
 ScriptedEngine& ServiceFixture::Engine()
 {
     return *engine_;
+}
+
+ScriptedCollab& ServiceFixture::Collab()
+{
+    return *collab_;
 }
 
 std::unique_ptr<TestClient> ServiceFixture::NewClient(uint32_t tokenId)

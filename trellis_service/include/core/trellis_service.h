@@ -159,16 +159,29 @@ public:
     static bool SwingSendFail(const ShareDeviceInfo& device, int32_t errorCode);
     static void HandleOnPopSwing(const ShareDeviceInfo& device, bool show);
     static void HandleOnSwingStatus(int32_t role, std::string& deviceId, int32_t code);
+    // `pids` becomes the processes that have the focus.
+    static void GetFocusedPids(std::vector<int32_t>& pids);
+    // Fills `pids` with the processes in the foreground when it is empty, and leaves it alone otherwise.
     static void UpdateAlternativePidsByForeground(std::vector<int32_t>& pids);
+    // Those of `pids`, or else of the foreground, that want event `eventId`.
+    static std::vector<int32_t> GetMatchedFocusedPidsFromCorvaneShareCallback(
+        int32_t eventId, const std::vector<int32_t>& pids);
+    // True when the subscription for swings stands, now or before. It is never given back.
+    static bool RegisterSwingSubscribeListener();
 
     // tap: the two motion callbacks and their ends.
     [[nodiscard]] static bool RegisterMotionReceiverListener();
     static bool UnRegisterMotionReceiverListener();
+    // True when taps are subscribed, now or before. A failure is logged and leaves the callback in place.
+    static bool RegisterMotionSenderListener();
     static bool UnRegisterMotionSenderListener();
     static void HandleOnNudgeCancel(const std::string& deviceId);
     static void HandleOnMotionState(int32_t trans, int32_t state, int32_t errorCode);
     static void HandleOnMotionReceiverState(int32_t trans, int32_t state, int32_t errorCode);
     void ClearNudgePendingFlag();
+    // What the user is told of a tap or a swing. Always true.
+    static bool NudgeNotifyEnableShare();
+    static bool NudgeNotifyConnectFailed(int32_t errorCode);
 
     // How many entries each list has now, for the dump.
     struct ListSizes {

@@ -1,6 +1,9 @@
 #ifndef PELAGO_GESTURE_SWING_ADAPTER_H
 #define PELAGO_GESTURE_SWING_ADAPTER_H
 
+#include <cstdint>
+#include <string>
+
 #include "refbase.h"
 #include "share_mutex.h"
 #include "singleton.h"
@@ -15,6 +18,10 @@ class SwingAdapter {
 public:
     virtual ~SwingAdapter() = default;
     void Init(const wptr<TrellisService>& service);
+
+    // Shows how far the swing has come. `role`: 1 sender, 2 receiver; `state`: 2 under way, 8 failed; `previewData` is
+    // the thumbnail's text. What the framework says is logged.
+    void SwingPublishService(int32_t role, int32_t state, const std::string& previewData);
 
 private:
     Mutex mutex_{"SwingAdapter::mutex_", LockRank::LEAF};

@@ -10,4 +10,7 @@ void SwingAdapter::Init(const wptr<TrellisService>& service)
     trellisServicePtr_ = service;
 }
 
+void SwingAdapter::SwingPublishService(int32_t, int32_t, const std::string&)
+{}
+
 } // namespace OHOS::Pelago

@@ -76,7 +76,22 @@ void TrellisService::HandleOnPopSwing(const ShareDeviceInfo&, bool)
 void TrellisService::HandleOnSwingStatus(int32_t, std::string&, int32_t)
 {}
 
+void TrellisService::GetFocusedPids(std::vector<int32_t>& pids)
+{
+    pids.clear();
+}
+
 void TrellisService::UpdateAlternativePidsByForeground(std::vector<int32_t>&)
 {}
+
+std::vector<int32_t> TrellisService::GetMatchedFocusedPidsFromCorvaneShareCallback(int32_t, const std::vector<int32_t>&)
+{
+    return {};
+}
+
+bool TrellisService::RegisterSwingSubscribeListener()
+{
+    return false;
+}
 
 } // namespace OHOS::Pelago

@@ -14,6 +14,11 @@ bool TrellisService::UnRegisterMotionReceiverListener()
     return true;
 }
 
+bool TrellisService::RegisterMotionSenderListener()
+{
+    return false;
+}
+
 bool TrellisService::UnRegisterMotionSenderListener()
 {
     return true;
@@ -30,5 +35,15 @@ void TrellisService::HandleOnMotionReceiverState(int32_t, int32_t, int32_t)
 
 void TrellisService::ClearNudgePendingFlag()
 {}
+
+bool TrellisService::NudgeNotifyEnableShare()
+{
+    return true;
+}
+
+bool TrellisService::NudgeNotifyConnectFailed(int32_t)
+{
+    return true;
+}
 
 } // namespace OHOS::Pelago

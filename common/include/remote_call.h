@@ -1,5 +1,5 @@
-#ifndef PELAGO_ENGINE_REMOTE_CALL_H
-#define PELAGO_ENGINE_REMOTE_CALL_H
+#ifndef PELAGO_COMMON_REMOTE_CALL_H
+#define PELAGO_COMMON_REMOTE_CALL_H
 
 #include <string>
 #include <type_traits>
@@ -137,4 +137,4 @@ template <typename Code, typename... Fields>
 
 } // namespace OHOS::Pelago::Wire
 
-#endif // PELAGO_ENGINE_REMOTE_CALL_H
+#endif // PELAGO_COMMON_REMOTE_CALL_H
