@@ -95,14 +95,15 @@ TEST_F(Deaths, AClientMayCallEverythingFromInsideItsCallback)
 {
     ASSERT_TRUE(service->RegisterTrellisCallback(callback));
     std::atomic<int> answered{0};
+    std::atomic<bool> called{false}; // later callbacks come on other threads
     ShareDeviceInfo nobody;
     SendBean files;
     auto call = [&](auto&& operation) {
         operation();
         ++answered;
     };
-    callback->during = [&, once = true]() mutable {
-        if (!std::exchange(once, false)) {
+    callback->during = [&] {
+        if (called.exchange(true)) {
             return;
         }
         call([&] { (void)service->IsEnabled(); });
