@@ -24,9 +24,27 @@ const SMReceiveListenerStub::Row SMReceiveListenerStub::ROWS[] = {
 
 namespace {
 
-sptr<PelagoReceiver> ReadReceiver(MessageParcel& data)
+// Hands the receiver on that stands first in the request: without one nothing behind it is read.
+template <typename Tell>
+int32_t WithReceiver(MessageParcel& data, Tell&& tell)
 {
-    return iface_cast<PelagoReceiver>(data.ReadRemoteObject());
+    sptr<PelagoReceiver> receiver = iface_cast<PelagoReceiver>(data.ReadRemoteObject());
+    if (receiver == nullptr) {
+        return ERROR_NULL_OBJECT;
+    }
+    return tell(receiver);
+}
+
+// The same for the preview, which stands behind the receiver and, in some, a text.
+template <typename Tell>
+int32_t WithPreview(MessageParcel& data, Tell&& tell)
+{
+    RecvPreview preview;
+    if (!preview.ReadFromParcel(data)) {
+        return ERROR_READ_PREVIEW;
+    }
+    tell(preview);
+    return ERR_NONE;
 }
 
 } // namespace
@@ -50,93 +68,67 @@ int SMReceiveListenerStub::OnRemoteRequest(
 int32_t SMReceiveListenerStub::HandleOnStatusChanged(MessageParcel& data)
 {
     OnStatusChanged(data.ReadInt8());
-    return 0;
+    return ERR_NONE;
 }
 
 int32_t SMReceiveListenerStub::HandleOnPreviewReceive(MessageParcel& data)
 {
-    sptr<PelagoReceiver> receiver = ReadReceiver(data);
-    if (receiver == nullptr) {
-        return ERROR_NULL_OBJECT;
-    }
-    std::string sendType = data.ReadString();
-    RecvPreview preview;
-    if (!preview.ReadFromParcel(data)) {
-        return ERROR_READ_PREVIEW;
-    }
-    OnPreviewReceive(receiver, sendType, preview);
-    return 0;
+    return WithReceiver(data, [&](const sptr<PelagoReceiver>& receiver) {
+        const std::string sendType = data.ReadString();
+        return WithPreview(data, [&](const RecvPreview& preview) { OnPreviewReceive(receiver, sendType, preview); });
+    });
 }
 
 int32_t SMReceiveListenerStub::HandleOnRecvPreviewReceive(MessageParcel& data)
 {
-    sptr<PelagoReceiver> receiver = ReadReceiver(data);
-    if (receiver == nullptr) {
-        return ERROR_NULL_OBJECT;
-    }
-    RecvPreview preview;
-    if (!preview.ReadFromParcel(data)) {
-        return ERROR_READ_PREVIEW;
-    }
-    OnPreviewReceive(receiver, preview);
-    return 0;
+    return WithReceiver(data, [&](const sptr<PelagoReceiver>& receiver) {
+        return WithPreview(data, [&](const RecvPreview& preview) { OnPreviewReceive(receiver, preview); });
+    });
 }
 
 int32_t SMReceiveListenerStub::HandleOnSendCancelBeforeConfirm(MessageParcel& data)
 {
-    sptr<PelagoReceiver> receiver = ReadReceiver(data);
-    if (receiver == nullptr) {
-        return ERROR_NULL_OBJECT;
-    }
-    OnSendCancelBeforeConfirm(receiver);
-    return 0;
+    return WithReceiver(data, [&](const sptr<PelagoReceiver>& receiver) {
+        OnSendCancelBeforeConfirm(receiver);
+        return ERR_NONE;
+    });
 }
 
 int32_t SMReceiveListenerStub::HandleOnErrorBeforeConfirm(MessageParcel& data)
 {
-    sptr<PelagoReceiver> receiver = ReadReceiver(data);
-    if (receiver == nullptr) {
-        return ERROR_NULL_OBJECT;
-    }
-    OnErrorBeforeConfirm(receiver, data.ReadInt32());
-    return 0;
+    return WithReceiver(data, [&](const sptr<PelagoReceiver>& receiver) {
+        OnErrorBeforeConfirm(receiver, data.ReadInt32());
+        return ERR_NONE;
+    });
 }
 
 int32_t SMReceiveListenerStub::HandleOnRecvBytesInfo(MessageParcel& data)
 {
-    sptr<PelagoReceiver> receiver = ReadReceiver(data);
-    if (receiver == nullptr) {
-        return ERROR_NULL_OBJECT;
-    }
-    std::string sendType = data.ReadString();
-    RecvPreview preview;
-    if (!preview.ReadFromParcel(data)) {
-        return ERROR_READ_PREVIEW;
-    }
-    OnRecvBytesInfo(receiver, sendType, preview);
-    return 0;
+    return WithReceiver(data, [&](const sptr<PelagoReceiver>& receiver) {
+        const std::string sendType = data.ReadString();
+        return WithPreview(data, [&](const RecvPreview& preview) { OnRecvBytesInfo(receiver, sendType, preview); });
+    });
 }
 
 // The receiver must be there, and nobody wants it.
 int32_t SMReceiveListenerStub::HandleOnNotSupportReceive(MessageParcel& data)
 {
-    if (ReadReceiver(data) == nullptr) {
-        return ERROR_NULL_OBJECT;
-    }
-    OnNotSupportReceive();
-    return 0;
+    return WithReceiver(data, [this](const sptr<PelagoReceiver>&) {
+        OnNotSupportReceive();
+        return ERR_NONE;
+    });
 }
 
 int32_t SMReceiveListenerStub::HandleTriggerBindService(MessageParcel&)
 {
     TriggerBindService();
-    return 0;
+    return ERR_NONE;
 }
 
 int32_t SMReceiveListenerStub::HandleOnSwitchNotifyComponent(MessageParcel& data)
 {
     OnSwitchNotifyComponent(data.ReadInt32());
-    return 0;
+    return ERR_NONE;
 }
 
 int32_t SMReceiveListenerStub::HandleOnMotionState(MessageParcel& data)
@@ -144,21 +136,14 @@ int32_t SMReceiveListenerStub::HandleOnMotionState(MessageParcel& data)
     int32_t trans = data.ReadInt32();
     int32_t state = data.ReadInt32();
     OnMotionState(trans, state, data.ReadInt32());
-    return 0;
+    return ERR_NONE;
 }
 
 int32_t SMReceiveListenerStub::HandleOnSwing(MessageParcel& data)
 {
-    sptr<PelagoReceiver> receiver = ReadReceiver(data);
-    if (receiver == nullptr) {
-        return ERROR_NULL_OBJECT;
-    }
-    RecvPreview preview;
-    if (!preview.ReadFromParcel(data)) {
-        return ERROR_READ_PREVIEW;
-    }
-    OnPopSwing(receiver, preview, data.ReadBool());
-    return 0;
+    return WithReceiver(data, [&](const sptr<PelagoReceiver>& receiver) {
+        return WithPreview(data, [&](const RecvPreview& preview) { OnPopSwing(receiver, preview, data.ReadBool()); });
+    });
 }
 
 } // namespace OHOS::Pelago
