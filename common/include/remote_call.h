@@ -9,8 +9,8 @@
 #include "message_option.h"
 #include "message_parcel.h"
 
-// How a call to a remote object is put into a parcel and taken out, by the types of its arguments. One overload for
-// each kind of field that travels. No state; any thread.
+// How a call to a remote object, and a record in it, is put into a parcel and taken out, by the types of its fields.
+// One overload for each kind of field that travels. No state; any thread.
 namespace OHOS::Pelago::Wire {
 
 // A descriptor among the fields of a call. Writing does not take it over; reading gives one that the reader owns.
@@ -30,27 +30,35 @@ template <typename Record>
 struct IsRecord<Record, std::void_t<decltype(std::declval<const Record&>().WriteToParcel(std::declval<Parcel&>()))>>
     : std::true_type {};
 
-[[nodiscard]] inline bool Put(MessageParcel& parcel, bool value)
+[[nodiscard]] inline bool Put(Parcel& parcel, bool value)
 {
     return parcel.WriteBool(value);
 }
-[[nodiscard]] inline bool Put(MessageParcel& parcel, int8_t value)
+[[nodiscard]] inline bool Put(Parcel& parcel, int8_t value)
 {
     return parcel.WriteInt8(value);
 }
-[[nodiscard]] inline bool Put(MessageParcel& parcel, int32_t value)
+[[nodiscard]] inline bool Put(Parcel& parcel, int32_t value)
 {
     return parcel.WriteInt32(value);
 }
-[[nodiscard]] inline bool Put(MessageParcel& parcel, int64_t value)
+[[nodiscard]] inline bool Put(Parcel& parcel, uint32_t value)
+{
+    return parcel.WriteUint32(value);
+}
+[[nodiscard]] inline bool Put(Parcel& parcel, int64_t value)
 {
     return parcel.WriteInt64(value);
 }
-[[nodiscard]] inline bool Put(MessageParcel& parcel, const std::string& value)
+[[nodiscard]] inline bool Put(Parcel& parcel, uint64_t value)
+{
+    return parcel.WriteUint64(value);
+}
+[[nodiscard]] inline bool Put(Parcel& parcel, const std::string& value)
 {
     return parcel.WriteString(value);
 }
-[[nodiscard]] inline bool Put(MessageParcel& parcel, const std::vector<std::string>& value)
+[[nodiscard]] inline bool Put(Parcel& parcel, const std::vector<std::string>& value)
 {
     return parcel.WriteStringVector(value);
 }
@@ -63,7 +71,7 @@ struct IsRecord<Record, std::void_t<decltype(std::declval<const Record&>().Write
     return parcel.WriteFileDescriptor(value.fd);
 }
 template <typename Record>
-[[nodiscard]] std::enable_if_t<IsRecord<Record>::value, bool> Put(MessageParcel& parcel, const Record& record)
+[[nodiscard]] std::enable_if_t<IsRecord<Record>::value, bool> Put(Parcel& parcel, const Record& record)
 {
     return record.WriteToParcel(parcel);
 }
@@ -75,32 +83,40 @@ template <typename Record>
 
 // The reading side. Each reads one field and leaves it as it was when that fails, but for records, which may be half
 // read.
-[[nodiscard]] inline bool Get(MessageParcel& parcel, bool& value)
+[[nodiscard]] inline bool Get(Parcel& parcel, bool& value)
 {
     return parcel.ReadBool(value);
 }
-[[nodiscard]] inline bool Get(MessageParcel& parcel, int8_t& value)
+[[nodiscard]] inline bool Get(Parcel& parcel, int8_t& value)
 {
     return parcel.ReadInt8(value);
 }
-[[nodiscard]] inline bool Get(MessageParcel& parcel, int32_t& value)
+[[nodiscard]] inline bool Get(Parcel& parcel, int32_t& value)
 {
     return parcel.ReadInt32(value);
 }
-[[nodiscard]] inline bool Get(MessageParcel& parcel, int64_t& value)
+[[nodiscard]] inline bool Get(Parcel& parcel, uint32_t& value)
+{
+    return parcel.ReadUint32(value);
+}
+[[nodiscard]] inline bool Get(Parcel& parcel, int64_t& value)
 {
     return parcel.ReadInt64(value);
 }
-[[nodiscard]] inline bool Get(MessageParcel& parcel, std::string& value)
+[[nodiscard]] inline bool Get(Parcel& parcel, uint64_t& value)
+{
+    return parcel.ReadUint64(value);
+}
+[[nodiscard]] inline bool Get(Parcel& parcel, std::string& value)
 {
     return parcel.ReadString(value);
 }
-[[nodiscard]] inline bool Get(MessageParcel& parcel, std::vector<std::string>& value)
+[[nodiscard]] inline bool Get(Parcel& parcel, std::vector<std::string>& value)
 {
     return parcel.ReadStringVector(&value);
 }
 template <typename Record>
-[[nodiscard]] std::enable_if_t<IsRecord<Record>::value, bool> Get(MessageParcel& parcel, Record& record)
+[[nodiscard]] std::enable_if_t<IsRecord<Record>::value, bool> Get(Parcel& parcel, Record& record)
 {
     return record.ReadFromParcel(parcel);
 }

@@ -45,9 +45,13 @@ constexpr const char* SourceFileName(const char* path)
 
 // Every line of the system reads "[file:line] function# message". The message is a literal; its arguments are checked
 // against it at compile time. Macros, because a line names the place where it is written.
-#define SHARE_LOG(level, label, message, ...)                                                                          \
+#define SHARE_LOG_AS(function, level, label, message, ...)                                                             \
     HILOG_IMPL(LOG_CORE, level, (label).domain, (label).tag, "[%{public}s:%{public}d] %{public}s# " message,           \
-        ::OHOS::Pelago::SourceFileName(__FILE__), __LINE__, __FUNCTION__ __VA_OPT__(, ) __VA_ARGS__)
+        ::OHOS::Pelago::SourceFileName(__FILE__), __LINE__, function __VA_OPT__(, ) __VA_ARGS__)
+#define SHARE_LOG(level, label, ...) SHARE_LOG_AS(__FUNCTION__, level, label, __VA_ARGS__)
+
+// For a lambda, which has no name that a reader of the log would know: it captures [function = __FUNCTION__].
+#define SHARE_LOGI_AS(function, label, ...) SHARE_LOG_AS(function, LOG_INFO, label, __VA_ARGS__)
 
 #define SHARE_LOGD(label, ...) SHARE_LOG(LOG_DEBUG, label, __VA_ARGS__)
 #define SHARE_LOGI(label, ...) SHARE_LOG(LOG_INFO, label, __VA_ARGS__)

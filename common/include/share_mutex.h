@@ -32,7 +32,8 @@ enum class LockRank : unsigned char {
     SHARE_API_CALLBACKS,
     SENDER_ACTION,
     RECEIVE,
-    EVENT_CALLBACKS, // knock and swing registrations
+    EVENT_SUBSCRIPTION, // whether taps are asked for follows the registrations
+    EVENT_CALLBACKS,    // knock and swing registrations
     MOTION_SENDER,
     MOTION_RECEIVER,
     CONNECTION, // the ability connections

@@ -17,15 +17,11 @@ namespace {
 using Host::LoopbackProcess;
 
 // Answers whether its caller may switch, and whether it may share.
-class Doorkeeper : public IPCObjectStub {
-public:
-    Doorkeeper() : IPCObjectStub(u"test.Doorkeeper")
-    {}
+struct Doorkeeper : public IPCObjectStub {
     int OnRemoteRequest(uint32_t, MessageParcel&, MessageParcel& reply, MessageOption&) override
     {
         const bool maySwitch = Permission::CheckShareSwitchPermission();
-        const bool mayShare = Permission::CheckShareCapabilityPermission();
-        return reply.WriteBool(maySwitch) && reply.WriteBool(mayShare) ? 0 : -1;
+        return reply.WriteBool(maySwitch) && reply.WriteBool(Permission::CheckShareCapabilityPermission()) ? 0 : -1;
     }
 };
 
@@ -38,8 +34,7 @@ TEST(PermissionTest, EachCheckAsksForItsOwnPermissionOfTheCaller)
         LinesOf(Log::PERMISSION, {"Permission denied, ret: -1", "No ACCESS_PELAGO_SERVICE permission"});
     struct Row {
         uint32_t token;
-        bool maySwitch;
-        bool mayShare;
+        bool maySwitch, mayShare;
         Lines said;
     };
     const Row rows[] = {
@@ -59,8 +54,7 @@ TEST(PermissionTest, EachCheckAsksForItsOwnPermissionOfTheCaller)
         MessageOption option;
         LogTap tap;
         ASSERT_EQ(caller.Connect(stub)->SendRequest(1, data, reply, option), 0);
-        EXPECT_EQ(reply.ReadBool(), row.maySwitch);
-        EXPECT_EQ(reply.ReadBool(), row.mayShare);
+        EXPECT_TRUE(reply.ReadBool() == row.maySwitch && reply.ReadBool() == row.mayShare);
         EXPECT_EQ(tap.Take(LOG_ERROR), row.said);
     }
 }

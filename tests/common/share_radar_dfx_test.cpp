@@ -5,7 +5,6 @@
 #include <memory>
 #include <regex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -164,10 +163,9 @@ TEST_F(ShareRadarDfxTest, TheStageOfASendChoosesTheEvent)
         int32_t stage;
         size_t event;
     };
-    const Row rows[] = {{INT32_MIN, PREVIEW}, {0, PREVIEW}, {4, PREVIEW}, {6, PREVIEW}, {7, CONNECT}, {17, CONNECT},
-        {18, TRANS}, {21, TRANS}, {22, CONNECT}, {23, CONNECT}, {25, CONNECT}, {26, CONNECT}, {27, NOTHING},
-        {99, NOTHING}, {100, PREVIEW}, {101, CONNECT}, {169, CONNECT}, {170, TRANS}, {180, TRANS}, {181, NOTHING},
-        {499, NOTHING}, {500, NUDGE}, {506, NUDGE}, {507, NOTHING}, {INT32_MAX, NOTHING}};
+    const Row rows[] = {{INT32_MIN, PREVIEW}, {6, PREVIEW}, {7, CONNECT}, {17, CONNECT}, {18, TRANS}, {21, TRANS},
+        {22, CONNECT}, {26, CONNECT}, {27, NOTHING}, {99, NOTHING}, {100, PREVIEW}, {101, CONNECT}, {169, CONNECT},
+        {170, TRANS}, {180, TRANS}, {181, NOTHING}, {499, NOTHING}, {500, NUDGE}, {506, NUDGE}, {507, NOTHING}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.stage);
         Fill(RadarScene::SEND);
@@ -201,32 +199,21 @@ TEST_F(ShareRadarDfxTest, OtherScenesWriteNothing)
     }
 }
 
-TEST_F(ShareRadarDfxTest, ErrorsArePositiveButForMinusOne)
+TEST_F(ShareRadarDfxTest, ErrorsArePositiveButForMinusOneAndSizesAreInMebibytesAndOneMore)
 {
     struct Row {
-        int32_t told;
-        int32_t written;
-    };
-    const Row rows[] = {{0, 0}, {-1, -1}, {-5, 5}, {445317121, 445317121}, {-INT32_MAX, INT32_MAX}};
-    for (const Row& row : rows) {
-        Fill(RadarScene::SEND);
-        radar_.ReportShareRadarInfo("Func", RadarStage::TAP, 3, 0, row.told);
-        EXPECT_EQ(Value("ERROR_CODE"), std::to_string(row.written));
-    }
-}
-
-TEST_F(ShareRadarDfxTest, SizesAreToldInMebibytesAndOneMore)
-{
-    struct Row {
-        int64_t bytes;
+        const char* key;
         int64_t told;
+        int64_t written;
     };
-    const Row rows[] = {{0, 0}, {1, 1}, {1048575, 1}, {1048576, 2}, {1048577, 2}, {INT64_MAX, 8796093022208}};
+    const Row rows[] = {{"ERROR_CODE", 0, 0}, {"ERROR_CODE", -1, -1}, {"ERROR_CODE", -5, 5},
+        {"ERROR_CODE", -INT32_MAX, INT32_MAX}, {"FILE_SIZE", 0, 0}, {"FILE_SIZE", 1, 1}, {"FILE_SIZE", 1048575, 1},
+        {"FILE_SIZE", 1048576, 2}, {"FILE_SIZE", INT64_MAX, 8796093022208}};
     for (const Row& row : rows) {
         Fill(RadarScene::SEND);
-        radar_.Edit([&](RadarRecord& record) { record.fileSize = row.bytes; });
-        radar_.ReportShareRadarInfo("Func", 1, 3, 0, 5);
-        EXPECT_EQ(Value("FILE_SIZE"), std::to_string(row.told));
+        radar_.Edit([&row](RadarRecord& record) { record.fileSize = row.told; });
+        radar_.ReportShareRadarInfo("Func", 1, 3, 0, static_cast<int32_t>(row.told));
+        EXPECT_EQ(Value(row.key), std::to_string(row.written)) << row.key << " " << row.told;
     }
 }
 
@@ -240,73 +227,35 @@ TEST_F(ShareRadarDfxTest, AfterTheEndNothingIsReportedUntilTheNextAttempt)
 
     const RadarRecord record = radar_.GetRecord();
     EXPECT_EQ(record.orgPkg + record.toCallPkg + record.localUdid + record.localDevType + record.concurrentId, "");
-    EXPECT_EQ(record.bizStage, 0);
+    EXPECT_EQ(record.bizStage + record.consumedTime, 0);
     EXPECT_EQ(record.localWifiState, 0) << "-1 belongs to a new record only";
-    EXPECT_EQ(record.peerNearbyVersion, -1);
-    EXPECT_EQ(record.fileType, -1);
-    EXPECT_EQ(record.shareDetectTypeInRecv, -1);
-    EXPECT_EQ(record.consumedTime, 0);
-    EXPECT_EQ(RadarRecord().localWifiState, -1);
+    EXPECT_TRUE(record.peerNearbyVersion == -1 && record.fileType == -1 && record.shareDetectTypeInRecv == -1);
 
     radar_.InitBizStageInfo("pelago", RadarTrigger::TAP, RADAR_COMM_SERV, RadarScene::SEND);
     radar_.ReportShareRadarInfo("Func", RadarStage::TAP, 0, RadarState::BEGIN, 0);
     EXPECT_EQ(Written().size(), 1U);
-}
-
-TEST_F(ShareRadarDfxTest, AReportThatIsRefusedStillEndsTheAttempt)
-{
-    Fill(RadarScene::SEND);
     Host::RefuseSysEvents(1);
     radar_.ReportShareRadarInfo("Func", RadarStage::TAP, 3, RadarState::END, 5);
     EXPECT_EQ(Written().size(), 0U);
-    EXPECT_EQ(radar_.GetRecord().bizScene, RadarScene::NONE);
-}
-
-// As the record of a tap is: by its runner and by the engine's threads.
-TEST_F(ShareRadarDfxTest, ThreadsShareARecord)
-{
-    constexpr int REPORTS = 50;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 2; ++i) {
-        threads.emplace_back([this] {
-            for (int k = 0; k < REPORTS; ++k) {
-                Fill(RadarScene::SEND);
-                radar_.ReportShareRadarInfo("Func", RadarStage::TAP, 3, 0, 5);
-                radar_.ReportShareRadarInfo("Func", RadarStage::TAP, 3, RadarState::END, 5);
-                (void)radar_.GetConcurrentId();
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    const size_t written = Written().size();
-    EXPECT_GT(written, 0U) << "an end of one may clear what the other has filled, but not every time";
-    EXPECT_LE(written, 4U * REPORTS);
+    EXPECT_EQ(radar_.GetRecord().bizScene, RadarScene::NONE) << "a report that is refused ends the attempt too";
 }
 
 TEST_F(ShareRadarDfxTest, RadiosAreAskedForEachReport)
 {
     EXPECT_EQ(radar_.GetRecord().localWifiState, -1) << "never asked";
-    struct Row {
-        Host::BluetoothMode mode;
-        int32_t state;
-    };
-    for (const Row& row :
-        {Row{Host::BluetoothMode::ON, 1}, {Host::BluetoothMode::BLE_ONLY, 3}, {Host::BluetoothMode::OFF, 2}}) {
-        Device::Instance().SwitchBluetooth(row.mode);
+    const std::pair<Host::BluetoothMode, const char*> rows[] = {
+        {Host::BluetoothMode::ON, "1"}, {Host::BluetoothMode::BLE_ONLY, "3"}, {Host::BluetoothMode::OFF, "2"}};
+    for (const auto& [mode, state] : rows) {
+        Device::Instance().SwitchBluetooth(mode);
         ASSERT_TRUE(Scheduler::Instance().Advance(10'000));
         Fill(RadarScene::SEND);
         radar_.ReportShareRadarInfo("Func", 1, 3, 0, 5);
-        EXPECT_EQ(Value("LOCAL_BLE_STATE"), std::to_string(row.state));
+        EXPECT_EQ(Value("LOCAL_BLE_STATE"), state);
     }
-    for (const char* fault : {"wifi.GetInstance", "wifi.GetWifiDetailState"}) {
-        EXPECT_EQ(radar_.GetRecord().localWifiState, 1);
-        Host::Faults::Inject(fault);
-        radar_.RefreshLocalDeviceStateInf();
-        EXPECT_EQ(radar_.GetRecord().localWifiState, -1);
-        radar_.RefreshLocalDeviceStateInf();
-    }
+    EXPECT_EQ(radar_.GetRecord().localWifiState, 1);
+    Host::Faults::Inject("wifi.GetWifiDetailState");
+    radar_.RefreshLocalDeviceStateInf();
+    EXPECT_EQ(radar_.GetRecord().localWifiState, -1);
 }
 
 TEST_F(ShareRadarDfxTest, OnlyTapAndSwingHaveAnIdThatBothSidesKnow)

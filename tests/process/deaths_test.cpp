@@ -94,39 +94,41 @@ TEST_F(Deaths, AClientThatHangsCostsTheOthersItsWaitTimeAndNoMore)
 TEST_F(Deaths, AClientMayCallEverythingFromInsideItsCallback)
 {
     ASSERT_TRUE(service->RegisterTrellisCallback(callback));
-    std::atomic<int> answered{0};
-    std::atomic<bool> called{false}; // later callbacks come on other threads
     ShareDeviceInfo nobody;
     SendBean files;
-    auto call = [&](auto&& operation) {
-        operation();
-        ++answered;
+    const std::function<void()> operations[] = {
+        [&] { (void)service->IsEnabled(); },
+        [&] { (void)service->GetAllUserList(); },
+        [&] { (void)service->GetSendingUserList(); },
+        [&] { (void)service->SetShareEnableWithConfirm(2, 0, false, false); },
+        [&] { (void)service->SetShareAccountPermission(1); },
+        [&] { (void)service->GetAccountInfo(); },
+        [&] { (void)service->PrepareSend(nobody); },
+        [&] { (void)service->StartConnect(); },
+        [&] { (void)service->StopConnect(); },
+        [&] { (void)service->ApplyUriPermission("file:///nowhere"); },
+        [&] { (void)service->GetPreviewData(); },
+        [&] { (void)service->RegisterShareEventCallback(2, 1); },
+        [&] { (void)service->StopDiscovery(); },
+        [&] { (void)service->Send(nobody, files, "test"); },
+        [&] { (void)service->Cancel(nobody); },
+        [&] { (void)service->RegisterTrellisCallback(callback); },
+        [&] { (void)service->UnRegisterTrellisCallback(callback); },
     };
+    std::atomic<size_t> answered{0};
+    std::atomic<bool> called{false}; // later callbacks come on other threads
     callback->during = [&] {
         if (called.exchange(true)) {
             return;
         }
-        call([&] { (void)service->IsEnabled(); });
-        call([&] { (void)service->GetAllUserList(); });
-        call([&] { (void)service->GetSendingUserList(); });
-        call([&] { (void)service->SetShareEnableWithConfirm(2, 0, false, false); });
-        call([&] { (void)service->SetShareAccountPermission(1); });
-        call([&] { (void)service->GetAccountInfo(); });
-        call([&] { (void)service->PrepareSend(nobody); });
-        call([&] { (void)service->StartConnect(); });
-        call([&] { (void)service->StopConnect(); });
-        call([&] { (void)service->ApplyUriPermission("file:///nowhere"); });
-        call([&] { (void)service->GetPreviewData(); });
-        call([&] { (void)service->RegisterShareEventCallback(2, 1); });
-        call([&] { (void)service->StopDiscovery(); });
-        call([&] { (void)service->Send(nobody, files, "test"); });
-        call([&] { (void)service->Cancel(nobody); });
-        call([&] { (void)service->RegisterTrellisCallback(callback); });
-        call([&] { (void)service->UnRegisterTrellisCallback(callback); });
+        for (const auto& operation : operations) {
+            operation();
+            ++answered;
+        }
     };
     sptr<CountingCallback> second = new CountingCallback();
     EXPECT_TRUE(device->As("app")->RegisterTrellisCallback(second));
-    EXPECT_TRUE(WaitUntil([&] { return answered == 17; })) << answered;
+    EXPECT_TRUE(WaitUntil([&] { return answered == std::size(operations); })) << answered;
 }
 
 TEST_F(Deaths, ADaemonThatIsKilledTellsItsClientsAndComesBack)

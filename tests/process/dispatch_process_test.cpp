@@ -46,7 +46,7 @@ std::vector<Row> Rows()
     Field device = Of(ShareDeviceInfo());
     Field trellis = Object(sptr<CountingCallback>(new CountingCallback())->AsObject());
     Field action = Object(sptr<QuietSenderAction>(new QuietSenderAction())->AsObject());
-    Field api = Object(sptr<QuietApiCallback>(new QuietApiCallback())->AsObject());
+    Field api = Object(new IPCObjectStub());
     using R = Right;
     return {
         {Code::SET_SHARE_ENABLE, R::SWITCH, {Of<int32_t>(2), Of<int32_t>(0), flag}, {0, 0, 0, 0}},
@@ -93,13 +93,8 @@ struct Caller {
     bool mayS;
     bool mayC;
 };
-
 constexpr Caller CALLERS[] = {
-    {"owner", true, true},
-    {"switch", true, false},
-    {"app", false, true},
-    {"plain", false, false},
-};
+    {"owner", true, true}, {"switch", true, false}, {"app", false, true}, {"plain", false, false}};
 
 int Ask(const sptr<IRemoteObject>& service, uint32_t code, const std::vector<Field>& fields, size_t count,
     const std::u16string& token = ITrellisService::GetDescriptor())
@@ -116,13 +111,9 @@ int Ask(const sptr<IRemoteObject>& service, uint32_t code, const std::vector<Fie
 
 int Expected(const Caller& caller, Right right, int result)
 {
-    if (right == Right::SWITCH && !caller.mayS) {
-        return -31;
-    }
-    if (right == Right::CAPABILITY && !caller.mayC) {
-        return -32;
-    }
-    return result;
+    const int refused = right == Right::SWITCH && !caller.mayS ? -31 : -32;
+    const bool may = right == Right::NONE || (right == Right::SWITCH ? caller.mayS : caller.mayC);
+    return may ? result : refused;
 }
 
 class DispatchProcess : public ProcessScene {};

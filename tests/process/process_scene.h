@@ -83,77 +83,49 @@ private:
     int children_ = 0;
 };
 
-// A callback that counts what it hears and does nothing else.
+// A callback that remembers the number of clients and counts losses.
 class CountingCallback : public TrellisCallbackStub {
 public:
     void OnEnableStatusChanged() override
     {
-        ++calls;
         if (during) {
             during();
         }
     }
     void OnDeviceFound(const ShareDeviceInfo&) override
-    {
-        ++calls;
-    }
+    {}
     void OnDeviceLost(const ShareDeviceInfo&) override
     {
-        ++calls;
         ++lost;
     }
     void OnTransStateChange(const ShareDeviceInfo&, int64_t, int64_t, int64_t) override
-    {
-        ++calls;
-    }
-    void OnSend(const ShareDeviceInfo&, const SendBean& bean) override
-    {
-        ++calls;
-        files = bean.uriList.size();
-    }
+    {}
+    void OnSend(const ShareDeviceInfo&, const SendBean&) override
+    {}
     void OnSendBytes(const ShareDeviceInfo&, const BytesInfo&) override
-    {
-        ++calls;
-    }
+    {}
     void OnCancel(const ShareDeviceInfo&) override
-    {
-        ++calls;
-    }
+    {}
     void OnSendFile(const ShareDeviceInfo&, const DataBean&) override
-    {
-        ++calls;
-    }
+    {}
     void OnConnectHub(std::string, int32_t value) override
     {
-        ++calls;
         count = value;
     }
     void OnCorvaneIdHeadImageReceive(const ShareDeviceInfo&, const std::string&) override
-    {
-        ++calls;
-    }
+    {}
     void OnThermalLevelChanged(int32_t, int32_t, int8_t, int8_t) override
-    {
-        ++calls;
-    }
+    {}
     void OnSwingPop(const ShareDeviceInfo&) override
-    {
-        ++calls;
-    }
+    {}
     void OnReportSwingEvent(int32_t, int32_t, int32_t, const std::string&) override
-    {
-        ++calls;
-    }
+    {}
     void OnSwitchNotifyComponent(int32_t) override
-    {
-        ++calls;
-    }
+    {}
 
     std::function<void()> during;
-    std::atomic<int> calls{0};
     std::atomic<int> lost{0};
     std::atomic<int> count{0}; // of clients, as told last
-    std::atomic<size_t> files{0};
 };
 
 class QuietSenderAction : public SenderActionCallbackStub {
@@ -168,12 +140,6 @@ public:
     {}
     void OnRecvBytesInfo(
         const sptr<PelagoReceiver>&, const std::string&, int32_t, const std::string&, const std::string&) override
-    {}
-};
-
-class QuietApiCallback : public ShareApiCallbackStub {
-public:
-    void OnShareEventOccurred(int32_t, int32_t, const ShareDeviceInfo&) override
     {}
 };
 

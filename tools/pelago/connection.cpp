@@ -96,6 +96,16 @@ ExitCode Control(const Context& context, const std::vector<std::string>& words, 
     return static_cast<ExitCode>(answer.result);
 }
 
+ExitCode RunControl(const Context& context, const std::vector<std::string>& words)
+{
+    Host::ControlAnswer answer;
+    ExitCode code = Control(context, words, answer);
+    if (code == EXIT_DONE && !answer.json.empty()) {
+        PrintJson(answer.json);
+    }
+    return code;
+}
+
 ExitCode ExplainFailure(const std::string& what)
 {
     switch (int32_t error = TrellisServiceProxy::LastError(); error) {

@@ -35,6 +35,9 @@ struct Connection {
 [[nodiscard]] ExitCode Control(
     const Context& context, const std::vector<std::string>& words, Host::ControlAnswer& answer);
 
+// Runs it and prints what it found.
+[[nodiscard]] ExitCode RunControl(const Context& context, const std::vector<std::string>& words);
+
 // Complains about the last call of a service proxy if it failed on its way, and says with which code to end;
 // EXIT_FAILED when it was the service that said no.
 [[nodiscard]] ExitCode ExplainFailure(const std::string& what);

@@ -27,12 +27,16 @@ constexpr Verb VERBS[] = {
     {"send", "send files or a text to a peer", SendVerb},
     {"cancel", "cancel what is being sent to a peer", CancelVerb},
     {"receive", "be the extension that shows offers and takes them", ReceiveVerb},
+    {"extension", "be the whole front end: dialogs, offers and notifications, answered as told", ExtensionVerb},
+    {"app", "be an application of the share API: told of gestures and knocks, answering with sends", AppVerb},
+    {"swing", "make the gesture that takes something to another device, or answer its dialog", SwingVerb},
+    {"tap", "touch another device", TapVerb},
     {"watch", "print the state of a device, then every change", WatchVerb},
     {"wait-for", "wait until something is so", WaitForVerb},
     {"dump", "what the service holds, for engineers", DumpVerb},
     {"log", "the log of a device", LogVerb},
     {"events", "the telemetry of a device", EventsVerb},
-    {"sim", "be the hardware and the people: radios, users, settings, faults", SimVerb},
+    {"sim", "be the hardware and the people: radios, users, windows, settings, faults; play a tap's events", SimVerb},
 };
 
 int Main(int argc, char** argv)

@@ -88,6 +88,7 @@ struct UpOptions {
     std::string type;
     std::string account;
     std::string logLevel;
+    bool noBytes = false;
 };
 
 std::vector<std::string> DaemonWords(const UpOptions& options, const DevicePaths& paths, int readyFd)
@@ -102,6 +103,9 @@ std::vector<std::string> DaemonWords(const UpOptions& options, const DevicePaths
     add("--type", options.type);
     add("--account", options.account);
     add("--log-level", options.logLevel);
+    if (options.noBytes) {
+        words.push_back("--no-bytes");
+    }
     return words;
 }
 
@@ -252,6 +256,7 @@ Action UpVerb(CLI::App& app)
     app.add_option("--type", options->type, "phone, tablet, pc, 2in1, watch, car or tv");
     app.add_option("--account", options->account, "hash of the account that it is signed in with");
     app.add_option("--log-level", options->logLevel, "debug, info, warn, error or fatal");
+    app.add_flag("--no-bytes", options->noBytes, "a device that takes files and texts, but no bytes");
     return [options](const Context& context) { return Up(context, *options); };
 }
 

@@ -9,6 +9,7 @@
 #include "output.h"
 #include "verbs.h"
 #include "watch.h"
+#include "watch_text.h"
 
 // Looking on: nothing here changes what is looked at, but for `watch --client`.
 namespace OHOS::Pelago::Tools {
@@ -57,6 +58,7 @@ size_t WatchQueue::TakeDropped()
 namespace {
 
 using Host::Json;
+using JsonValue = std::unique_ptr<cJSON, void (*)(cJSON*)>;
 
 // Ends the wait when the device goes.
 class DeviceDeath : public IRemoteObject::DeathRecipient {
@@ -74,23 +76,26 @@ private:
 
 } // namespace
 
-ExitCode StartWatching(const Context& context, Connection& connection, const sptr<WatchQueue>& queue)
+ExitCode StartWatching(const Context& context, Observation& observation)
 {
     std::optional<DevicePaths> paths;
     if (ExitCode code = FindDevice(context, paths); code != EXIT_DONE) {
         return code;
     }
+    Connection& connection = observation.connection;
     if (ExitCode code = Connection::Open(*paths, "owner", connection); code != EXIT_DONE) {
         return code;
     }
+    observation.queue = new WatchQueue();
     sptr<IRemoteObject> object = connection.samgr->GetSystemAbility(Host::AbilityId::DEVICE_CONTROL);
-    if (object == nullptr || !object->AddDeathRecipient(new DeviceDeath(queue))) {
-        Complain("the device '" + paths->Id() + "' cannot be observed");
+    if (object == nullptr || !object->AddDeathRecipient(new DeviceDeath(observation.queue))) {
+        Complain("the device '" + paths->Id() + "' cannot be observed; it may be going down: pelago devices");
         return EXIT_UNREACHABLE;
     }
-    Host::ControlResult result = Host::DeviceControlProxy(object).Watch(queue);
+    observation.control = new Host::DeviceControlProxy(object);
+    Host::ControlResult result = observation.control->Watch(observation.queue);
     if (result != Host::ControlResult::DONE) {
-        Complain("the device '" + paths->Id() + "' refuses to be observed");
+        Complain("the device '" + paths->Id() + "' refuses to be observed; only its owner may");
     }
     return static_cast<ExitCode>(result);
 }
@@ -98,14 +103,13 @@ ExitCode StartWatching(const Context& context, Connection& connection, const spt
 ExitCode WaitForState(const Context& context, const std::string& section,
     const std::function<bool(const cJSON* state)>& wanted, int seconds)
 {
-    Connection connection;
-    sptr<WatchQueue> queue = new WatchQueue();
-    if (ExitCode code = StartWatching(context, connection, queue); code != EXIT_DONE) {
+    Observation observation;
+    if (ExitCode code = StartWatching(context, observation); code != EXIT_DONE) {
         return code;
     }
     int64_t until = NowMs() + seconds * 1000LL;
-    while (auto message = queue->Take(until)) {
-        std::unique_ptr<cJSON, void (*)(cJSON*)> json(cJSON_Parse(message->c_str()), cJSON_Delete);
+    while (auto message = observation.queue->Take(until)) {
+        JsonValue json(cJSON_Parse(message->c_str()), cJSON_Delete);
         const cJSON* name = cJSON_GetObjectItemCaseSensitive(json.get(), "section");
         if (cJSON_IsString(name) && section == name->valuestring &&
             wanted(cJSON_GetObjectItemCaseSensitive(json.get(), "state"))) {
@@ -209,27 +213,48 @@ private:
     }
 };
 
+// Prints one message of the device; the switch's with the reason of its last change.
+void PrintChange(const Context& context, const std::string& message, SwitchReason& reason, WatchText& text)
+{
+    JsonValue json(cJSON_Parse(message.c_str()), cJSON_Delete);
+    const cJSON* name = cJSON_GetObjectItemCaseSensitive(json.get(), "section");
+    cJSON* state = cJSON_GetObjectItemCaseSensitive(json.get(), "state");
+    std::string section = cJSON_IsString(name) ? name->valuestring : "";
+    if (section == "switch") {
+        (void)cJSON_AddStringToObject(state, "reason", reason.Look().c_str());
+    }
+    if (context.json) {
+        std::unique_ptr<char, void (*)(void*)> whole(cJSON_PrintUnformatted(json.get()), cJSON_free);
+        PrintJson(whole == nullptr ? message : whole.get());
+        return;
+    }
+    for (const std::string& line : text.Changes(section, state)) {
+        PrintLine(line);
+    }
+}
+
 ExitCode Watch(const Context& context, bool asClient)
 {
-    Connection connection;
-    sptr<WatchQueue> queue = new WatchQueue();
-    if (ExitCode code = StartWatching(context, connection, queue); code != EXIT_DONE) {
+    Observation observation;
+    if (ExitCode code = StartWatching(context, observation); code != EXIT_DONE) {
         return code;
     }
     sptr<PrintingCallback> callback = new PrintingCallback();
     if (asClient) {
         Say("registered as a client: the service counts one more");
-        if (!connection.service->RegisterTrellisCallback(callback)) {
+        if (!observation.connection.service->RegisterTrellisCallback(callback)) {
             return ExplainFailure("registering");
         }
     }
-    while (auto message = queue->Take(-1)) {
-        if (size_t dropped = queue->TakeDropped(); dropped > 0) {
+    SwitchReason reason(observation.control);
+    WatchText text;
+    while (auto message = observation.queue->Take(-1)) {
+        if (size_t dropped = observation.queue->TakeDropped(); dropped > 0) {
             Say(std::to_string(dropped) + " changes came faster than they could be printed and were dropped");
         }
-        PrintJson(*message);
+        PrintChange(context, *message, reason, text);
     }
-    Complain("the device has gone");
+    Complain("the device has gone; start it with: pelago up");
     return EXIT_UNREACHABLE;
 }
 
@@ -254,33 +279,64 @@ bool HasPeer(const cJSON* peers, const std::string& wanted)
     return false;
 }
 
+// "SECTION.KEY=VALUE", taken apart; keys may go deeper: "device.radios.wifi=1".
+struct Wanted {
+    std::string section;
+    std::vector<std::string> keys;
+    std::string value;
+};
+
+std::optional<Wanted> WantedFrom(const std::string& text)
+{
+    size_t equals = text.find('=');
+    size_t dot = text.find('.');
+    if (equals == std::string::npos || dot >= equals) {
+        return std::nullopt;
+    }
+    Wanted wanted{text.substr(0, dot), {}, text.substr(equals + 1)};
+    while (dot < equals) {
+        size_t end = std::min(text.find('.', dot + 1), equals);
+        wanted.keys.push_back(text.substr(dot + 1, end - dot - 1));
+        dot = end;
+    }
+    return wanted;
+}
+
+bool IsSo(const cJSON* state, const Wanted& wanted)
+{
+    for (const std::string& key : wanted.keys) {
+        state = cJSON_GetObjectItemCaseSensitive(state, key.c_str());
+    }
+    if (cJSON_IsString(state)) {
+        return wanted.value == state->valuestring;
+    }
+    std::unique_ptr<char, void (*)(void*)> text(cJSON_PrintUnformatted(state), cJSON_free);
+    return text != nullptr && wanted.value == text.get();
+}
+
+constexpr const char* STATE_OF_ON = "switch.enableState=1";
+constexpr const char* STATE_OF_OFF = "switch.enableState=2";
+
 ExitCode WaitFor(const Context& context, const WaitOptions& options)
 {
     ExitCode code = EXIT_USAGE;
-    if (options.what == "peer") {
+    if (options.what == "peer" && !options.name.empty()) {
         code = WaitForState(
             context, "peers", [&options](const cJSON* peers) { return HasPeer(peers, options.name); }, options.seconds);
     } else {
-        int wanted = options.what == "on" ? 1 : 2;
-        auto isSo = [wanted](const cJSON* state) {
-            const cJSON* value = cJSON_GetObjectItemCaseSensitive(state, "enableState");
-            return cJSON_IsNumber(value) && value->valueint == wanted;
-        };
-        code = WaitForState(context, "switch", isSo, options.seconds);
+        auto wanted = WantedFrom(options.what == "on"    ? STATE_OF_ON
+                                 : options.what == "off" ? STATE_OF_OFF
+                                                         : options.name);
+        if (!wanted.has_value()) {
+            Complain("say what to wait for: pelago wait-for peer NAME, pelago wait-for state SECTION.KEY=VALUE; see "
+                     "`pelago -j watch` for sections and keys");
+            return EXIT_USAGE;
+        }
+        code = WaitForState(
+            context, wanted->section, [&wanted](const cJSON* state) { return IsSo(state, *wanted); }, options.seconds);
     }
     if (code == EXIT_TIMED_OUT) {
-        Complain("it did not come to that in " + std::to_string(options.seconds) + " s");
-    }
-    return code;
-}
-
-// Runs a command of the device's control and prints what it found.
-ExitCode RunControl(const Context& context, const std::vector<std::string>& words)
-{
-    Host::ControlAnswer answer;
-    ExitCode code = Control(context, words, answer);
-    if (code == EXIT_DONE && !answer.json.empty()) {
-        PrintJson(answer.json);
+        Complain("it did not come to that in " + std::to_string(options.seconds) + " s; how it is: pelago watch");
     }
     return code;
 }
@@ -319,10 +375,10 @@ Action WatchVerb(CLI::App& app)
 Action WaitForVerb(CLI::App& app)
 {
     auto options = std::make_shared<WaitOptions>();
-    app.add_option("what", options->what, "on, off, or peer NAME")
+    app.add_option("what", options->what, "on, off, peer NAME, or state SECTION.KEY=VALUE as `-j watch` shows it")
         ->required()
-        ->check(CLI::IsMember({"on", "off", "peer"}));
-    app.add_option("name", options->name, "id, name or contact of the peer");
+        ->check(CLI::IsMember({"on", "off", "peer", "state"}));
+    app.add_option("name", options->name, "id, name or contact of the peer; the state");
     app.add_option("--timeout", options->seconds, "seconds")->capture_default_str();
     return [options](const Context& context) { return WaitFor(context, *options); };
 }
@@ -348,12 +404,18 @@ Action EventsVerb(CLI::App& app)
 
 Action SimVerb(CLI::App& app)
 {
+    app.footer(
+        "Without words: all commands. `pelago sim tap knock|publish JSON|deliver JSON` plays one event of a tap, with "
+        "any text.");
     app.prefix_command(); // the words are the device's to read, dashes and all
     app.fallthrough(false);
     return [&app](const Context& context) {
-        std::vector<std::string> words{"sim"};
-        std::vector<std::string> rest = app.remaining();
-        words.insert(words.end(), rest.begin(), rest.end());
+        std::vector<std::string> words = app.remaining();
+        if (!words.empty() && words.front() == "tap") {
+            words.front() = "tap-event"; // the framework's, which only a daemon with the service in it can play
+        } else {
+            words.insert(words.begin(), "sim");
+        }
         return RunControl(context, words);
     };
 }

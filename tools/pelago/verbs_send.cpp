@@ -1,16 +1,12 @@
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <mutex>
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "callback_stubs.h"
@@ -18,6 +14,7 @@
 #include "hilog/host_text.h"
 #include "host/json_text.h"
 #include "output.h"
+#include "payload.h"
 #include "share_constants.h"
 #include "trellis_service_proxy.h"
 #include "verbs.h"
@@ -33,11 +30,6 @@ constexpr const char* PACKAGE_NAME = "pelago.cli";
 constexpr int64_t STALL_MS = 5000;
 constexpr int64_t BYTES_PER_SPEED = 1024; // the engine counts KiB a second
 constexpr int64_t TICK_MS = 200;          // how often a running send looks at its clock and at Ctrl-C
-
-// What the payload is, as the engine and the receiver's extension read it.
-constexpr int32_t MODULE_CLI = 0;
-constexpr int32_t TYPE_FILES = 0;
-constexpr int32_t TYPE_TEXT = 1;
 
 std::atomic<bool> g_interrupted{false};
 
@@ -330,89 +322,6 @@ struct SendOptions {
     int seconds = 10;
 };
 
-// What is sent, with the descriptors that it holds open.
-class Payload {
-public:
-    Payload() = default;
-    ~Payload()
-    {
-        for (const FileHolder& file : bean.uriList) {
-            (void)::close(file.fileFd); // read only: nothing to lose
-        }
-    }
-    Payload(const Payload&) = delete;
-    Payload& operator=(const Payload&) = delete;
-
-    // Complains and gives false when a file cannot be sent.
-    [[nodiscard]] bool Add(const std::string& path, bool asUri)
-    {
-        int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-        struct stat status {};
-        if (fd < 0 || ::fstat(fd, &status) != 0) {
-            Complain(path + ": " + std::strerror(errno));
-            return false;
-        }
-        if (!S_ISREG(status.st_mode)) {
-            (void)::close(fd);
-            Complain(path + " is not a regular file");
-            return false;
-        }
-        bean.totalSize += status.st_size;
-        ++bean.totalNum;
-        std::string name = path.substr(path.rfind('/') + 1);
-        if (asUri) {
-            (void)::close(fd);
-            return AddUri(path, name, status.st_size);
-        }
-        FileHolder holder;
-        holder.fileName_ = name;
-        holder.fileSize_ = status.st_size;
-        holder.fileFd = fd;
-        bean.uriList.push_back(holder);
-        return true;
-    }
-
-    SendBean bean;
-    DataBean data;
-
-private:
-    bool AddUri(const std::string& path, const std::string& name, int64_t size)
-    {
-        std::unique_ptr<char, void (*)(void*)> absolute(::realpath(path.c_str(), nullptr), std::free);
-        if (absolute == nullptr) {
-            Complain(path + ": " + std::strerror(errno));
-            return false;
-        }
-        FileItem item;
-        item.fileUri_ = std::string("file://") + absolute.get();
-        item.fileName_ = name;
-        item.fileSize_ = size;
-        data.fileItems.push_back(item);
-        data.totalNum = static_cast<int32_t>(data.fileItems.size());
-        data.totalSize += size;
-        return true;
-    }
-};
-
-[[nodiscard]] ExitCode Fill(const SendOptions& options, Payload& payload)
-{
-    if (options.files.size() > MAX_SHARED_FILES) {
-        Complain("at most " + std::to_string(MAX_SHARED_FILES) + " files go in one send");
-        return EXIT_LIMIT;
-    }
-    for (const std::string& path : options.files) {
-        if (!payload.Add(path, options.uris)) {
-            return EXIT_NO_SPACE;
-        }
-    }
-    payload.bean.sendModule = MODULE_CLI;
-    payload.bean.sendType = options.files.empty() ? TYPE_TEXT : TYPE_FILES;
-    payload.bean.text = options.text;
-    payload.data.sendModule = MODULE_CLI;
-    payload.data.text = options.text;
-    return EXIT_DONE;
-}
-
 // Follows a send to its end: draws the bar, says a stall in words, and cancels on Ctrl-C.
 class Follower {
 public:
@@ -490,7 +399,7 @@ ExitCode Send(const Context& context, const SendOptions& options)
         return EXIT_USAGE;
     }
     Payload payload;
-    if (ExitCode code = Fill(options, payload); code != EXIT_DONE) {
+    if (ExitCode code = payload.Fill(options.files, options.text, options.uris); code != EXIT_DONE) {
         return code;
     }
     (void)std::signal(SIGINT, OnInterrupt);
@@ -510,7 +419,7 @@ ExitCode Send(const Context& context, const SendOptions& options)
     if (!taken) {
         return ExplainFailure("sending");
     }
-    Follower follower(*peer, payload.bean.totalSize);
+    Follower follower(*peer, payload.TotalSize());
     Ending ending = follower.Follow(*discoverer, *session.Service().GetRefPtr());
     ending = Explained(ending, discoverer->LastError());
     if (context.json) {
@@ -518,7 +427,7 @@ ExitCode Send(const Context& context, const SendOptions& options)
                       .Put("peer", PeerJson(*peer))
                       .Put("ending", ending.text)
                       .Put("state", static_cast<int64_t>(ending.state))
-                      .Put("bytes", payload.bean.totalSize)
+                      .Put("bytes", payload.TotalSize())
                       .Text());
     } else {
         Say(EscapeForTerminal(options.to) + ": " + ending.text);

@@ -36,8 +36,15 @@ private:
     bool closed_ = false;
 };
 
+// What is observed: the device, its control, and what comes from it.
+struct Observation {
+    Connection connection;
+    sptr<Host::IDeviceControl> control;
+    sptr<WatchQueue> queue;
+};
+
 // Begins to observe; the first messages are the state as it is.
-[[nodiscard]] ExitCode StartWatching(const Context& context, Connection& connection, const sptr<WatchQueue>& queue);
+[[nodiscard]] ExitCode StartWatching(const Context& context, Observation& observation);
 
 // Observes until `wanted` says so of a section's state. EXIT_TIMED_OUT when the time is over.
 [[nodiscard]] ExitCode WaitForState(const Context& context, const std::string& section,

@@ -95,7 +95,7 @@ std::string Daemon::Start()
 {
     RaiseDescriptorLimit();
     for (auto step : {&Daemon::TakeFolder, &Daemon::TakeCard, &Daemon::ConfigureDevice, &Daemon::StartEngine,
-             &Daemon::StartService, &Daemon::ListenForClients}) {
+             &Daemon::StartNearField, &Daemon::StartService, &Daemon::ListenForClients}) {
         if (std::string reason = (this->*step)(); !reason.empty()) {
             return reason;
         }
@@ -172,6 +172,7 @@ std::string Daemon::StartEngine()
     config.device.name = card.name;
     config.device.type = CommonUtils::GetLocalDeviceType();
     config.device.accountHash = card.account;
+    config.device.capability = options_.takesBytes ? CAPABILITY_BYTES : 0;
     engine_ = std::make_shared<LocalEngine>(std::move(config));
     std::string error;
     if (!engine_->Start(error)) {
@@ -181,13 +182,20 @@ std::string Daemon::StartEngine()
     return {};
 }
 
+std::string Daemon::StartNearField()
+{
+    nearField_ = std::make_unique<NearField>(options_.card, CommonUtils::GetLocalDeviceType(), engine_);
+    return nearField_->Start() ? std::string() : "the engine has ended";
+}
+
 std::string Daemon::StartService()
 {
     if (!Host::AbilityRegistry::Instance().Publish()) {
         return "the ability registry is taken";
     }
     control_ = new Host::DeviceControl();
-    AddServiceSections(*control_, engine_, server_);
+    nearField_->AddTo(*control_);
+    AddServiceSections(*control_, engine_, *nearField_, server_);
     if (!control_->Publish()) {
         return "the device control is taken";
     }
@@ -228,6 +236,9 @@ bool Daemon::Stop()
         control_->Unpublish();
     }
     Host::AbilityRegistry::Instance().Shutdown();
+    if (nearField_ != nullptr) {
+        nearField_->Stop();
+    }
     DelayedRefSingleton<ShareClient>::GetInstance().InstallBackend(nullptr);
     if (engine_ != nullptr) {
         engine_->Stop();

@@ -8,6 +8,7 @@
 #include "host/device_control.h"
 #include "host/ipc_transport.h"
 #include "local_engine.h"
+#include "near_field.h"
 
 namespace OHOS::Pelago::Tools {
 
@@ -16,6 +17,7 @@ struct DaemonOptions {
     std::string logLevel; // "debug" ... "fatal"
     std::string logFile;  // empty: none
     bool logToStderr = false;
+    bool takesBytes = true; // a device that does not refuses sends of bytes, and says so before
 };
 
 // One device: its folders, its model, the engine, the service and the sockets. Owned by main, used by one thread.
@@ -41,6 +43,7 @@ private:
     [[nodiscard]] std::string TakeCard();
     [[nodiscard]] std::string ConfigureDevice();
     [[nodiscard]] std::string StartEngine();
+    [[nodiscard]] std::string StartNearField();
     [[nodiscard]] std::string StartService();
     [[nodiscard]] std::string ListenForClients();
 
@@ -48,6 +51,7 @@ private:
     const DevicePaths paths_;
     int lock_ = -1;
     std::shared_ptr<LocalEngine> engine_;
+    std::unique_ptr<NearField> nearField_;
     sptr<Host::DeviceControl> control_;
     Host::IpcServer server_;
     bool serviceStarted_ = false;

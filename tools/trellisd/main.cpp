@@ -102,6 +102,7 @@ int main(int argc, char** argv)
     app.add_option("--name", options.card.name, "the name that other devices show; remembered");
     app.add_option("--type", options.card.type, "phone, tablet, pc, 2in1, watch, car or tv; remembered");
     app.add_option("--account", options.card.account, "hash of the account that it is signed in with; remembered");
+    app.add_flag("!--no-bytes", options.takesBytes, "a device that cannot take sends of bytes");
     app.add_option("--log-level", options.logLevel, "debug, info, warn, error or fatal")
         ->check(CLI::IsMember({"debug", "info", "warn", "error", "fatal"}));
     app.add_option("--log-file", options.logFile, "append the log to this file");

@@ -4,6 +4,7 @@
 
 #include "core/trellis_service.h"
 #include "discovery/cache_map_manager.h"
+#include "gesture/corvane_share_callback_manager.h"
 #include "host/device.h"
 #include "host/json_text.h"
 #include "switch/share_switch_manager.h"
@@ -51,6 +52,36 @@ Json PeersJson()
         peers.Add(std::move(entry));
     }
     return peers;
+}
+
+Json GestureJson()
+{
+    TrellisService::SwingView view = TrellisService::GetSwingView();
+    CorvaneShareCallbackManager::Sizes known = DelayedSingleton<CorvaneShareCallbackManager>::GetInstance()->GetSizes();
+    Json json = Json::Object();
+    json.Put("gesture", static_cast<int64_t>(view.gesture))
+        .Put("concurrentId", view.concurrentId)
+        .Put("showMode", static_cast<int64_t>(view.showMode))
+        .Put("cacheType", static_cast<int64_t>(view.cacheType))
+        .Put("sending", view.sending)
+        .Put("subscribed", view.subscribed)
+        .Put("apps", Count(known.apps))
+        .Put("knock", Count(known.knock))
+        .Put("swing", Count(known.swing))
+        .Put("deaths", Count(known.deaths));
+    return json;
+}
+
+Json TapJson()
+{
+    TrellisService::TapView view = TrellisService::GetTapView();
+    Json json = Json::Object();
+    json.Put("senderRequested", view.senderRequested)
+        .Put("senderDeleting", view.senderDeleting)
+        .Put("preparing", view.preparing)
+        .Put("receiver", view.receiver)
+        .Put("delivering", view.delivering);
+    return json;
 }
 
 Json SizesJson()
@@ -139,11 +170,13 @@ Json EngineJson(const LocalEngine& engine)
 
 } // namespace
 
-void AddServiceSections(
-    Host::DeviceControl& control, const std::shared_ptr<LocalEngine>& engine, const Host::IpcServer& server)
+void AddServiceSections(Host::DeviceControl& control, const std::shared_ptr<LocalEngine>& engine,
+    const NearField& nearField, const Host::IpcServer& server)
 {
     control.AddSection("switch", [] { return SwitchJson().Text(); });
     control.AddSection("peers", [] { return PeersJson().Text(); });
+    control.AddSection("gesture", [] { return GestureJson().Text(); });
+    control.AddSection("tap", [] { return TapJson().Text(); });
     control.AddCommand("pid", [](const Host::Words&) { return Host::Done(std::to_string(::getpid())); });
     control.AddCommand("status", [](const Host::Words&) {
         Host::DeviceIdentity identity = Host::Device::Instance().Identity();
@@ -154,11 +187,14 @@ void AddServiceSections(
                               .Put("peers", PeersJson())
                               .Text());
     });
-    control.AddCommand("dump", [engine, &server](const Host::Words&) {
+    control.AddCommand("dump", [engine, &nearField, &server](const Host::Words&) {
         return Host::Done(Json::Object()
                               .Put("switch", SwitchJson())
                               .Put("sizes", SizesJson())
                               .Put("engine", EngineJson(*engine))
+                              .Put("gesture", GestureJson())
+                              .Put("tap", TapJson())
+                              .PutRaw("collab", nearField.ViewJson())
                               .Put("ipc", IpcJson(server))
                               .Put("brokenInvariants", FaultsJson())
                               .Put("peers", PeersJson())

@@ -4,13 +4,15 @@
 #include "host/device_control.h"
 #include "host/ipc_transport.h"
 #include "local_engine.h"
+#include "near_field.h"
 
 namespace OHOS::Pelago::Tools {
 
 // Adds to the control of the device what only a daemon with the service in it knows: the commands "status" and "dump",
-// and the sections "switch" and "peers" of what is watched. Reads the service's state; registers with nobody.
-void AddServiceSections(
-    Host::DeviceControl& control, const std::shared_ptr<LocalEngine>& engine, const Host::IpcServer& server);
+// and the sections "switch", "peers", "gesture" and "tap" of what is watched. Reads the service's state; registers with
+// nobody.
+void AddServiceSections(Host::DeviceControl& control, const std::shared_ptr<LocalEngine>& engine,
+    const NearField& nearField, const Host::IpcServer& server);
 
 } // namespace OHOS::Pelago::Tools
 

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -16,14 +17,24 @@ struct LocalDevice {
     std::string name; // as its owner typed it: any bytes; shown to others as UTF-8
     int32_t type = 0; // the type code of the record
     std::string accountHash;
-    int32_t capability = 0;
+    int32_t capability = 0; // bits; without CAPABILITY_BYTES, sends of bytes are refused
 };
 inline constexpr size_t MAX_LOCAL_DEVICE_ID = 64;
+inline constexpr int32_t CAPABILITY_BYTES = 4;
+
+// How long a peer that has accepted, or was accepted, may let a transfer stand still.
+inline constexpr int64_t STALL_LIMIT_MS = 30'000;
+// How long the device that a hand points at is looked for.
+inline constexpr int64_t SWING_FIND_MS = 5'000;
+// Bytes of a note.
+inline constexpr size_t MAX_NOTE_BYTES = 64 * 1024;
 
 struct LocalEngineConfig {
     std::string nearbyFolder; // absolute; made, with mode 0700, when it is missing; its parent must exist
     std::string contactsFile; // absolute, or empty for none; may come and go while the engine runs
     LocalDevice device;
+    int64_t stallLimitMs = STALL_LIMIT_MS; // shorter in tests, both
+    int64_t swingFindMs = SWING_FIND_MS;
 };
 
 // For the dump. Sizes are of now, the rest counts from Start.
@@ -53,7 +64,8 @@ struct LocalEngineCounters {
 // one process. It owns its files in the folder, one control thread, one queue of the scheduler for discovery and one
 // for each transfer, and a thread for each transfer that moves bytes. Any thread may call all but Start and Stop. Calls
 // answer at once; listeners hear what follows later, on a queue, with no lock of the engine held. For threaded time. It
-// does not know the service, does not decide who may share with whom, and listens on nothing but its socket.
+// does not know the service, does not decide who may share with whom, and listens on nothing but its two sockets in the
+// folder.
 class LocalEngine final : public ShareClientBackend {
 public:
     explicit LocalEngine(LocalEngineConfig config);
@@ -75,6 +87,25 @@ public:
 
     [[nodiscard]] LocalEngineCounters Counters() const;
 
+    // Notes: short texts between two devices, visible or not, over the engine's channel; whoever touches a device talks
+    // to it so. What a note says is between those who write and read it, and so is whether `from` is believed.
+    using NoteListener = std::function<void(const std::string& from, const std::string& note)>;
+    using NoteResult = std::function<void(bool taken)>;
+    // From now on notes are taken, and `listener` hears of them on a queue of the engine. False when the engine does
+    // not run.
+    [[nodiscard]] bool ServeNotes(NoteListener listener);
+    // `result` hears on the same queue, once, whether the device has taken the note; not at all once the engine stops.
+    // False, and it is not called, for a note that is too long and when the engine does not run.
+    [[nodiscard]] bool SendNote(const std::string& deviceId, const std::string& note, NoteResult result);
+
+    // Where the hand of this device's user points while a swing goes on; empty for nowhere. Forgotten when it was used,
+    // and when the swing is over.
+    void AimSwing(const std::string& deviceId);
+    // The content of the swing is there and shown: now the device that the hand points at is reported to those who
+    // subscribed for swings, with Discoverer::SWING, as soon as it can be reached. If that takes longer than
+    // SWING_FIND_MS they hear of the swing's failure and end instead.
+    void ShowSwing();
+
     [[nodiscard]] bool ConnectWithRetry() override; // whether the engine runs
     // Makes the device visible, unless the policy says otherwise; the result is told with PUBLISH_ID.
     [[nodiscard]] bool Publish(const sptr<IPublishListener>& listener) override;
@@ -87,11 +118,14 @@ public:
     // all of them anew. The id of a removal is not looked at.
     [[nodiscard]] bool Subscribe(const sptr<ISubscribeListener>& listener) override;
     [[nodiscard]] bool UnSubscribe(int subscribeId, const sptr<ISubscribeListener>& listener) override;
+    // The listener hears of the devices that a hand points at and of how swings end; of other peers it hears nothing.
     [[nodiscard]] bool SwingSubscribe(const sptr<ISubscribeListener>& listener) override;
     [[nodiscard]] bool SwingUnSubscribe(const sptr<ISubscribeListener>& listener) override;
 
-    // Adds the device's discoverer flags to those of the peer, or sets them if `updateFlag` is not 0, and reports the
-    // peer, with its contact, to `listener`. A device that discovery has not seen is reported as it was given.
+    // A tap has found the device: connects to it, adds its discoverer flags to those of the peer, and reports it with
+    // what both the tap and its description say to `listener`. False when it cannot be reached. With an `updateFlag`
+    // the tap is known already and only its address is new: that is kept, and nobody hears of it; false for a device
+    // that no tap has found. The listener hears of the loss, too, if nobody has subscribed.
     [[nodiscard]] bool OnCollabDeviceFound(
         const sptr<ShareDevice>& device, const sptr<ISubscribeListener>& listener, uint32_t updateFlag) override;
     // False for a device that is not known.
@@ -109,10 +143,13 @@ public:
     // Whether SendFile would open the URI for this caller.
     [[nodiscard]] bool ApplyUriPermission(const std::string& uri) override;
 
-    void ReportSwingEvent(int32_t event, int32_t x, int32_t y, const std::string& text) override; // no gestures here
-    [[nodiscard]] bool GetNudgePublishInfo(std::string& info) override;                           // this device as JSON
+    // SWING_OVER ends the search for the device that the hand points at. Other events mean nothing here.
+    void ReportSwingEvent(int32_t event, int32_t x, int32_t y, const std::string& text) override;
+    // What this device tells of itself to one that taps it: a JSON text.
+    [[nodiscard]] bool GetNudgePublishInfo(std::string& info) override;
 
     static constexpr int PUBLISH_ID = 9024; // what publish results carry
+    static constexpr int32_t SWING_OVER = 10000;
 
 private:
     class Impl;

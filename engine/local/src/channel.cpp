@@ -48,6 +48,7 @@ void Channel::Finish()
 {
     SetHandlers(nullptr, nullptr);
     finishing_ = true;
+    loop_.CancelTimer(unread_); // CLOSE_LIMIT_MS holds from here on
     if (out_.empty() || !IsOpen()) {
         Close();
         return;
@@ -60,6 +61,7 @@ void Channel::Close()
 {
     loop_.Forget(std::exchange(watch_, 0));
     loop_.CancelTimer(unfinished_);
+    loop_.CancelTimer(unread_);
     socket_.Reset();
     inFd_.Reset();
     out_.clear();
@@ -164,11 +166,28 @@ void Channel::GuardUnfinished()
     }
 }
 
+// A peer that reads nothing would have what is told to it pile up here.
+void Channel::GuardUnread(bool tookSome)
+{
+    if (tookSome || out_.empty()) {
+        loop_.CancelTimer(unread_);
+    }
+    if (IsOpen() && !out_.empty() && !finishing_ && unread_ == 0) {
+        unread_ = loop_.After(UNREAD_FRAME_MS, [this] {
+            unread_ = 0;
+            End("reads nothing");
+        });
+    }
+}
+
 void Channel::Flush()
 {
+    bool tookSome = false;
     while (IsOpen() && !out_.empty() && WriteSome(out_.front())) {
+        tookSome = true;
         out_.pop_front();
     }
+    GuardUnread(tookSome);
     if (IsOpen() && out_.empty() && finishing_) {
         Close();
         return;

@@ -15,6 +15,7 @@
 namespace OHOS::Pelago::Local {
 
 inline constexpr int64_t UNFINISHED_FRAME_MS = 10'000; // from the first byte of a frame to its last
+inline constexpr int64_t UNREAD_FRAME_MS = 30'000;     // for a peer to take a frame that waits for it
 inline constexpr int64_t CLOSE_LIMIT_MS = 5'000;       // for a peer to take, or to send, the last words
 
 // One connection between two engines: frames both ways, ACCEPT with one descriptor.
@@ -59,6 +60,7 @@ private:
     [[nodiscard]] bool TakeDescriptors(const msghdr& message);
     void TakeFrames();
     void GuardUnfinished();
+    void GuardUnread(bool tookSome);
     void Flush();
     [[nodiscard]] bool WriteSome(Outgoing& message);
     void End(const char* why);
@@ -68,6 +70,7 @@ private:
     UniqueFd socket_;
     ControlLoop::Id watch_ = 0;
     ControlLoop::Id unfinished_ = 0;
+    ControlLoop::Id unread_ = 0;
     ControlLoop::Id lingering_ = 0;
     FrameHandler onFrame_;
     EndHandler onEnd_;

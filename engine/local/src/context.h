@@ -1,6 +1,7 @@
 #ifndef PELAGO_ENGINE_LOCAL_CONTEXT_H
 #define PELAGO_ENGINE_LOCAL_CONTEXT_H
 
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -37,6 +38,7 @@ struct Context {
     LocalEngineCounters counters; // those that count up, and the two settings
     std::set<std::shared_ptr<Transfer>> sending;
     std::set<std::shared_ptr<Transfer>> receiving; // accepted
+    std::function<void()> onSwingSent;             // a transfer of a swing has ended, however
 };
 
 // A thread that one transfer's bytes block on, started with the first piece of work. Belongs to the loop's thread.

@@ -21,6 +21,7 @@ constexpr int64_t STEADY_LINK_MS = 1'000; // a link that lived so long is no pee
 constexpr int64_t SOON_MS = 100;          // for a peer that has too many waiting just now
 constexpr int DISCOVER_DONE = 0;
 constexpr int DISCOVER_FAILED = -1;
+constexpr int SENDER_ROLE = 1; // who swings
 
 int64_t NowMs()
 {
@@ -45,66 +46,101 @@ bool SameContact(const ContactInfo& a, const ContactInfo& b)
     return a.contactId == b.contactId && a.name == b.name && a.avatar == b.avatar;
 }
 
-} // namespace
-
-void NearbyReports::Post(ControlLoop::Work report)
+// Adds it once, and says whether it was not there.
+bool AddOnce(std::vector<sptr<IRemoteObject>>& listeners, const sptr<IRemoteObject>& listener)
 {
-    // Without a thread nobody can be told; the scheduler has said so in the log.
-    (void)queue_->Post([activity = activity_, report = std::move(report)] {
-        if (activity->Enter()) {
-            report();
-            activity->Leave();
-        }
-    });
+    bool isNew = std::find(listeners.begin(), listeners.end(), listener) == listeners.end();
+    if (isNew) {
+        listeners.push_back(listener);
+    }
+    return isNew;
 }
+
+[[nodiscard]] bool Remove(std::vector<sptr<IRemoteObject>>& listeners, const sptr<IRemoteObject>& listener)
+{
+    auto found = std::find(listeners.begin(), listeners.end(), listener);
+    if (found == listeners.end()) {
+        return false;
+    }
+    listeners.erase(found);
+    return true;
+}
+
+} // namespace
 
 void NearbyReports::Found(const sptr<IRemoteObject>& listener, const sptr<ShareDevice>& device)
 {
-    Post([listener, device] { SubscribeListenerProxy(listener).OnDeviceFound(device); });
+    queue_.Post([listener, device] { SubscribeListenerProxy(listener).OnDeviceFound(device); });
 }
 
 void NearbyReports::Lost(const sptr<IRemoteObject>& listener, const sptr<ShareDevice>& device)
 {
-    Post([listener, device] { SubscribeListenerProxy(listener).OnDeviceLost(device); });
+    queue_.Post([listener, device] { SubscribeListenerProxy(listener).OnDeviceLost(device); });
 }
 
 void NearbyReports::DiscoverResult(const sptr<IRemoteObject>& listener, int reason)
 {
-    Post([listener, reason] { SubscribeListenerProxy(listener).OnDiscoverResult(LocalEngine::PUBLISH_ID, reason); });
+    queue_.Post(
+        [listener, reason] { SubscribeListenerProxy(listener).OnDiscoverResult(LocalEngine::PUBLISH_ID, reason); });
 }
 
 void NearbyReports::PublishResult(const sptr<IRemoteObject>& listener, int reason)
 {
-    Post([listener, reason] { PublishListenerProxy(listener).OnPublishResult(LocalEngine::PUBLISH_ID, reason); });
+    queue_.Post(
+        [listener, reason] { PublishListenerProxy(listener).OnPublishResult(LocalEngine::PUBLISH_ID, reason); });
+}
+
+// No device: with one, the service would cancel what it sends to it.
+void NearbyReports::SwingStatus(const sptr<IRemoteObject>& listener, int code)
+{
+    queue_.Post([listener, code] {
+        std::string noDevice;
+        SubscribeListenerProxy(listener).OnSwingStatus(SENDER_ROLE, noDevice, code);
+    });
 }
 
 void Discovery::Subscribe(const sptr<IRemoteObject>& listener)
 {
-    bool runs = inotify_ || Begin();
+    bool isFirst = listeners_.empty();
+    AddOnce(listeners_, listener);
+    bool runs = Update();
     reports_->DiscoverResult(listener, runs ? DISCOVER_DONE : DISCOVER_FAILED);
-    for (const auto& [id, peer] : peers_) {
+    for (auto& [id, peer] : peers_) {
+        peer.flags |= Discoverer::ORDINARY;
+        peer.reported = RecordOf(peer);
         reports_->Found(listener, peer.reported);
     }
-    bool isNew = std::find(listeners_.begin(), listeners_.end(), listener) == listeners_.end();
-    if (isNew) {
-        listeners_.push_back(listener);
-    }
-    if (peers_.empty()) {
+    if (isFirst || peers_.empty()) {
         LookAtAll();
     }
 }
 
 bool Discovery::UnSubscribe(const sptr<IRemoteObject>& listener)
 {
-    auto found = std::find(listeners_.begin(), listeners_.end(), listener);
-    if (found == listeners_.end()) {
+    if (!Remove(listeners_, listener)) {
         return false;
     }
-    listeners_.erase(found);
-    if (listeners_.empty()) {
-        End();
-    }
+    (void)Update(); // it has looked until now, or nobody could
     return true;
+}
+
+void Discovery::SwingSubscribe(const sptr<IRemoteObject>& listener)
+{
+    AddOnce(swingListeners_, listener);
+}
+
+bool Discovery::SwingUnSubscribe(const sptr<IRemoteObject>& listener)
+{
+    return Remove(swingListeners_, listener);
+}
+
+bool Discovery::Update()
+{
+    if (listeners_.empty() && searching_ == 0) {
+        End();
+        return false;
+    }
+    return inotify_ || Begin();
 }
 
 bool Discovery::Begin()
@@ -134,13 +170,19 @@ void Discovery::End()
         context_->loop.CancelTimer(timer);
     }
     lookingAgain_.clear();
-    peers_.clear(); // nobody hears of it, and their channels close
+    for (auto peer = peers_.begin(); peer != peers_.end();) {
+        // Nobody hears of it, and their channels close.
+        peer = peer->second.keepers.empty() ? peers_.erase(peer) : std::next(peer);
+    }
 }
 
 void Discovery::Drop()
 {
     listeners_.clear();
+    swingListeners_.clear();
+    EndSearch();
     End();
+    peers_.clear();
 }
 
 void Discovery::OnFolderEvents()
@@ -196,7 +238,8 @@ void Discovery::LookAtAll()
 
 void Discovery::Look(const std::string& id)
 {
-    if (id == context_->device.id || !inotify_) {
+    bool isWanted = !listeners_.empty() || id == aim_ || peers_.count(id) != 0;
+    if (id == context_->device.id || !inotify_ || !isWanted) {
         return;
     }
     std::string why;
@@ -240,8 +283,12 @@ void Discovery::Connect(const LocalDevice& device)
         [this, id = device.id](const char* why) { OnLinkEnd(id, why); });
     link->Send(FrameType::WATCH);
     Peer& peer = peers_[device.id];
-    peer = {device, std::move(link), NowMs(), nullptr};
+    peer.device = device;
+    peer.link = std::move(link);
+    peer.sinceMs = NowMs();
+    peer.flags = listeners_.empty() ? 0 : Discoverer::ORDINARY;
     Report(peer);
+    TryAim();
 }
 
 // The peer, or one that took its place, may be there all the same: its files say so, and who is refused removes them.
@@ -281,7 +328,8 @@ void Discovery::Lose(const std::string& id)
     if (found == peers_.end()) {
         return;
     }
-    for (const auto& listener : listeners_) {
+    // Whoever subscribed hears of everything; the others, of what they were told of.
+    for (const auto& listener : listeners_.empty() ? found->second.keepers : listeners_) {
         reports_->Lost(listener, found->second.reported);
     }
     auto link = found->second.link;
@@ -301,57 +349,133 @@ void Discovery::ReloadContacts()
 
 void Discovery::Report(Peer& peer)
 {
-    peer.reported = RecordOf(peer.device);
+    peer.reported = RecordOf(peer);
     for (const auto& listener : listeners_) {
         reports_->Found(listener, peer.reported);
     }
 }
 
-sptr<ShareDevice> Discovery::RecordOf(const LocalDevice& device) const
+void Discovery::ReportTo(Peer& peer, const sptr<IRemoteObject>& keeper)
 {
-    sptr<ShareDevice> record = new ShareDevice();
-    record->SetDeviceId(device.id);
-    record->SetDeviceName(device.name);
-    record->SetDeviceType(device.type);
-    record->SetAccountHash(device.accountHash);
-    record->SetCapability(device.capability);
-    record->contactInfo = contacts_.Of(device.accountHash);
-    record->discoveredBy_ = FlagsOf(device.id);
+    AddOnce(peer.keepers, keeper);
+    peer.reported = RecordOf(peer);
+    reports_->Found(keeper, peer.reported);
+}
+
+// The description is the peer's own word of now; a tap adds what descriptions do not tell.
+sptr<ShareDevice> Discovery::RecordOf(const Peer& peer) const
+{
+    sptr<ShareDevice> record = peer.tapped == nullptr ? new ShareDevice() : new ShareDevice(*peer.tapped);
+    record->SetDeviceId(peer.device.id);
+    record->SetDeviceName(peer.device.name);
+    record->SetDeviceType(peer.device.type);
+    record->SetAccountHash(peer.device.accountHash);
+    record->SetCapability(peer.device.capability);
+    record->contactInfo = contacts_.Of(peer.device.accountHash);
+    record->discoveredBy_ = peer.flags;
     return record;
 }
 
-uint32_t Discovery::FlagsOf(const std::string& deviceId) const
+bool Discovery::Reach(const std::string& id)
 {
-    auto found = flags_.find(deviceId);
-    return found == flags_.end() ? Discoverer::ORDINARY : found->second;
+    std::string why;
+    if (peers_.count(id) == 0 && id != context_->device.id && NearbyFolder::IsDeviceId(id)) {
+        if (auto device = context_->folder.ReadDescription(id, why); device.has_value()) {
+            contacts_.Load(context_->config.contactsFile); // nobody may have wanted them before
+            Connect(*device);
+        }
+    }
+    return peers_.count(id) != 0;
 }
 
-void Discovery::OnCollabDevice(const ShareDevice& device, const sptr<IRemoteObject>& listener, uint32_t updateFlag)
+void Discovery::OnTap(const ShareDevice& device, const sptr<IRemoteObject>& listener)
 {
-    const std::string& id = device.GetDeviceId();
-    auto peer = peers_.find(id);
-    bool isKnown = peer != peers_.end() || flags_.count(id) != 0;
-    uint32_t flags = device.GetDiscoveredBy() | (isKnown && updateFlag == 0 ? FlagsOf(id) : 0);
-    flags_[id] = flags;
-    sptr<ShareDevice> record = peer == peers_.end() ? new ShareDevice(device) : RecordOf(peer->second.device);
-    record->discoveredBy_ = flags;
-    if (peer != peers_.end()) {
-        peer->second.reported = record;
-    } else if (record->contactInfo.contactId == 0) {
-        record->contactInfo = contacts_.Of(record->accountHash_);
+    auto found = peers_.find(device.GetDeviceId());
+    if (found == peers_.end()) {
+        return;
     }
-    reports_->Found(listener, record);
+    found->second.tapped = new ShareDevice(device);
+    found->second.flags |= device.GetDiscoveredBy();
+    ReportTo(found->second, listener);
+}
+
+bool Discovery::RefreshTap(const ShareDevice& device)
+{
+    auto found = peers_.find(device.GetDeviceId());
+    if (found == peers_.end() || found->second.tapped == nullptr) {
+        return false;
+    }
+    found->second.tapped = new ShareDevice(device);
+    return true;
 }
 
 bool Discovery::ClearFlag(const std::string& deviceId, uint32_t flag)
 {
-    auto peer = peers_.find(deviceId);
-    if (peer == peers_.end() && flags_.count(deviceId) == 0) {
+    auto found = peers_.find(deviceId);
+    if (found == peers_.end()) {
         return false;
     }
-    uint32_t rest = FlagsOf(deviceId) & ~flag;
-    flags_[deviceId] = rest;
+    found->second.flags &= ~flag;
     return true;
+}
+
+void Discovery::AimSwing(const std::string& id)
+{
+    EndSearch();
+    aim_ = id;
+}
+
+void Discovery::ShowSwing()
+{
+    if (aim_.empty() || searching_ != 0) {
+        return; // it shows something new for the same hand
+    }
+    searching_ = context_->loop.After(context_->config.swingFindMs, [this] {
+        searching_ = 0;
+        TellSwing(SWING_NOT_FOUND);
+        TellSwing(SWING_ENDED); // forgets what waits for a device
+        EndSearch();
+    });
+    if (Reach(aim_)) { // which may have come to TryAim already
+        TryAim();
+    } else if (Update()) {
+        Look(aim_); // it may have come between the two
+    }
+}
+
+void Discovery::TryAim()
+{
+    auto found = peers_.find(aim_);
+    if (searching_ == 0 || found == peers_.end()) {
+        return;
+    }
+    Peer& peer = found->second;
+    peer.flags = (peer.flags & ~Discoverer::TAP) | Discoverer::SWING; // with both it would count as a tap
+    for (const auto& listener : swingListeners_) {
+        ReportTo(peer, listener);
+    }
+    EndSearch();
+}
+
+void Discovery::EndSearch()
+{
+    context_->loop.CancelTimer(searching_);
+    aim_.clear();
+    (void)Update(); // as in UnSubscribe
+}
+
+void Discovery::OnSwingSent()
+{
+    if (aim_.empty()) {
+        TellSwing(SWING_ENDED);
+    }
+}
+
+void Discovery::TellSwing(int code)
+{
+    for (const auto& listener : swingListeners_) {
+        reports_->SwingStatus(listener, code);
+    }
 }
 
 } // namespace OHOS::Pelago::Local

@@ -10,30 +10,33 @@
 #include "channel.h"
 #include "contacts.h"
 #include "context.h"
+#include "listener_queue.h"
 #include "share_device.h"
 
 namespace OHOS::Pelago::Local {
 
-// Calls the discovery and publish listeners, in order, on a queue of its own. Any thread.
+// Calls the discovery, swing and publish listeners, in order, on a queue of its own. Any thread.
 class NearbyReports {
 public:
-    explicit NearbyReports(std::shared_ptr<Activity> activity)
-        : activity_(std::move(activity)), queue_(Host::Scheduler::Instance().CreateQueue("share-nearby"))
+    explicit NearbyReports(std::shared_ptr<Activity> activity) : queue_(std::move(activity), "share-nearby")
     {}
     void Found(const sptr<IRemoteObject>& listener, const sptr<ShareDevice>& device);
     void Lost(const sptr<IRemoteObject>& listener, const sptr<ShareDevice>& device);
     void DiscoverResult(const sptr<IRemoteObject>& listener, int reason);
     void PublishResult(const sptr<IRemoteObject>& listener, int reason);
+    void SwingStatus(const sptr<IRemoteObject>& listener, int code);
 
 private:
-    void Post(ControlLoop::Work report);
-
-    const std::shared_ptr<Activity> activity_;
-    const std::shared_ptr<Host::TaskQueue> queue_;
+    ListenerQueue queue_;
 };
 
+// How a swing of this device ends, as OnSwingStatus tells it.
+inline constexpr int SWING_NOT_FOUND = 0; // nothing was there where the hand pointed, in time
+inline constexpr int SWING_ENDED = 100;
+
 // Finds the devices of the folder while somebody subscribes: each one that is described and can be connected to, until
-// that connection ends or its description goes. On the loop's thread.
+// that connection ends or its description goes. A device that a tap or a hand has named is connected to as well, and
+// kept until that connection ends, whether somebody subscribes or not. On the loop's thread.
 class Discovery {
 public:
     Discovery(std::shared_ptr<Context> context, std::shared_ptr<NearbyReports> reports)
@@ -41,8 +44,21 @@ public:
     {}
     void Subscribe(const sptr<IRemoteObject>& listener);
     [[nodiscard]] bool UnSubscribe(const sptr<IRemoteObject>& listener); // false for one that is not there
-    void OnCollabDevice(const ShareDevice& device, const sptr<IRemoteObject>& listener, uint32_t updateFlag);
+    void SwingSubscribe(const sptr<IRemoteObject>& listener);
+    [[nodiscard]] bool SwingUnSubscribe(const sptr<IRemoteObject>& listener); // likewise
+
+    // Whether the device is connected to, or can be now.
+    [[nodiscard]] bool Reach(const std::string& id);
+    // For a device that has been reached; if it went meanwhile, nobody hears of it.
+    void OnTap(const ShareDevice& device, const sptr<IRemoteObject>& listener);
+    [[nodiscard]] bool RefreshTap(const ShareDevice& device);
     [[nodiscard]] bool ClearFlag(const std::string& deviceId, uint32_t flag);
+
+    void AimSwing(const std::string& id);
+    void ShowSwing();
+    void EndSearch();
+    // A transfer of a swing has ended, unless the next swing goes on already.
+    void OnSwingSent();
     void Drop();
 
     [[nodiscard]] size_t Peers() const
@@ -58,10 +74,15 @@ private:
     struct Peer {
         LocalDevice device;
         std::shared_ptr<Channel> link;
-        int64_t sinceMs = 0;        // boot time of the connection
-        sptr<ShareDevice> reported; // as it was found last: it is lost with the same contact
+        int64_t sinceMs = 0;                      // boot time of the connection
+        uint32_t flags = 0;                       // of Discoverer
+        sptr<ShareDevice> tapped;                 // what a tap has told of it
+        sptr<ShareDevice> reported;               // as it was found last: it is lost with the same contact
+        std::vector<sptr<IRemoteObject>> keepers; // told of it by a tap or a swing
     };
 
+    // Looks for devices while somebody wants them.
+    [[nodiscard]] bool Update();
     [[nodiscard]] bool Begin();
     void End();
     void OnFolderEvents();
@@ -74,19 +95,23 @@ private:
     void Lose(const std::string& id);
     void ReloadContacts();
     void Report(Peer& peer);
-    [[nodiscard]] sptr<ShareDevice> RecordOf(const LocalDevice& device) const;
-    [[nodiscard]] uint32_t FlagsOf(const std::string& deviceId) const;
+    void ReportTo(Peer& peer, const sptr<IRemoteObject>& keeper);
+    void TryAim();
+    void TellSwing(int code);
+    [[nodiscard]] sptr<ShareDevice> RecordOf(const Peer& peer) const;
 
     const std::shared_ptr<Context> context_;
     const std::shared_ptr<NearbyReports> reports_;
     std::vector<sptr<IRemoteObject>> listeners_;
+    std::vector<sptr<IRemoteObject>> swingListeners_;
     Contacts contacts_;
     std::map<std::string, Peer> peers_;
-    std::map<std::string, uint32_t> flags_; // of devices that anything else than discovery has found
     UniqueFd inotify_;
     ControlLoop::Id watch_ = 0;
     int folderWatch_ = -1;
     std::map<std::string, ControlLoop::Id> lookingAgain_;
+    std::string aim_;               // where the hand points; empty: nowhere
+    ControlLoop::Id searching_ = 0; // ends the search for it; 0 while its content is not shown
 };
 
 } // namespace OHOS::Pelago::Local

@@ -31,6 +31,7 @@ constexpr EndingRow ROWS[] = {
     {Ending::TOO_LARGE,             "preview too large",      S::ERROR,   EngineError::TOO_LARGE,              R::PROTOCOL,            0},
     {Ending::SOURCE_CHANGED,        "source changed",         S::ERROR,   EngineError::SOURCE_CHANGED,         R::IO_ERROR,            EngineError::SOURCE_CHANGED},
     {Ending::BAD_SOURCE,            "bad source",             S::ERROR,   EngineError::BAD_SOURCE,             R::IO_ERROR,            EngineError::BAD_SOURCE},
+    {Ending::STALLED,               "stalled",                S::ERROR,   EngineError::PEER_LOST,              R::PEER_LOST,           EngineError::PEER_LOST},
     {Ending::LOST,                  "peer lost",              S::ERROR,   EngineError::PEER_LOST,              R::PEER_LOST,           EngineError::PEER_LOST},
     {Ending::UNREACHABLE,           "unreachable",            S::ERROR,   EngineError::UNREACHABLE,            R::PEER_LOST,           EngineError::PEER_LOST},
     {Ending::NOT_ALLOWED,           "not allowed",            S::ERROR,   EngineError::NOT_ALLOWED,            R::IO_ERROR,            0},

@@ -26,10 +26,11 @@ enum class Ending : int32_t {
     TOO_LARGE = 11,
     SOURCE_CHANGED = 12,
     BAD_SOURCE = 13,
+    STALLED = 14,
     // The rest never travels.
-    LOST = 14,
-    UNREACHABLE = 15,
-    NOT_ALLOWED = 16,
+    LOST = 15,
+    UNREACHABLE = 16,
+    NOT_ALLOWED = 17,
 };
 
 // An ending and the words for it.

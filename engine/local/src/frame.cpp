@@ -21,6 +21,7 @@ constexpr FrameRow ROWS[] = {
     {FrameType::FINISH, 0, 0},
     {FrameType::ABORT, 8, MAX_ENDING_BYTES},
     {FrameType::END, 8, MAX_ENDING_BYTES},
+    {FrameType::NOTE, 8, MAX_NOTE_FRAME_BYTES},
 };
 
 template <typename T>

@@ -19,12 +19,14 @@ enum class FrameType : uint8_t {
     FINISH = 6, // sender: all bytes are on their way and the sources were what was offered
     ABORT = 7,  // sender: an Ending and a text
     END = 8,    // receiver: an Ending and a text; the last frame
+    NOTE = 9,   // to a device's socket for notes: who, and what
 };
 
 inline constexpr uint8_t CHANNEL_VERSION = 1;
 inline constexpr size_t FRAME_HEADER_BYTES = 8;
 inline constexpr size_t MAX_OFFER_BYTES = 1024 * 1024;
 inline constexpr size_t MAX_ENDING_BYTES = 1024;
+inline constexpr size_t MAX_NOTE_FRAME_BYTES = 65 * 1024;
 
 struct FrameHeader {
     FrameType type;

@@ -11,10 +11,10 @@
 #include "byte_pump.h"
 #include "engine_handles.h"
 #include "engine_listener_proxies.h"
+#include "gesture_states.h"
 #include "hilog/host_text.h"
 #include "share_constants.h"
 #include "share_log.h"
-#include "transmit_param.h"
 
 namespace OHOS::Pelago::Local {
 namespace {
@@ -105,14 +105,30 @@ void Incoming::Ask(const RecvPreview& preview)
     sptr<PelagoReceiver> handle = new Handle(shared_from_this());
     handle_ = handle;
     listeners_->Post([self = shared_from_this(), handle, preview] {
-        if (self->offer_.kind == OfferKind::BYTES) {
-            self->listener_->OnRecvBytesInfo(handle, std::to_string(self->offer_.sendType), preview);
-        } else {
-            self->listener_->OnPreviewReceive(handle, preview);
-        }
+        self->Show(handle, preview);
         // A loop that has stopped needs to know nothing.
         (void)self->context_->loop.Post([self] { self->OnShown(); });
     });
+}
+
+bool Incoming::IsOf(TransmitEventType event) const
+{
+    return offer_.eventType == static_cast<int32_t>(event);
+}
+
+// On the listener's queue.
+void Incoming::Show(const sptr<PelagoReceiver>& handle, const RecvPreview& preview) const
+{
+    if (IsOf(TransmitEventType::TAP)) {
+        listener_->OnMotionState(offer_.eventType, ReceiverMotion::CONTINUES, 0);
+    } else if (IsOf(TransmitEventType::SWING)) {
+        listener_->OnPopSwing(handle, preview, true);
+    }
+    if (offer_.kind == OfferKind::BYTES) {
+        listener_->OnRecvBytesInfo(handle, std::to_string(offer_.sendType), preview);
+    } else {
+        listener_->OnPreviewReceive(handle, preview);
+    }
 }
 
 void Incoming::OnShown()
@@ -162,6 +178,7 @@ int32_t Incoming::Accept(UniqueFd directory, const sptr<IReceiveProgress>& progr
     context_->loop.CancelTimer(timer_);
     context_->receiving.insert(shared_from_this());
     state_ = State::ACCEPTED;
+    TellGestureAnswered();
     if (!OpenByteSocket(forSender)) {
         EndWith({Ending::RECEIVER_IO, "no socket can be opened"});
         return RECEIVER_OK; // taken: the progress object hears how it went on
@@ -217,7 +234,17 @@ void Incoming::StartBytes()
         [self] { self->OnBytesReceived(); });
     if (!moving_) {
         EndWith({Ending::RECEIVER_IO, "no thread can be started"});
+    } else {
+        GuardStall();
     }
+}
+
+void Incoming::GuardStall()
+{
+    context_->loop.CancelTimer(timer_);
+    timer_ = context_->loop.After(context_->config.stallLimitMs, [this] {
+        EndWith({Ending::STALLED, "the sender stands still"});
+    });
 }
 
 void Incoming::OnTaken(uint64_t taken)
@@ -225,6 +252,7 @@ void Incoming::OnTaken(uint64_t taken)
     if (state_ != State::ACCEPTED) {
         return;
     }
+    GuardStall();
     channel_->Send(FrameType::TAKEN, BodyWriter().U64(taken).Bytes());
     int64_t speed = speed_->At(taken, NowMs());
     reports_->TellProgress([progress = progress_, taken, total = total_, speed] {
@@ -246,6 +274,7 @@ void Incoming::OnBytesReceived()
         CommitIfReady();
     } else if (outcome.ending == Ending::LOST) {
         // The sender stopped: it says why, or goes, or is no sender.
+        context_->loop.CancelTimer(timer_);
         timer_ = context_->loop.After(CLOSE_LIMIT_MS, [this] { EndWith({Ending::PROTOCOL, "the bytes stopped"}); });
     } else {
         EndWith(outcome);
@@ -259,6 +288,7 @@ void Incoming::CommitIfReady()
         return;
     }
     state_ = State::COMMITTING;
+    context_->loop.CancelTimer(timer_);
     auto self = shared_from_this();
     bool started = thread_->Run(
         [bytes = bytes_] {
@@ -279,6 +309,7 @@ int32_t Incoming::Refuse(int32_t reason)
     if (state_ != State::OFFERED) {
         return RECEIVER_ENDED;
     }
+    TellGestureAnswered();
     EndWith({Ending::REFUSED, "reason " + std::to_string(reason)});
     return RECEIVER_OK;
 }
@@ -336,6 +367,7 @@ void Incoming::End(const Outcome& outcome)
     } else {
         TellListener(outcome);
     }
+    TellGestureEnded(outcome, accepted);
     Release();
     context_->receiving.erase(self);
 }
@@ -361,6 +393,53 @@ void Incoming::TellListener(const Outcome& outcome)
             listener->OnErrorBeforeConfirm(handle, code);
         }
     });
+}
+
+void Incoming::TellMotion(int32_t state, int32_t code)
+{
+    listeners_->Post(
+        [listener = listener_, trans = offer_.eventType, state, code] { listener->OnMotionState(trans, state, code); });
+}
+
+// The user has said something: the tap is over, and the dialog of a swing goes.
+void Incoming::TellGestureAnswered()
+{
+    if (IsOf(TransmitEventType::TAP)) {
+        TellMotion(ReceiverMotion::FINISHED, 0);
+    } else if (IsOf(TransmitEventType::SWING)) {
+        ClosePop();
+    }
+}
+
+void Incoming::ClosePop()
+{
+    sptr<PelagoReceiver> handle = handle_.promote();
+    if (handle != nullptr) { // else nobody kept what the dialog would answer
+        listeners_->Post([listener = listener_, handle, preview = PreviewOf(offer_)] {
+            listener->OnPopSwing(handle, preview, false);
+        });
+    }
+}
+
+// What the user of this device did himself is known to him.
+void Incoming::TellGestureEnded(const Outcome& outcome, bool answered)
+{
+    bool byUser = outcome.ending == Ending::REFUSED || outcome.ending == Ending::CANCELLED_BY_RECEIVER;
+    int32_t code = RowOf(outcome.ending).codeBeforeConfirm;
+    if (outcome.ending == Ending::DONE || byUser) {
+        return;
+    }
+    if (IsOf(TransmitEventType::TAP) && !answered) {
+        bool isLoss = code != 0 && outcome.ending != Ending::NO_ANSWER;
+        TellMotion(isLoss ? ReceiverMotion::FAILED : ReceiverMotion::CANCELLED, code);
+    } else if (IsOf(TransmitEventType::SWING)) {
+        if (!answered) {
+            ClosePop();
+        }
+        if (code != 0) {
+            TellMotion(ReceiverMotion::FAILED, code);
+        }
+    }
 }
 
 void Incoming::Release()
@@ -434,6 +513,10 @@ std::optional<Offer> Inbox::Judge(std::string_view body, RecvPreview& preview, O
     }
     auto offer = DecodeOffer(body, refusal);
     if (!offer.has_value()) {
+        return std::nullopt;
+    }
+    if (offer->kind == OfferKind::BYTES && (context_->device.capability & CAPABILITY_BYTES) == 0) {
+        refusal = {Ending::NOT_SUPPORTED, "this device takes no bytes"};
         return std::nullopt;
     }
     preview = PreviewOf(*offer);

@@ -9,33 +9,13 @@
 #include "channel.h"
 #include "context.h"
 #include "file_store.h"
+#include "listener_queue.h"
 #include "offer.h"
 #include "pelago_receive_listener.h"
 #include "report_queue.h"
+#include "transmit_param.h"
 
 namespace OHOS::Pelago::Local {
-
-// Calls the receive listener, in order, on a queue of its own. Shared; any thread.
-class ListenerQueue {
-public:
-    explicit ListenerQueue(std::shared_ptr<Activity> activity)
-        : activity_(std::move(activity)), queue_(Host::Scheduler::Instance().CreateQueue("share-receive"))
-    {}
-    void Post(ControlLoop::Work work)
-    {
-        // Without a thread nobody can be told; the scheduler has said so in the log.
-        (void)queue_->Post([activity = activity_, work = std::move(work)] {
-            if (activity->Enter()) {
-                work();
-                activity->Leave();
-            }
-        });
-    }
-
-private:
-    const std::shared_ptr<Activity> activity_;
-    const std::shared_ptr<Host::TaskQueue> queue_;
-};
 
 // One transfer from one device, from the receiver's side: an offer that waits, then bytes.
 // Held by the inbox while it waits and by the context once it is accepted, and by the handle that the listener was
@@ -83,6 +63,8 @@ private:
     void OnFrame(FrameType type, std::string_view body);
     void OnAbort(std::string_view body);
     void OnChannelEnd(const char* why);
+    [[nodiscard]] bool IsOf(TransmitEventType event) const;
+    void Show(const sptr<PelagoReceiver>& handle, const RecvPreview& preview) const;
     void OnShown();
     [[nodiscard]] bool OpenByteSocket(UniqueFd& forSender);
     [[nodiscard]] bool Follow(const sptr<IReceiveProgress>& progress);
@@ -93,6 +75,11 @@ private:
     void Conclude();
     void End(const Outcome& outcome);
     void TellListener(const Outcome& outcome);
+    void TellMotion(int32_t state, int32_t code);
+    void TellGestureAnswered();
+    void ClosePop();
+    void TellGestureEnded(const Outcome& outcome, bool answered);
+    void GuardStall();
     void TellProgress(const Outcome& outcome);
     void Release();
 
@@ -123,7 +110,7 @@ private:
 class Inbox {
 public:
     explicit Inbox(std::shared_ptr<Context> context)
-        : context_(std::move(context)), listeners_(std::make_shared<ListenerQueue>(context_->activity))
+        : context_(std::move(context)), listeners_(std::make_shared<ListenerQueue>(context_->activity, "share-receive"))
     {}
     void SetListener(const sptr<PelagoReceiveListener>& listener); // null: offers are refused; one that waits ends
     [[nodiscard]] bool HasListener(const sptr<PelagoReceiveListener>& listener) const;

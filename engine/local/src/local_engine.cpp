@@ -5,6 +5,7 @@
 #include "context.h"
 #include "discovery.h"
 #include "incoming.h"
+#include "note_box.h"
 #include "outgoing.h"
 #include "sources.h"
 #include "visibility.h"
@@ -12,6 +13,15 @@
 namespace OHOS::Pelago {
 
 using namespace Local;
+
+namespace {
+
+sptr<IRemoteObject> ObjectOf(const sptr<ISubscribeListener>& listener)
+{
+    return listener == nullptr ? nullptr : listener->AsObject();
+}
+
+} // namespace
 
 class LocalEngine::Impl {
 public:
@@ -22,8 +32,10 @@ public:
               [this](std::shared_ptr<Channel> channel, std::string_view body) {
                   inbox_.TakeOffer(std::move(channel), body);
               }),
-          inbox_(context_)
-    {}
+          inbox_(context_), notes_(context_)
+    {
+        context_->onSwingSent = [this] { discovery_.OnSwingSent(); };
+    }
 
     [[nodiscard]] bool Start(std::string& error)
     {
@@ -39,6 +51,7 @@ public:
         context_->activity->Close();
         // Has not run when it was never started, or stopped before: then there is nothing to drop.
         (void)context_->loop.Run([this] {
+            notes_.Drop();
             visibility_.Drop();
             discovery_.Drop();
             inbox_.Drop();
@@ -78,18 +91,6 @@ public:
         return counters;
     }
 
-    [[nodiscard]] bool Subscribe(const sptr<ISubscribeListener>& listener)
-    {
-        sptr<IRemoteObject> object = listener == nullptr ? nullptr : listener->AsObject();
-        return object != nullptr && Do([object](Impl& impl) { impl.discovery_.Subscribe(object); });
-    }
-
-    [[nodiscard]] bool UnSubscribe(const sptr<ISubscribeListener>& listener)
-    {
-        sptr<IRemoteObject> object = listener == nullptr ? nullptr : listener->AsObject();
-        return object != nullptr && Ask(false, [object](Impl& impl) { return impl.discovery_.UnSubscribe(object); });
-    }
-
     [[nodiscard]] sptr<PelagoSender> Send(const TransmitParam& param, SendRequest request)
     {
         if (param.callback == nullptr || param.callback->AsObject() == nullptr) {
@@ -127,6 +128,7 @@ public:
     Discovery discovery_;
     Visibility visibility_;
     Inbox inbox_;
+    NoteBox notes_;
 
 private:
     static void DropAll(std::set<std::shared_ptr<Transfer>>& transfers)
@@ -209,33 +211,67 @@ bool LocalEngine::UnRegisterReceiveListener(const sptr<PelagoReceiveListener>& l
     });
 }
 
+bool LocalEngine::ServeNotes(NoteListener listener)
+{
+    return impl_->Do([listener = std::move(listener)](Impl& impl) { impl.notes_.Serve(listener); });
+}
+
+bool LocalEngine::SendNote(const std::string& deviceId, const std::string& note, NoteResult result)
+{
+    return note.size() <= MAX_NOTE_BYTES && impl_->Do([deviceId, note, result = std::move(result)](
+                                                          Impl& impl) { impl.notes_.Send(deviceId, note, result); });
+}
+
+void LocalEngine::AimSwing(const std::string& deviceId)
+{
+    // Nobody swings with an engine that does not run.
+    (void)impl_->Do([deviceId](Impl& impl) { impl.discovery_.AimSwing(deviceId); });
+}
+
+void LocalEngine::ShowSwing()
+{
+    (void)impl_->Do([](Impl& impl) { impl.discovery_.ShowSwing(); }); // as above
+}
+
 bool LocalEngine::Subscribe(const sptr<ISubscribeListener>& listener)
 {
-    return impl_->Subscribe(listener);
+    sptr<IRemoteObject> object = ObjectOf(listener);
+    return object != nullptr && impl_->Do([object](Impl& impl) { impl.discovery_.Subscribe(object); });
 }
 
 bool LocalEngine::UnSubscribe(int, const sptr<ISubscribeListener>& listener)
 {
-    return impl_->UnSubscribe(listener);
+    sptr<IRemoteObject> object = ObjectOf(listener);
+    return object != nullptr &&
+           impl_->Ask(false, [&object](Impl& impl) { return impl.discovery_.UnSubscribe(object); });
 }
 
 bool LocalEngine::SwingSubscribe(const sptr<ISubscribeListener>& listener)
 {
-    return impl_->Subscribe(listener);
+    sptr<IRemoteObject> object = ObjectOf(listener);
+    return object != nullptr && impl_->Do([object](Impl& impl) { impl.discovery_.SwingSubscribe(object); });
 }
 
 bool LocalEngine::SwingUnSubscribe(const sptr<ISubscribeListener>& listener)
 {
-    return impl_->UnSubscribe(listener);
+    sptr<IRemoteObject> object = ObjectOf(listener);
+    return object != nullptr &&
+           impl_->Ask(false, [&object](Impl& impl) { return impl.discovery_.SwingUnSubscribe(object); });
 }
 
 bool LocalEngine::OnCollabDeviceFound(
     const sptr<ShareDevice>& device, const sptr<ISubscribeListener>& listener, uint32_t updateFlag)
 {
-    sptr<IRemoteObject> object = listener == nullptr ? nullptr : listener->AsObject();
-    return device != nullptr && object != nullptr && impl_->Do([device, object, updateFlag](Impl& impl) {
-        impl.discovery_.OnCollabDevice(*device, object, updateFlag);
-    });
+    sptr<IRemoteObject> object = ObjectOf(listener);
+    if (device == nullptr || object == nullptr) {
+        return false;
+    }
+    if (updateFlag != 0) {
+        return impl_->Ask(false, [&device](Impl& impl) { return impl.discovery_.RefreshTap(*device); });
+    }
+    bool reached = impl_->Ask(false, [&device](Impl& impl) { return impl.discovery_.Reach(device->GetDeviceId()); });
+    // The very last step, since the report must not come before the caller has its answer.
+    return reached && impl_->Do([device, object](Impl& impl) { impl.discovery_.OnTap(*device, object); });
 }
 
 bool LocalEngine::ClearDiscovererFlag(const std::string& deviceId, uint32_t flag)
@@ -282,12 +318,16 @@ bool LocalEngine::ApplyUriPermission(const std::string& uri)
     return static_cast<bool>(OpenUri(uri, failure));
 }
 
-void LocalEngine::ReportSwingEvent(int32_t, int32_t, int32_t, const std::string&)
-{}
+void LocalEngine::ReportSwingEvent(int32_t event, int32_t, int32_t, const std::string&)
+{
+    if (event == SWING_OVER) {
+        (void)impl_->Do([](Impl& impl) { impl.discovery_.EndSearch(); }); // as in AimSwing
+    }
+}
 
 bool LocalEngine::GetNudgePublishInfo(std::string& info)
 {
-    std::string text = impl_->Ask(std::string(), [](Impl& impl) { return DescriptionText(impl.context_->device); });
+    std::string text = impl_->Ask(std::string(), [](Impl& impl) { return NudgeText(impl.context_->device); });
     if (text.empty()) {
         return false;
     }

@@ -15,7 +15,9 @@
 #include <cstring>
 #include <memory>
 
+#include "common_utils.h"
 #include "file_names.h"
+#include "frame.h"
 #include "hilog/host_text.h"
 
 namespace OHOS::Pelago::Local {
@@ -26,6 +28,7 @@ constexpr size_t MAX_DESCRIPTION_BYTES = 16 * 1024;
 constexpr size_t MAX_TEXT_BYTES = 1024; // of a name or a hash
 constexpr int WAITING_CONNECTIONS = 128;
 constexpr int DESCRIPTION_VERSION = 1;
+constexpr int ABILITY_CONTACT_SHARE = 2; // devices of one contact can be shown as one
 
 using JsonPointer = std::unique_ptr<cJSON, void (*)(cJSON*)>;
 
@@ -35,12 +38,13 @@ std::string WithReason(const char* what)
 }
 
 // The socket's address by way of the folder's descriptor: a path of any length fits.
-sockaddr_un AddressOf(int folder, const std::string& id)
+sockaddr_un AddressOf(int folder, const std::string& id, std::string_view suffix)
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     // Always fits: an id has at most 64 bytes.
-    (void)std::snprintf(address.sun_path, sizeof(address.sun_path), "/proc/self/fd/%d/%s.sock", folder, id.c_str());
+    std::string name = id + std::string(suffix);
+    (void)std::snprintf(address.sun_path, sizeof(address.sun_path), "/proc/self/fd/%d/%s", folder, name.c_str());
     return address;
 }
 
@@ -78,6 +82,13 @@ sockaddr_un AddressOf(int folder, const std::string& id)
         bytes.remove_prefix(static_cast<size_t>(count));
     }
     return true;
+}
+
+std::string Quoted(const std::string& text)
+{
+    std::string out = "\"";
+    Host::AppendEscaped(out, text.substr(0, MAX_TEXT_BYTES / 3), Host::EscapeStyle::JSON);
+    return out + "\"";
 }
 
 } // namespace
@@ -129,19 +140,34 @@ UniqueFd NearbyFolder::TryLock() const
     return file;
 }
 
-bool NearbyFolder::Publish(const LocalDevice& device, UniqueFd& listening, std::string& error) const
+bool NearbyFolder::Serve(const std::string& id, std::string_view suffix, UniqueFd& listening, std::string& error) const
 {
     UniqueFd probe;
-    if (Connect(device.id, probe) == ConnectResult::CONNECTED) {
+    if (Connect(id, probe, suffix) == ConnectResult::CONNECTED) {
         error = "another device has this id";
         return false;
     }
-    Remove(device.id);
+    RemoveSocket(id, suffix);
     UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    sockaddr_un address = AddressOf(folder_.Get(), device.id);
+    sockaddr_un address = AddressOf(folder_.Get(), id, suffix);
     if (!socket || ::bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
         ::listen(socket.Get(), WAITING_CONNECTIONS) != 0) {
         error = WithReason("the device's socket cannot be served");
+        return false;
+    }
+    listening = std::move(socket);
+    return true;
+}
+
+void NearbyFolder::RemoveSocket(const std::string& id, std::string_view suffix) const
+{
+    (void)::unlinkat(folder_.Get(), (id + std::string(suffix)).c_str(), 0); // may never have been there
+}
+
+bool NearbyFolder::Publish(const LocalDevice& device, UniqueFd& listening, std::string& error) const
+{
+    UniqueFd socket;
+    if (!Serve(device.id, SOCKET_SUFFIX, socket, error)) {
         return false;
     }
     if (!WriteDescription(device, error)) {
@@ -172,7 +198,7 @@ void NearbyFolder::Remove(const std::string& id) const
 {
     // The description first, so that nobody finds a device that is not served. Either may be missing.
     (void)::unlinkat(folder_.Get(), (id + std::string(DESCRIPTION_SUFFIX)).c_str(), 0);
-    (void)::unlinkat(folder_.Get(), (id + std::string(SOCKET_SUFFIX)).c_str(), 0);
+    RemoveSocket(id, SOCKET_SUFFIX);
 }
 
 void NearbyFolder::RemoveStale(const std::string& id) const
@@ -182,12 +208,15 @@ void NearbyFolder::RemoveStale(const std::string& id) const
     if (lock && Connect(id, probe) == ConnectResult::REFUSED) {
         Remove(id);
     }
+    if (lock && Connect(id, probe, NOTE_SUFFIX) == ConnectResult::REFUSED) {
+        RemoveSocket(id, NOTE_SUFFIX);
+    }
 }
 
-ConnectResult NearbyFolder::Connect(const std::string& id, UniqueFd& socket) const
+ConnectResult NearbyFolder::Connect(const std::string& id, UniqueFd& socket, std::string_view suffix) const
 {
     UniqueFd fresh(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    sockaddr_un address = AddressOf(folder_.Get(), id);
+    sockaddr_un address = AddressOf(folder_.Get(), id, suffix);
     if (!fresh || ::connect(fresh.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
         switch (errno) {
             case ECONNREFUSED:
@@ -277,15 +306,18 @@ std::optional<std::string> ReadSmallFile(int folder, const char* name, size_t mo
 
 std::string DescriptionText(const LocalDevice& device)
 {
-    auto quoted = [](const std::string& text) {
-        std::string out = "\"";
-        Host::AppendEscaped(out, text.substr(0, MAX_TEXT_BYTES / 3), Host::EscapeStyle::JSON);
-        return out + "\"";
-    };
-    return "{\"version\":" + std::to_string(DESCRIPTION_VERSION) + ",\"id\":" + quoted(device.id) +
-           ",\"name\":" + quoted(device.name) + ",\"type\":" + std::to_string(device.type) +
-           ",\"accountHash\":" + quoted(device.accountHash) + ",\"capability\":" + std::to_string(device.capability) +
+    return "{\"version\":" + std::to_string(DESCRIPTION_VERSION) + ",\"id\":" + Quoted(device.id) +
+           ",\"name\":" + Quoted(device.name) + ",\"type\":" + std::to_string(device.type) +
+           ",\"accountHash\":" + Quoted(device.accountHash) + ",\"capability\":" + std::to_string(device.capability) +
            "}";
+}
+
+std::string NudgeText(const LocalDevice& device)
+{
+    return "{\"OH\":1,\"devHash\":" + Quoted(CommonUtils::GetUdidHashByUdid(device.id, false)) +
+           ",\"nick\":" + Quoted(device.name) + ",\"nbVer\":" + std::to_string(CHANNEL_VERSION) +
+           ",\"corvaneID\":" + Quoted(device.accountHash) + ",\"abl\":" + std::to_string(ABILITY_CONTACT_SHARE) +
+           ",\"newActionID\":false,\"capability\":" + std::to_string(device.capability) + "}";
 }
 
 } // namespace OHOS::Pelago::Local

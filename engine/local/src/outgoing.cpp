@@ -10,6 +10,7 @@
 #include "engine_handles.h"
 #include "engine_listener_proxies.h"
 #include "file_names.h"
+#include "gesture_states.h"
 #include "hilog/host_text.h"
 #include "share_constants.h"
 #include "share_log.h"
@@ -30,9 +31,9 @@ public:
     {
         transfer_->Cancel();
     }
-    void SwingConfirm(int32_t) override
+    void SwingConfirm(int32_t choice) override
     {
-        // Swing offers do not wait yet: gestures come with their own floor.
+        transfer_->SwingConfirm(choice);
     }
 
 private:
@@ -78,6 +79,12 @@ void Outgoing::Cancel()
     (void)context_->loop.Post([self = shared_from_this()] { self->OnCancelled(); });
 }
 
+void Outgoing::SwingConfirm(int32_t choice)
+{
+    // As above.
+    (void)context_->loop.Post([self = shared_from_this(), choice] { self->OnSwingConfirm(choice); });
+}
+
 void Outgoing::Start()
 {
     context_->sending.insert(shared_from_this());
@@ -90,6 +97,37 @@ void Outgoing::Start()
         return;
     }
     TellStatus(EngineStatus::CONNECTING);
+    if (IsOf(TransmitEventType::SWING)) {
+        AskUser();
+    } else {
+        MakeOffer();
+    }
+}
+
+// A hand in the air is easily misread: nothing leaves this device before its user has said so.
+void Outgoing::AskUser()
+{
+    asking_ = true;
+    reports_->Tell([callback = callback_, id = deviceId_] { callback->OnPopSwing(id, true); });
+    timer_ = context_->loop.After(timeoutMs_, [this] { End({Ending::NO_ANSWER, "nobody answered the dialog"}); });
+}
+
+void Outgoing::OnSwingConfirm(int32_t choice)
+{
+    if (ended_ || cancelled_.load() || !asking_) {
+        return; // too late, or nobody asked
+    }
+    ClosePop();
+    context_->loop.CancelTimer(timer_);
+    if (choice == SWING_GOES_ON) {
+        MakeOffer();
+    } else {
+        End({Ending::REFUSED, "refused on this device"});
+    }
+}
+
+void Outgoing::MakeOffer()
+{
     UniqueFd socket;
     bool connected =
         NearbyFolder::IsDeviceId(deviceId_) && context_->folder.Connect(deviceId_, socket) == ConnectResult::CONNECTED;
@@ -122,6 +160,7 @@ void Outgoing::OnFrame(FrameType type, std::string_view body, UniqueFd fd)
     switch (type) {
         case FrameType::SHOWN:
             if (!accepted_) {
+                OnTapShown();
                 TellStatus(EngineStatus::SHOWN_TO_USER);
             }
             return;
@@ -138,6 +177,7 @@ void Outgoing::OnFrame(FrameType type, std::string_view body, UniqueFd fd)
         case FrameType::OFFER:
         case FrameType::FINISH:
         case FrameType::ABORT:
+        case FrameType::NOTE:
             break;
     }
     Abort({Ending::PROTOCOL, "the receiver spoke as a sender"});
@@ -153,7 +193,8 @@ void Outgoing::OnAccept(UniqueFd socket)
         return; // crossed the abort, whose answer is on its way
     }
     accepted_ = true;
-    context_->loop.CancelTimer(timer_);
+    OnTapShown(); // an answer may be faster than the word that there is a question
+    GuardStall();
     speed_.emplace(NowMs());
     if (total_ <= static_cast<uint64_t>(std::numeric_limits<int32_t>::max())) {
         reports_->Tell(
@@ -179,6 +220,8 @@ void Outgoing::OnTaken(std::string_view body)
         return;
     }
     taken_ = taken;
+    allTaken_ = taken == total_;
+    GuardStall();
     ReportProgress(taken);
 }
 
@@ -217,6 +260,7 @@ void Outgoing::OnBytesSent(const Outcome& outcome)
         FinishIfReady();
     } else if (outcome.ending == Ending::LOST) {
         // The receiver stopped taking: it says why, or goes, or is no receiver.
+        context_->loop.CancelTimer(timer_);
         timer_ = context_->loop.After(CLOSE_LIMIT_MS, [this] {
             Abort({Ending::PROTOCOL, "the receiver fell silent"});
         });
@@ -231,8 +275,21 @@ void Outgoing::FinishIfReady()
 {
     if (allSent_ && progressTold_ && !finished_ && !ended_ && !cancelled_.load()) {
         finished_ = true;
+        GuardStall();
         channel_->Send(FrameType::FINISH);
     }
+}
+
+// Not while the receiver waits for us.
+void Outgoing::GuardStall()
+{
+    context_->loop.CancelTimer(timer_);
+    if (ended_ || cancelled_.load() || (allTaken_ && !finished_)) {
+        return;
+    }
+    timer_ = context_->loop.After(context_->config.stallLimitMs, [this] {
+        Abort({Ending::STALLED, "the receiver stands still"});
+    });
 }
 
 void Outgoing::OnEndFrame(std::string_view body)
@@ -265,6 +322,55 @@ void Outgoing::TellStatus(int32_t status)
     reports_->Tell([callback = callback_, id = deviceId_, status] { callback->OnStatus(id, status); });
 }
 
+bool Outgoing::IsOf(TransmitEventType event) const
+{
+    return offer_.eventType == static_cast<int32_t>(event);
+}
+
+void Outgoing::TellMotion(int32_t state, int32_t code)
+{
+    reports_->Tell(
+        [callback = callback_, trans = offer_.eventType, state, code] { callback->OnMotionState(trans, state, code); });
+}
+
+void Outgoing::ClosePop()
+{
+    if (std::exchange(asking_, false)) {
+        reports_->Tell([callback = callback_, id = deviceId_] { callback->OnPopSwing(id, false); });
+    }
+}
+
+// The tap is over when the peer shows what came of it, and not later: whoever cancels the transfer from here on hears
+// nothing more of it, and a tap that waited for its end would keep all others out.
+void Outgoing::OnTapShown()
+{
+    if (IsOf(TransmitEventType::TAP) && !std::exchange(tapShown_, true)) {
+        TellMotion(SenderMotion::BEGUN, 0);
+        TellMotion(SenderMotion::CONFIRMED, 0);
+    }
+}
+
+// Before the ending itself, which nothing follows.
+void Outgoing::TellGestureEnded(const EndingRow& row)
+{
+    bool byUser = row.ending == Ending::REFUSED || row.ending == Ending::CANCELLED_BY_RECEIVER;
+    bool failed = row.report == SenderReport::ERROR || (row.report == SenderReport::STATUS && !byUser);
+    if (IsOf(TransmitEventType::TAP)) {
+        if (failed) {
+            TellMotion(SenderMotion::FAILED, row.code);
+        } else if (byUser && !std::exchange(tapShown_, true)) {
+            TellMotion(SenderMotion::ENDED_BY_USER, 0);
+            TellMotion(SenderMotion::CONFIRMED, 0);
+        }
+    } else if (IsOf(TransmitEventType::SWING)) {
+        ClosePop();
+        if (failed || (byUser && channel_ != nullptr)) { // the peer's user, and not ours in the dialog
+            TellMotion(SenderMotion::FAILED, row.code);
+        }
+        context_->onSwingSent();
+    }
+}
+
 void Outgoing::Abort(const Outcome& outcome)
 {
     auto self = shared_from_this();
@@ -286,6 +392,7 @@ void Outgoing::End(const Outcome& outcome)
     SHARE_LOGD(
         Log::SERVICE, "send ended: %{public}s, %{public}s", row.name, Host::EscapeForTerminal(outcome.text).c_str());
     ++(row.ending == Ending::DONE ? context_->counters.sent : context_->counters.sendFailures);
+    TellGestureEnded(row);
     TellEnding({row.ending, outcome.text});
     Release();
     context_->sending.erase(self);

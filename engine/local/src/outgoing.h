@@ -37,6 +37,7 @@ public:
 
     // Any thread, and from inside a report too.
     void Cancel();
+    void SwingConfirm(int32_t choice);
     void Drop() override;
 
 private:
@@ -48,6 +49,9 @@ private:
     };
 
     void Start();
+    void AskUser();
+    void OnSwingConfirm(int32_t choice);
+    void MakeOffer();
     void OnFrame(FrameType type, std::string_view body, UniqueFd fd);
     void OnAccept(UniqueFd socket);
     void OnTaken(std::string_view body);
@@ -57,6 +61,12 @@ private:
     void OnCancelled();
     void FinishIfReady();
     void TellStatus(int32_t status);
+    [[nodiscard]] bool IsOf(TransmitEventType event) const;
+    void TellMotion(int32_t state, int32_t code);
+    void ClosePop();
+    void OnTapShown();
+    void TellGestureEnded(const EndingRow& row);
+    void GuardStall();
     void ReportProgress(uint64_t taken);
     void Abort(const Outcome& outcome); // and end
     void End(const Outcome& outcome);
@@ -79,7 +89,10 @@ private:
     std::optional<Speedometer> speed_;
     ControlLoop::Id timer_ = 0;
     uint64_t taken_ = 0;
+    bool asking_ = false;   // the user has the dialog of a swing
+    bool tapShown_ = false; // told that the tap is over
     bool accepted_ = false;
+    bool allTaken_ = false;
     bool allSent_ = false;
     bool progressTold_ = false;
     bool finished_ = false;

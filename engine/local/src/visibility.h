@@ -3,12 +3,12 @@
 
 #include <functional>
 #include <memory>
-#include <set>
-#include <string>
+#include <string_view>
 
 #include "channel.h"
 #include "context.h"
 #include "discovery.h"
+#include "reception.h"
 
 namespace OHOS::Pelago::Local {
 
@@ -18,9 +18,7 @@ class Visibility {
 public:
     using OfferTaker = std::function<void(std::shared_ptr<Channel> channel, std::string_view body)>;
 
-    Visibility(std::shared_ptr<Context> context, std::shared_ptr<NearbyReports> reports, OfferTaker onOffer)
-        : context_(std::move(context)), reports_(std::move(reports)), onOffer_(std::move(onOffer))
-    {}
+    Visibility(std::shared_ptr<Context> context, std::shared_ptr<NearbyReports> reports, OfferTaker onOffer);
     void Publish(const sptr<IRemoteObject>& listener);
     void UnPublish();
     void SetPolicy(int32_t policy);
@@ -28,27 +26,18 @@ public:
     void Drop();
     [[nodiscard]] bool IsVisible() const
     {
-        return static_cast<bool>(listening_);
+        return reception_.IsOpen();
     }
 
 private:
     void Update();
-    void TryPublish(int attemptsLeft);
-    void Withdraw();
     void TellResult(int reason);
-    void OnConnection();
-    void Greet(UniqueFd socket);
-    void OnFirstFrame(const std::shared_ptr<Channel>& guest, FrameType type, std::string_view body);
-    void Dismiss(const std::shared_ptr<Channel>& guest, const char* why);
 
     const std::shared_ptr<Context> context_;
     const std::shared_ptr<NearbyReports> reports_;
     const OfferTaker onOffer_;
+    Reception reception_;
     sptr<IRemoteObject> listener_; // null while nobody has published
-    UniqueFd listening_;
-    ControlLoop::Id watch_ = 0;
-    ControlLoop::Id timer_ = 0;                                  // for the lock, or for descriptors to accept with
-    std::map<std::shared_ptr<Channel>, ControlLoop::Id> guests_; // watchers, and those who have not said what they want
 };
 
 } // namespace OHOS::Pelago::Local

@@ -151,7 +151,18 @@ int32_t AbilityRegistry::Start(const Want& want)
         return ERR_ABILITY_WANT_TOO_LARGE;
     }
     std::lock_guard<std::mutex> guard(mutex_);
-    return Hand(delivery);
+    const int32_t result = Hand(delivery);
+    if (started_.size() == KEPT_WANTS) {
+        started_.pop_front();
+    }
+    started_.push_back({++lastStarted_, want.GetElement().GetAbilityName(), want.GetParams(), result});
+    return result;
+}
+
+std::vector<StartedWant> AbilityRegistry::Started() const
+{
+    std::lock_guard<std::mutex> guard(mutex_);
+    return {started_.begin(), started_.end()};
 }
 
 int32_t AbilityRegistry::Connect(const Want& want, const sptr<IAbilityConnection>& callback)
@@ -249,7 +260,7 @@ void AbilityRegistry::StartProcess(const std::string& bundleName)
 {
     // One of an earlier start that has not registered yet may still do so.
     if (launcher_->IsRunning(bundleName) ||
-        launcher_->Launch(bundleName, Device::Instance().Command(bundleName), Device::Instance().Identity().root)) {
+        launcher_->Launch(bundleName, Device::Instance().Command(bundleName), Device::Instance().Root())) {
         return;
     }
     std::lock_guard<std::mutex> guard(mutex_);

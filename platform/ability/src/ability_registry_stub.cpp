@@ -1,5 +1,7 @@
 #include "ability_registry_stub.h"
 
+#include <unistd.h>
+
 #include "ability_manager_errors.h"
 #include "host/ability_registry.h"
 #include "host/device.h"
@@ -38,6 +40,10 @@ int32_t AbilityRegistryStub::RegisterExtension(
 {
     if (!MayRegister(IPCSkeleton::GetCallingTokenID())) {
         return AAFwk::ERR_ABILITY_PERMISSION_DENIED;
+    }
+    // An object of our own, sent back to us, never dies: its registration would outlive whoever made it.
+    if (extension != nullptr && !extension->IsProxyObject() && IPCSkeleton::GetCallingPid() != getpid()) {
+        return AAFwk::ERR_ABILITY_INVALID_VALUE;
     }
     return AbilityRegistry::Instance().Register(bundleName, abilities, extension);
 }

@@ -12,6 +12,12 @@ bool Unavailable(const char* call)
     return Host::Faults::Take(call) || !Host::Device::Instance().IsAbilityPresent(Host::AbilityId::BLUETOOTH);
 }
 
+/// Whether a request of a service to switch the radio on is turned down.
+bool Refused(const char* call)
+{
+    return Unavailable(call) || Host::Device::Instance().IsAirplane();
+}
+
 } // namespace
 
 BluetoothHost& BluetoothHost::GetDefaultHost()
@@ -35,7 +41,7 @@ bool BluetoothHost::IsBleEnabled() const
 
 int BluetoothHost::EnableBle()
 {
-    if (Unavailable("bluetooth.EnableBle")) {
+    if (Refused("bluetooth.EnableBle")) {
         return BT_ERR_INTERNAL_ERROR;
     }
     Host::Device::Instance().RaiseBluetooth(Host::BluetoothMode::BLE_ONLY);
@@ -44,7 +50,7 @@ int BluetoothHost::EnableBle()
 
 int BluetoothHost::EnableBluetoothToRestrictMode()
 {
-    if (Unavailable("bluetooth.EnableBluetoothToRestrictMode")) {
+    if (Refused("bluetooth.EnableBluetoothToRestrictMode")) {
         return BT_ERR_INTERNAL_ERROR;
     }
     Host::Device::Instance().SwitchBluetooth(Host::BluetoothMode::BLE_ONLY);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "accesstoken_kit.h"
+#include "device_memory.h"
 #include "host/ability_host.h"
 #include "host/device.h"
 #include "ipc_skeleton.h"
@@ -20,6 +21,9 @@ bool CallerIsOwner()
 {
     return IPCSkeleton::GetCallingTokenID() == TokenId::OWNER;
 }
+
+// Set while this thread looks at the state: what the look itself logs is no change, and would bring the next look.
+thread_local bool t_looking = false;
 
 [[nodiscard]] bool WriteText(MessageParcel& parcel, const std::string& text)
 {
@@ -72,12 +76,21 @@ void DeviceControl::AddSection(const std::string& name, Section section)
 
 bool DeviceControl::Publish()
 {
+    RestoreDevice();
+    wptr<DeviceControl> self(this);
+    Device::Instance().SetChangeListener([self] {
+        SaveDevice();
+        if (sptr<DeviceControl> control = self.promote(); control != nullptr) {
+            control->Touch();
+        }
+    });
     return AbilityHost::Instance().Publish(AbilityId::DEVICE_CONTROL, this);
 }
 
 void DeviceControl::Unpublish()
 {
     AbilityHost::Instance().Unpublish(AbilityId::DEVICE_CONTROL);
+    Device::Instance().SetChangeListener(nullptr);
     std::vector<std::shared_ptr<Watcher>> watchers;
     std::lock_guard<std::mutex> lock(mutex_);
     watchers.swap(watchers_);
@@ -148,7 +161,7 @@ ControlResult DeviceControl::Watch(const sptr<IRemoteObject>& object)
 
 void DeviceControl::Touch()
 {
-    if (!watched_ || touched_.exchange(true)) {
+    if (!watched_ || t_looking || touched_.exchange(true)) {
         return;
     }
     wptr<DeviceControl> self(this);
@@ -165,9 +178,11 @@ void DeviceControl::Touch()
 std::map<std::string, std::string> DeviceControl::State() const
 {
     std::map<std::string, std::string> state;
+    t_looking = true;
     for (const auto& [name, section] : sections_) {
         state[name] = section();
     }
+    t_looking = false;
     return state;
 }
 

@@ -1,75 +1,39 @@
 #include "sim_commands.h"
 
-#include <algorithm>
-#include <array>
+#include <cerrno>
 #include <cstdlib>
-#include <optional>
+#include <limits>
 
+#include <unistd.h>
+
+#include "device_memory.h"
 #include "hilog/host_log.h"
 #include "host/ability_registry.h"
-#include "host/device.h"
 #include "host/faults.h"
-#include "host/host_settings.h"
-#include "host/json_text.h"
 #include "host_sys_event.h"
+#include "sim_words.h"
 
 namespace OHOS::Host {
 namespace {
 
-Device& Model()
-{
-    return Device::Instance();
-}
-
-std::optional<int64_t> Number(const std::string& text)
-{
-    char* end = nullptr;
-    errno = 0;
-    long long value = std::strtoll(text.c_str(), &end, 10);
-    if (text.empty() || *end != '\0' || errno != 0) {
-        return std::nullopt;
-    }
-    return value;
-}
-
-ControlAnswer NotANumber(const std::string& text)
-{
-    return Refuse(ControlResult::USAGE, "'" + EscapeForTerminal(text) + "' is not a number");
-}
-
-ControlAnswer NoSuch(const std::string& what, const std::string& which)
-{
-    return Refuse(ControlResult::NO_SUCH_ENTRY, "there is no " + what + " '" + EscapeForTerminal(which) + "'");
-}
-
-// One word out of a few, and what it stands for.
-template <typename Value>
-struct Choice {
-    const char* word;
-    Value value;
-};
-
-template <typename Value, size_t count>
-std::optional<Value> Choose(const std::array<Choice<Value>, count>& choices, const std::string& word)
-{
-    auto found = std::find_if(
-        choices.begin(), choices.end(), [&word](const Choice<Value>& choice) { return word == choice.word; });
-    return found == choices.end() ? std::nullopt : std::optional<Value>(found->value);
-}
-
-constexpr std::array<Choice<WifiMode>, 3> WIFI_MODES{
-    {{"off", WifiMode::OFF}, {"semi", WifiMode::SEMI}, {"on", WifiMode::ON}}};
-constexpr std::array<Choice<BluetoothMode>, 3> BLUETOOTH_MODES{
-    {{"off", BluetoothMode::OFF}, {"ble", BluetoothMode::BLE_ONLY}, {"on", BluetoothMode::ON}}};
-constexpr std::array<Choice<int32_t>, 2> USER_TYPES{
-    {{"ordinary", UserType::ORDINARY}, {"private-space", UserType::PRIVATE}}};
-
-Json RadiosJson(const RadioStates& radios)
+Json RadiosJson(const DeviceSnapshot& device)
 {
     Json json = Json::Object();
-    json.Put("wifi", static_cast<int64_t>(radios.wifi))
-        .Put("bluetooth", static_cast<int64_t>(radios.bluetooth))
-        .Put("ble", radios.ble);
+    json.Put("wifi", static_cast<int64_t>(device.radios.wifi))
+        .Put("bluetooth", static_cast<int64_t>(device.radios.bluetooth))
+        .Put("ble", device.radios.ble)
+        .Put("wifiMode", WordOf(WIFI_MODES, device.wifiMode))
+        .Put("bluetoothMode", WordOf(BLUETOOTH_MODES, device.bluetoothMode))
+        .Put("airplane", device.airplane);
+    return json;
+}
+
+Json StepsJson(const RadioTimings& timings)
+{
+    Json json = Json::Object();
+    for (const auto& [step, time] : RADIO_STEPS) {
+        json.Put(step, static_cast<int64_t>((timings.*time).count()));
+    }
     return json;
 }
 
@@ -118,24 +82,38 @@ Json ExtensionsJson()
     return extensions;
 }
 
-std::string DeviceJson()
+constexpr size_t MAX_SHOWN_PARAM = 200; // bytes; pictures are longer
+
+void PutParam(Json& json, const std::string& key, const AAFwk::WantParams::Value& value)
 {
-    DeviceSnapshot device = Model().Snapshot();
-    Json abilities = Json::Array();
-    for (int32_t id : device.abilities) {
-        abilities.Add(static_cast<int64_t>(id));
+    if (const auto* flag = std::get_if<bool>(&value); flag != nullptr) {
+        json.Put(key.c_str(), *flag);
+    } else if (const auto* number = std::get_if<int32_t>(&value); number != nullptr) {
+        json.Put(key.c_str(), int64_t{*number});
+    } else if (const auto* large = std::get_if<int64_t>(&value); large != nullptr) {
+        json.Put(key.c_str(), *large);
+    } else if (const auto* text = std::get_if<std::string>(&value); text != nullptr) {
+        json.Put(key.c_str(), text->substr(0, MAX_SHOWN_PARAM));
+    } // sets within sets are not for people
+}
+
+// What the service has put before its user: dialogs, notifications and offers.
+std::string StartedJson()
+{
+    Json started = Json::Array();
+    for (const StartedWant& want : AbilityRegistry::Instance().Started()) {
+        Json params = Json::Object();
+        for (const auto& [key, value] : want.params.GetParams()) {
+            PutParam(params, key, value);
+        }
+        Json entry = Json::Object();
+        entry.Put("sequence", static_cast<int64_t>(want.sequence))
+            .Put("ability", want.ability)
+            .Put("params", std::move(params))
+            .Put("result", int64_t{want.result});
+        started.Add(std::move(entry));
     }
-    return Json::Object()
-        .Put("name", device.identity.name)
-        .Put("udid", device.identity.udid)
-        .Put("type", device.identity.type)
-        .Put("root", device.identity.root)
-        .Put("radios", RadiosJson(device.radios))
-        .Put("users", UsersJson(device))
-        .Put("abilities", std::move(abilities))
-        .Put("tokens", TokensJson(device))
-        .Put("extensions", ExtensionsJson())
-        .Text();
+    return started.Text();
 }
 
 ControlAnswer SimShow(const Words&)
@@ -143,131 +121,13 @@ ControlAnswer SimShow(const Words&)
     return Done(DeviceJson());
 }
 
-ControlAnswer SimWifi(const Words& words)
-{
-    auto mode = Choose(WIFI_MODES, words[0]);
-    if (!mode.has_value()) {
-        return Refuse(ControlResult::USAGE, "Wi-Fi can be off, semi or on");
-    }
-    Model().SwitchWifi(*mode);
-    return Done();
-}
-
-ControlAnswer SimBluetooth(const Words& words)
-{
-    auto mode = Choose(BLUETOOTH_MODES, words[0]);
-    if (!mode.has_value()) {
-        return Refuse(ControlResult::USAGE, "Bluetooth can be off, ble or on");
-    }
-    Model().SwitchBluetooth(*mode);
-    return Done();
-}
-
-ControlAnswer SimUserAdd(const Words& words)
-{
-    auto id = Number(words[0]);
-    if (!id.has_value()) {
-        return NotANumber(words[0]);
-    }
-    auto type = words.size() > 1 ? Choose(USER_TYPES, words[1]) : std::optional<int32_t>(UserType::ORDINARY);
-    if (!type.has_value()) {
-        return Refuse(ControlResult::USAGE, "a user is ordinary or private-space");
-    }
-    if (!Model().PutUser({static_cast<int32_t>(*id), *type, false, {}})) {
-        return Refuse(ControlResult::USAGE, "a user's id is not negative");
-    }
-    return Done();
-}
-
-// The commands that name one user by its id.
-ControlAnswer OnUser(const Words& words, const std::function<bool(int32_t)>& change)
-{
-    auto id = Number(words[0]);
-    if (!id.has_value()) {
-        return NotANumber(words[0]);
-    }
-    return change(static_cast<int32_t>(*id)) ? Done() : NoSuch("user that this can be done to,", words[0]);
-}
-
-ControlAnswer SimUserSwitch(const Words& words)
-{
-    return OnUser(words, [](int32_t id) { return Model().SwitchUser(id); });
-}
-
-ControlAnswer SimUserUnlock(const Words& words)
-{
-    return OnUser(words, [](int32_t id) { return Model().SetVerified(id, true); });
-}
-
-ControlAnswer SimUserLock(const Words& words)
-{
-    return OnUser(words, [](int32_t id) { return Model().SetVerified(id, false); });
-}
-
-ControlAnswer SimUserRemove(const Words& words)
-{
-    return OnUser(words, [](int32_t id) { return Model().RemoveUser(id); });
-}
-
-// The words "--user N" behind a setting name the table of that user.
-bool TakeUser(const Words& words, size_t from, std::optional<int32_t>& user)
-{
-    if (words.size() == from) {
-        return true;
-    }
-    auto id = words.size() == from + 2 && words[from] == "--user" ? Number(words[from + 1]) : std::nullopt;
-    if (id.has_value()) {
-        user = static_cast<int32_t>(*id);
-    }
-    return id.has_value();
-}
-
-ControlAnswer SimSettingGet(const Words& words)
-{
-    std::optional<int32_t> user;
-    if (!TakeUser(words, 1, user)) {
-        return Refuse(ControlResult::USAGE, "behind the key may stand --user N");
-    }
-    auto value = HostSettings::Get(words[0], user);
-    return value.has_value() ? Done(Json::Object().Put("key", words[0]).Put("value", *value).Text())
-                             : NoSuch("setting", words[0]);
-}
-
-ControlAnswer SimSettingPut(const Words& words)
-{
-    std::optional<int32_t> user;
-    if (!TakeUser(words, 2, user)) {
-        return Refuse(ControlResult::USAGE, "behind the value may stand --user N");
-    }
-    return HostSettings::Put(words[0], words[1], user)
-               ? Done()
-               : Refuse(ControlResult::FAILED, "the settings database does not take it; see `pelago log`");
-}
-
-ControlAnswer SimSettingList(const Words& words)
-{
-    std::optional<int32_t> user;
-    if (!TakeUser(words, 0, user)) {
-        return Refuse(ControlResult::USAGE, "behind list may stand --user N");
-    }
-    auto settings = HostSettings::List(user);
-    if (!settings.has_value()) {
-        return Refuse(ControlResult::FAILED, "the settings database cannot be read; see `pelago log`");
-    }
-    Json list = Json::Array();
-    for (const Setting& setting : *settings) {
-        list.Add(Json::Object().Put("key", setting.key).Put("value", setting.value));
-    }
-    return Done(list.Text());
-}
-
 ControlAnswer SimAbility(const Words& words, bool present)
 {
-    auto id = Number(words[0]);
+    auto id = Id(words[0]);
     if (!id.has_value()) {
         return NotANumber(words[0]);
     }
-    Model().SetAbilityPresent(static_cast<int32_t>(*id), present);
+    Model().SetAbilityPresent(*id, present);
     return Done();
 }
 
@@ -295,11 +155,11 @@ ControlAnswer SimCommand(const Words& words)
 
 ControlAnswer SimFault(const Words& words)
 {
-    auto times = words.size() > 1 ? Number(words[1]) : std::optional<int64_t>(1);
+    auto times = words.size() > 1 ? Id(words[1]) : std::optional<int32_t>(1);
     if (!times.has_value()) {
         return NotANumber(words[1]);
     }
-    Faults::Inject(words[0], static_cast<int>(*times));
+    Faults::Inject(words[0], *times);
     return Done();
 }
 
@@ -314,18 +174,33 @@ struct SimRow {
 
 constexpr size_t MANY = 64;
 
+// A row stands before those whose words begin it.
 constexpr SimRow SIM_ROWS[] = {
     {"show", 0, 0, SimShow, "show"},
-    {"wifi", 1, 1, SimWifi, "wifi off|semi|on"},
-    {"bluetooth", 1, 1, SimBluetooth, "bluetooth off|ble|on"},
-    {"user add", 1, 2, SimUserAdd, "user add ID [ordinary|private-space]"},
-    {"user switch", 1, 1, SimUserSwitch, "user switch ID"},
-    {"user unlock", 1, 1, SimUserUnlock, "user unlock ID"},
-    {"user lock", 1, 1, SimUserLock, "user lock ID"},
-    {"user remove", 1, 1, SimUserRemove, "user remove ID"},
-    {"setting get", 1, 3, SimSettingGet, "setting get KEY [--user N]"},
-    {"setting put", 2, 4, SimSettingPut, "setting put KEY VALUE [--user N]"},
-    {"setting list", 0, 2, SimSettingList, "setting list [--user N]"},
+    {"wifi restart", 0, 1, Sim::WifiRestart, "wifi restart [away]"},
+    {"wifi fail", 0, 2, Sim::WifiFail, "wifi fail [refuse|stuck|none] [TIMES]"},
+    {"wifi", 1, 1, Sim::Wifi, "wifi off|semi|on"},
+    {"bluetooth restart", 0, 1, Sim::BluetoothRestart, "bluetooth restart [away]"},
+    {"bluetooth fail", 0, 2, Sim::BluetoothFail, "bluetooth fail [refuse|stuck|none] [TIMES]"},
+    {"bluetooth", 1, 1, Sim::Bluetooth, "bluetooth off|ble|on|restrict"},
+    {"airplane", 1, 1, Sim::Airplane, "airplane on|off"},
+    {"slow", 2, 2, Sim::Slow, "slow STEP|all MILLISECONDS"},
+    {"user add", 1, 2, Sim::UserAdd, "user add ID [ordinary|primary|private-space]"},
+    {"user switch", 1, 1, Sim::UserSwitch, "user switch ID"},
+    {"user unlock", 1, 1, Sim::UserUnlock, "user unlock ID"},
+    {"user lock", 1, 1, Sim::UserLock, "user lock ID"},
+    {"user remove", 1, 1, Sim::UserRemove, "user remove ID"},
+    {"setting get", 1, 3, Sim::SettingGet, "setting get KEY [--user N]"},
+    {"setting put", 2, 4, Sim::SettingPut, "setting put KEY VALUE [--user N]"},
+    {"setting list", 0, 2, Sim::SettingList, "setting list [--user N]"},
+    {"oobe finish", 0, 3, Sim::OobeFinish, "oobe finish [agree|decline] [--user N]"},
+    {"oobe ota", 1, 3, Sim::OobeOta, "oobe ota start|finish [--user N]"},
+    {"oobe reset", 0, 2, Sim::OobeReset, "oobe reset [--user N]"},
+    {"oobe collaboration", 1, 1, Sim::OobeCollaboration, "oobe collaboration on|off"},
+    {"gesture-switch", 1, 1, Sim::GestureSwitch, "gesture-switch on|off"},
+    {"focus", 1, MANY, Sim::Focus, "focus none|PID|BUNDLE..."},
+    {"foreground", 1, MANY, Sim::Foreground, "foreground none|BUNDLE..."},
+    {"window", 0, 0, Sim::Window, "window"},
     {"ability add", 1, 1, SimAbilityAdd, "ability add ID"},
     {"ability remove", 1, 1, SimAbilityRemove, "ability remove ID"},
     {"event package-cleared", 1, 1, SimPackageCleared, "event package-cleared BUNDLE"},
@@ -347,24 +222,41 @@ size_t Matched(const SimRow& row, const Words& words)
     return 0;
 }
 
-ControlAnswer Sim(const Words& words)
+ControlAnswer Run(const SimRow& row, const Words& words)
+{
+    if (words.size() < row.least || words.size() > row.most) {
+        return Refuse(ControlResult::USAGE, std::string("usage: pelago sim ") + row.usage);
+    }
+    ControlAnswer answer = row.run(words);
+    if (answer.result == ControlResult::USAGE) {
+        answer.error += std::string("\nusage: pelago sim ") + row.usage;
+    }
+    SaveDevice(); // before the answer: what was done stays done, whatever happens to this process
+    return answer;
+}
+
+// The rows that begin with this word, or all.
+std::string Usage(const std::string& word)
+{
+    std::string all;
+    std::string some;
+    for (const SimRow& row : SIM_ROWS) {
+        const std::string line = std::string("\n  pelago sim ") + row.usage;
+        const std::string words = row.words;
+        all += line;
+        some += words.substr(0, words.find(' ')) == word ? line : "";
+    }
+    return "no such command; there are:" + (some.empty() ? all : some);
+}
+
+ControlAnswer SimCommandLine(const Words& words)
 {
     for (const SimRow& row : SIM_ROWS) {
-        size_t matched = Matched(row, words);
-        if (matched == 0) {
-            continue;
+        if (const size_t matched = Matched(row, words); matched > 0) {
+            return Run(row, Words(words.begin() + static_cast<ptrdiff_t>(matched), words.end()));
         }
-        Words rest(words.begin() + static_cast<ptrdiff_t>(matched), words.end());
-        if (rest.size() < row.least || rest.size() > row.most) {
-            return Refuse(ControlResult::USAGE, std::string("usage: pelago sim ") + row.usage);
-        }
-        return row.run(rest);
     }
-    std::string usage = "no such command; there are:";
-    for (const SimRow& row : SIM_ROWS) {
-        usage += std::string("\n  pelago sim ") + row.usage;
-    }
-    return Refuse(ControlResult::USAGE, usage);
+    return Refuse(ControlResult::USAGE, Usage(words.empty() ? "" : words[0]));
 }
 
 ControlAnswer LogLevelCommand(const std::string& text)
@@ -417,12 +309,76 @@ ControlAnswer EventsCommand(const Words& words)
 
 } // namespace
 
+std::string DeviceJson()
+{
+    DeviceSnapshot device = Model().Snapshot();
+    Json abilities = Json::Array();
+    for (int32_t id : device.abilities) {
+        abilities.Add(static_cast<int64_t>(id));
+    }
+    Json focused = Json::Array();
+    for (int32_t pid : device.focusedPids) {
+        focused.Add(static_cast<int64_t>(pid));
+    }
+    return Json::Object()
+        .Put("name", device.identity.name)
+        .Put("udid", device.identity.udid)
+        .Put("type", device.identity.type)
+        .Put("root", device.identity.root)
+        .Put("pid", static_cast<int64_t>(::getpid()))
+        .Put("radios", RadiosJson(device))
+        .Put("radioSteps", StepsJson(device.timings))
+        .Put("users", UsersJson(device))
+        .Put("abilities", std::move(abilities))
+        .Put("applications", ApplicationsJson(device.applications))
+        .Put("foreground", ApplicationsJson(device.foregroundApplications))
+        .Put("focus", std::move(focused))
+        .Put("tokens", TokensJson(device))
+        .Put("extensions", ExtensionsJson())
+        .Text();
+}
+
+Device& Model()
+{
+    return Device::Instance();
+}
+
+std::optional<int64_t> Number(const std::string& text)
+{
+    char* end = nullptr;
+    errno = 0;
+    long long value = std::strtoll(text.c_str(), &end, 10);
+    if (text.empty() || end != text.c_str() + text.size() || errno != 0) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+std::optional<int32_t> Id(const std::string& text)
+{
+    const auto value = Number(text);
+    const bool fits = value.has_value() && *value >= std::numeric_limits<int32_t>::min() &&
+                      *value <= std::numeric_limits<int32_t>::max();
+    return fits ? std::optional(static_cast<int32_t>(*value)) : std::nullopt;
+}
+
+ControlAnswer NotANumber(const std::string& text)
+{
+    return Refuse(ControlResult::USAGE, "'" + EscapeForTerminal(text) + "' is not a number that can be meant");
+}
+
+ControlAnswer NoSuch(const std::string& what, const std::string& which)
+{
+    return Refuse(ControlResult::NO_SUCH_ENTRY, "there is no " + what + " '" + EscapeForTerminal(which) + "'");
+}
+
 void AddSimCommands(DeviceControl& control)
 {
-    control.AddCommand("sim", Sim);
+    control.AddCommand("sim", SimCommandLine);
     control.AddCommand("log", LogCommand);
     control.AddCommand("events", EventsCommand);
     control.AddSection("device", DeviceJson);
+    control.AddSection("started", StartedJson);
 }
 
 } // namespace OHOS::Host

@@ -7,7 +7,8 @@ namespace OHOS::AAFwk {
 
 /// Hears that data at a URI has changed. Implemented by whoever registers it, held by the registration. Each observer
 /// is called on a queue of its own, one change at a time, with no lock held, and never inside the write that caused it.
-/// A change that was on its way when the observer was unregistered may still arrive. What changed is not told.
+/// A change that was on its way when the observer was unregistered may still arrive, beside one of a new registration
+/// too. What changed is not told.
 class IDataAbilityObserver : virtual public RefBase {
 public:
     virtual void OnChange() = 0;

@@ -17,7 +17,8 @@ namespace OHOS::AppExecFwk {
 // waits holds its handler weakly. When its turn comes the handler is promoted and kept alive until ProcessEvent has
 // returned: an event whose handler is gone is dropped, and where the last other reference goes inside ProcessEvent, the
 // handler is destroyed behind it, on the runner and under no lock. A handler that has neither owner cannot be kept
-// alive, so nothing is sent to it; one that is a RefBase may send in its constructor, one for a shared_ptr may not.
+// alive, so nothing is sent to it. In its constructor one for a shared_ptr cannot send, and one that is a RefBase only
+// what is delayed: an event whose turn comes before the first owner does is dropped.
 //
 // Knows its runner weakly: whoever created the runner drops it. Any thread may call. The destructor takes the events
 // that wait out of the queue and waits for nobody. Does not look at priorities.
@@ -59,9 +60,6 @@ public:
     // Takes this handler's waiting events of one id, or all of them, out of the queue, immediate and delayed ones.
     void RemoveEvent(uint32_t innerEventId);
     void RemoveAllEvents();
-
-    // Whether an event of this id waits for this handler.
-    bool HasInnerEvent(uint32_t innerEventId) const;
 
 private:
     std::shared_ptr<Host::TaskQueue> Tasks() const;

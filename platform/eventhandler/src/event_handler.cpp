@@ -100,10 +100,4 @@ void EventHandler::RemoveAllEvents()
     }
 }
 
-bool EventHandler::HasInnerEvent(uint32_t innerEventId) const
-{
-    const auto tasks = Tasks();
-    return tasks != nullptr && tasks->HasTagged({this, innerEventId});
-}
-
 } // namespace OHOS::AppExecFwk

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -28,6 +29,8 @@ void LineSink::Borrow(int fd)
 {
     Close();
     fd_ = fd;
+    struct stat file {};
+    waits_ = fstat(fd, &file) != 0 || !S_ISREG(file.st_mode);
 }
 
 void LineSink::Close()
@@ -54,7 +57,7 @@ bool LineSink::WaitWritable()
 
 bool LineSink::Append(std::string_view line)
 {
-    if (!IsOpen() || !WaitWritable()) {
+    if (!IsOpen() || (waits_ && !WaitWritable())) {
         return false;
     }
     char end[] = {'\n'};

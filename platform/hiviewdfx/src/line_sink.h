@@ -37,6 +37,7 @@ private:
 
     int fd_ = -1;
     bool owned_ = false;
+    bool waits_ = false; // on a reader: no regular file, which costs no second system call
     bool stuck_ = false; // the last line was refused by a reader that does not read
     bool torn_ = false;  // the last line was cut
 };

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "device_rows.h"
 #include "host/scheduler.h"
 
 namespace OHOS::Host {
@@ -32,35 +33,21 @@ DeviceSnapshot FreshDevice()
     return state;
 }
 
+/// Users with ids of their own; who is in front or active is one of them.
+bool HasSoundUsers(const DeviceSnapshot& device)
+{
+    std::set<int32_t> ids;
+    const bool areUnique = std::all_of(device.users.begin(), device.users.end(),
+        [&ids](const User& user) { return user.id >= 0 && ids.insert(user.id).second; });
+    const auto isUser = [&ids](int32_t id) { return ids.count(id) != 0; };
+    return areUnique && (device.foregroundUser == -1 || isUser(device.foregroundUser)) &&
+           std::all_of(device.activeUsers.begin(), device.activeUsers.end(), isUser);
+}
+
 bool IsTokenName(const std::string& name)
 {
     return !name.empty() && name.size() <= Device::MAX_TOKEN_NAME &&
            name.find_first_not_of(TOKEN_NAME_CHARACTERS) == std::string::npos;
-}
-
-template <typename T>
-[[nodiscard]] bool Erase(std::vector<T>& values, const T& value)
-{
-    const auto found = std::find(values.begin(), values.end(), value);
-    if (found == values.end()) {
-        return false;
-    }
-    values.erase(found);
-    return true;
-}
-
-/// The row with this id, null when there is none.
-template <typename Rows, typename Id>
-auto* RowById(Rows& rows, Id id)
-{
-    const auto found = std::find_if(rows.begin(), rows.end(), [id](const auto& row) { return row.id == id; });
-    return found == rows.end() ? nullptr : &*found;
-}
-
-template <typename T>
-bool Contains(const std::vector<T>& values, const T& value)
-{
-    return std::find(values.begin(), values.end(), value) != values.end();
 }
 
 } // namespace
@@ -146,6 +133,30 @@ bool Device::RemoveFocusListener(const void* key)
     return true;
 }
 
+void Device::SetChangeListener(ChangeListener listener)
+{
+    const std::lock_guard lock(mutex_);
+    changeListener_.swap(listener); // the old one goes after the lock
+}
+
+void Device::Changed()
+{
+    if (changeListener_ != nullptr && std::exchange(changeIsTold_, false)) {
+        Post([this] { TellChange(); });
+    }
+}
+
+void Device::TellChange()
+{
+    std::unique_lock lock(mutex_);
+    changeIsTold_ = true; // what changes from here on is told again
+    const ChangeListener listener = changeListener_;
+    lock.unlock();
+    if (listener != nullptr) {
+        listener();
+    }
+}
+
 void Device::Publish(DeviceEvent event)
 {
     const std::lock_guard lock(mutex_);
@@ -198,11 +209,13 @@ bool Device::PutUser(const User& user)
     const std::lock_guard lock(mutex_);
     if (User* present = RowById(state_.users, user.id); present != nullptr) {
         *present = user;
+        Changed();
         return true;
     }
     auto& users = state_.users;
     users.insert(
         std::find_if(users.begin(), users.end(), [&user](const User& other) { return other.id > user.id; }), user);
+    Changed();
     return true;
 }
 
@@ -215,6 +228,7 @@ bool Device::RemoveUser(int32_t id)
     }
     state_.users.erase(state_.users.begin() + (user - state_.users.data()));
     (void)Erase(state_.activeUsers, id); // may not have been active
+    Changed();
     return true;
 }
 
@@ -228,6 +242,7 @@ bool Device::SwitchUser(int32_t id)
         return true;
     }
     state_.foregroundUser = id;
+    Changed();
     if (id == -1) {
         return true;
     }
@@ -244,6 +259,7 @@ bool Device::StopUser(int32_t id)
         return false;
     }
     RowById(state_.users, id)->verified = false;
+    Changed();
     return true;
 }
 
@@ -256,6 +272,7 @@ bool Device::SetVerified(int32_t id, bool verified)
     }
     const bool unlocked = verified && !user->verified;
     user->verified = verified;
+    Changed();
     if (unlocked) {
         PostEvent({EventName::USER_UNLOCKED, id, "", PublisherUid::ACCOUNTS, ""});
     }
@@ -289,6 +306,7 @@ void Device::SetAbilityPresent(int32_t id, bool present)
         return;
     }
     PostAbility(id, present);
+    Changed();
     if (!present) {
         return;
     }
@@ -311,48 +329,6 @@ void Device::PostAbility(int32_t id, bool present)
             listener(id, present);
         }
     });
-}
-
-// ---- Windows and applications
-
-void Device::SetFocused(int32_t pid, bool focused)
-{
-    const std::lock_guard lock(mutex_);
-    auto& pids = state_.focusedPids;
-    if (Contains(pids, pid) == focused) {
-        return;
-    }
-    if (focused) {
-        pids.push_back(pid);
-    } else {
-        (void)Erase(pids, pid); // is there, as asked above
-    }
-    Post([this, pid, focused] {
-        std::unique_lock guard(mutex_);
-        const std::map<const void*, FocusListener> listeners = focusListeners_;
-        guard.unlock();
-        for (const auto& [key, listener] : listeners) {
-            listener(pid, focused);
-        }
-    });
-}
-
-std::vector<int32_t> Device::FocusedPids() const
-{
-    const std::lock_guard lock(mutex_);
-    return state_.focusedPids;
-}
-
-void Device::SetForegroundApplications(std::vector<Application> applications)
-{
-    const std::lock_guard lock(mutex_);
-    state_.foregroundApplications = std::move(applications);
-}
-
-std::vector<Application> Device::ForegroundApplications() const
-{
-    const std::lock_guard lock(mutex_);
-    return state_.foregroundApplications;
 }
 
 // ---- Callers
@@ -402,6 +378,7 @@ void Device::SetCommand(const std::string& bundleName, std::vector<std::string> 
     } else {
         state_.commands[bundleName] = std::move(argv);
     }
+    Changed();
 }
 
 std::vector<std::string> Device::Command(const std::string& bundleName) const
@@ -414,7 +391,36 @@ std::vector<std::string> Device::Command(const std::string& bundleName) const
 DeviceSnapshot Device::Snapshot() const
 {
     const std::lock_guard lock(mutex_);
-    return state_;
+    DeviceSnapshot snapshot = state_;
+    snapshot.wifiMode = wifi_.Remembered();
+    snapshot.bluetoothMode = bluetooth_.Remembered();
+    return snapshot;
+}
+
+bool Device::Become(const DeviceSnapshot& earlier)
+{
+    if (!HasSoundUsers(earlier)) {
+        return false;
+    }
+    const std::lock_guard lock(mutex_);
+    std::vector<User> users = earlier.users;
+    for (User& user : users) {
+        if (const User* known = RowById(state_.users, user.id); known != nullptr) {
+            user.account = known->account;
+        }
+    }
+    state_.users = std::move(users);
+    state_.foregroundUser = earlier.foregroundUser;
+    state_.activeUsers = earlier.activeUsers;
+    state_.timings = earlier.timings;
+    state_.commands = earlier.commands;
+    state_.airplane = earlier.airplane;
+    state_.wifiAfterAirplane = earlier.wifiAfterAirplane;
+    state_.bluetoothAfterAirplane = earlier.bluetoothAfterAirplane;
+    wifi_.goal = earlier.wifiMode;
+    bluetooth_.goal = earlier.bluetoothMode;
+    state_.radios = StatesOf(earlier.wifiMode, earlier.bluetoothMode);
+    return true;
 }
 
 } // namespace OHOS::Host

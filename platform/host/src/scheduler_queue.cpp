@@ -113,14 +113,6 @@ size_t QueueState::CancelIf(Predicate wanted)
     return cancelled.size();
 }
 
-bool QueueState::HasTagged(TaskTag tag) const
-{
-    std::lock_guard lock(mutex_);
-    return std::any_of(entries_.begin(), entries_.end(), [tag](const Entries::value_type& entry) {
-        return entry.second.tag.owner == tag.owner && entry.second.tag.kind == tag.kind;
-    });
-}
-
 size_t QueueState::Size() const
 {
     std::lock_guard lock(mutex_);
@@ -242,11 +234,6 @@ size_t TaskQueue::CancelTagged(TaskTag tag)
 {
     return state_->CancelIf(
         [tag](const auto& entry) { return entry.second.tag.owner == tag.owner && entry.second.tag.kind == tag.kind; });
-}
-
-bool TaskQueue::HasTagged(TaskTag tag) const
-{
-    return state_->HasTagged(tag);
 }
 
 bool TaskQueue::IsIdle() const

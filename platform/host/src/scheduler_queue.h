@@ -39,7 +39,6 @@ public:
     bool Cancel(TaskId id);
     template <typename Predicate>
     size_t CancelIf(Predicate wanted);
-    bool HasTagged(TaskTag tag) const;
     size_t Size() const;
     void Stop();
 

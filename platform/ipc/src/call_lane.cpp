@@ -208,11 +208,14 @@ void CallLane::CollectAnswers()
                     return;
                 }
                 break;
-            case MessageReader::Step::MORE:
-                if (reader_.Receive(socket_.Get(), MSG_DONTWAIT) != DescriptorStream::Fill::DATA) {
-                    return;
+            case MessageReader::Step::MORE: {
+                const auto fill = reader_.Receive(socket_.Get(), MSG_DONTWAIT);
+                if (fill == DescriptorStream::Fill::DATA) {
+                    break;
                 }
-                break;
+                usable_ = usable_ && fill == DescriptorStream::Fill::NOTHING; // or no answer comes any more
+                return;
+            }
             case MessageReader::Step::BROKEN:
                 link_->End(why);
                 return;
@@ -225,7 +228,7 @@ bool CallLane::IsPending()
     if (sequence_ != answered_) {
         CollectAnswers();
     }
-    return sequence_ != answered_;
+    return usable_ && sequence_ != answered_;
 }
 
 Sending::State CallLane::FlushOutbox()
@@ -243,6 +246,9 @@ Sending::State CallLane::Flush(std::vector<Baggage>& delivered)
     const Sending::State state = outbox_.Flush(socket_.Get(), delivered);
     for (Baggage& baggage : delivered) {
         baggage.given.Arrived();
+    }
+    if (state == Sending::State::REFUSED) { // what its sender was told is under way would stay here for ever
+        link_->End(EndReason::OUT_OF_DESCRIPTORS);
     }
     if (state != Sending::State::BLOCKED) {
         Unwatch();

@@ -61,7 +61,7 @@ EndReason ControlSocket::Overdue(Clock::time_point limit) const
 
 // ---- Sending
 
-bool ControlSocket::Send(const ControlMessage& message, UniqueFd descriptor)
+Sending::State ControlSocket::Send(const ControlMessage& message, UniqueFd descriptor)
 {
     std::vector<UniqueFd> descriptors;
     if (descriptor.IsOpen()) {
@@ -69,12 +69,13 @@ bool ControlSocket::Send(const ControlMessage& message, UniqueFd descriptor)
     }
     std::unique_lock lock(mutex_);
     if (!socket_.IsOpen()) {
-        return false;
+        return Sending::State::GONE;
     }
     Sending sending = SendingOf(message, descriptors);
     const Sending::State state = outbox_.IsEmpty() ? sending.Continue(socket_.Get()) : Sending::State::BLOCKED;
-    if (state == Sending::State::SENT || state == Sending::State::GONE) {
-        return state == Sending::State::SENT;
+    if (state == Sending::State::SENT || state == Sending::State::GONE ||
+        (state == Sending::State::REFUSED && !descriptors.empty())) {
+        return state;
     }
     if (state == Sending::State::BLOCKED &&
         link_.QueuedBytes() + sending.Remaining() <= link_.Limits().queuedBytesPerConnection) {
@@ -85,11 +86,11 @@ bool ControlSocket::Send(const ControlMessage& message, UniqueFd descriptor)
             Reactor::Get().Rewatch(ticket_, socket_.Get(), Reactor::INCOMING | EPOLLOUT);
             link_.WatchDeadline();
         }
-        return true;
+        return Sending::State::SENT;
     }
     lock.unlock();
     link_.End(state == Sending::State::BLOCKED ? EndReason::TOO_MANY_QUEUED_BYTES : EndReason::OUT_OF_DESCRIPTORS);
-    return false;
+    return Sending::State::GONE;
 }
 
 void ControlSocket::SayGoodbye(EndReason why)
@@ -104,27 +105,32 @@ void ControlSocket::SayGoodbye(EndReason why)
     }
 }
 
-void ControlSocket::Flush()
+Sending::State ControlSocket::Flush()
 {
     std::vector<Baggage> delivered; // let go after the lock
     std::lock_guard lock(mutex_);
-    if (outbox_.IsEmpty() || outbox_.Flush(socket_.Get(), delivered) == Sending::State::BLOCKED) {
-        if (!delivered.empty()) {
-            sending_.Stop(); // it is the next message that waits now
-            sending_.Start();
-        }
-        return;
+    if (outbox_.IsEmpty()) {
+        return Sending::State::SENT;
     }
-    sending_.Stop();
-    Reactor::Get().Rewatch(ticket_, socket_.Get(), Reactor::INCOMING);
+    const Sending::State state = outbox_.Flush(socket_.Get(), delivered);
+    if (state != Sending::State::BLOCKED) {
+        sending_.Stop();
+        Reactor::Get().Rewatch(ticket_, socket_.Get(), Reactor::INCOMING);
+    } else if (!delivered.empty()) {
+        sending_.Stop(); // it is the next message that waits now
+        sending_.Start();
+    }
+    return state;
 }
 
 // ---- Receiving
 
 bool ControlSocket::OnReady(uint32_t events)
 {
-    const sptr<SocketLink> link(&link_); // its group may let go of it below
-    Flush();
+    const sptr<SocketLink> link(&link_);      // its group may let go of it below
+    if (Flush() == Sending::State::REFUSED) { // what was queued would stay for ever
+        link_.End(EndReason::OUT_OF_DESCRIPTORS);
+    }
     if (ended_) {
         return false;
     }
@@ -183,9 +189,10 @@ EndReason ControlSocket::HandOut()
     }
     std::memmove(bytes_.data(), bytes_.data() + done, size_ - done);
     size_ -= done;
-    if (size_ == 0) {
+    if (done > 0 || size_ == 0) {
         receiving_.Stop();
-    } else {
+    }
+    if (size_ > 0) { // of another message than before, if one was whole
         receiving_.Start();
         link_.WatchDeadline();
     }

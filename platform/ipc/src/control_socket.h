@@ -28,8 +28,9 @@ public:
 
     // Begins to listen. False when it cannot be watched.
     [[nodiscard]] bool Open();
-    // Sends or queues, with at most one descriptor. False when the connection is at its end, or comes to it by this.
-    bool Send(const ControlMessage& message, UniqueFd descriptor = UniqueFd());
+    // Sends or queues, with at most one descriptor. GONE when the connection is at its end, or comes to it by this;
+    // REFUSED, and nothing has happened, when the system does not take the descriptor.
+    Sending::State Send(const ControlMessage& message, UniqueFd descriptor = UniqueFd());
     // Sends if it can be sent now: the last word.
     void SayGoodbye(EndReason why);
     // Ends the connection: the reader finds the end.
@@ -46,7 +47,7 @@ public:
 private:
     [[nodiscard]] EndReason Read(bool toTheEnd);
     [[nodiscard]] EndReason HandOut();
-    void Flush();
+    [[nodiscard]] Sending::State Flush();
 
     SocketLink& link_;
     Reactor::Ticket ticket_ = 0;

@@ -13,6 +13,9 @@ namespace OHOS::Ipc {
 
 namespace {
 
+// What a socket option of the peer's choice adds to what is read: a descriptor of the sender's process.
+constexpr int SCM_PROCESS_DESCRIPTOR = 4;
+
 union ControlSpace {
     char bytes[CMSG_SPACE(DESCRIPTORS_PER_SOCKET_MESSAGE * sizeof(int))];
     cmsghdr align;
@@ -58,18 +61,30 @@ DescriptorStream::Fill DescriptorStream::Receive(int fd, iovec* parts, size_t co
     lastRead_ = static_cast<size_t>(read);
     position_ += lastRead_;
     mayHaveMore_ = lastRead_ == SizeOf(parts, count);
+    TakeDescriptors(message);
+    return Fill::DATA;
+}
+
+void DescriptorStream::TakeDescriptors(msghdr& message)
+{
     for (cmsghdr* part = CMSG_FIRSTHDR(&message); part != nullptr; part = CMSG_NXTHDR(&message, part)) {
-        if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS) {
+        const bool ours = part->cmsg_level == SOL_SOCKET && part->cmsg_type == SCM_RIGHTS;
+        if (!ours && (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_PROCESS_DESCRIPTOR)) {
             continue;
         }
-        mayHaveMore_ = true;
+        mayHaveMore_ = mayHaveMore_ || ours;
         for (size_t offset = 0; offset < part->cmsg_len - CMSG_LEN(0); offset += sizeof(int)) {
             int received = -1;
             std::memcpy(&received, CMSG_DATA(part) + offset, sizeof(received));
-            arrived_.push_back({UniqueFd(received), position_ - 1});
+            UniqueFd taken(received);
+            if (ours) {
+                arrived_.push_back({std::move(taken), position_ - 1});
+            }
         }
     }
-    return Fill::DATA;
+    if ((message.msg_flags & MSG_CTRUNC) != 0) {
+        arrived_.push_back({UniqueFd(), position_ - 1}); // at least one was lost here
+    }
 }
 
 size_t DescriptorStream::CountBefore(uint64_t position) const
@@ -82,8 +97,10 @@ std::vector<UniqueFd> DescriptorStream::TakeBefore(uint64_t position, size_t ann
 {
     std::vector<UniqueFd> taken;
     const auto count = static_cast<ptrdiff_t>(CountBefore(position)); // they come in the order of their positions
+    bool lost = false;                                                // from there on nobody knows which is which
     for (auto one = arrived_.begin(); one != arrived_.begin() + count; ++one) {
-        taken.push_back(std::move(one->fd));
+        lost = lost || !one->fd.IsOpen();
+        taken.push_back(lost ? UniqueFd() : std::move(one->fd));
     }
     arrived_.erase(arrived_.begin(), arrived_.begin() + count);
     taken.resize(std::max(announced, taken.size()));

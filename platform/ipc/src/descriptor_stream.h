@@ -1,6 +1,7 @@
 #ifndef PLATFORM_IPC_DESCRIPTOR_STREAM_H
 #define PLATFORM_IPC_DESCRIPTOR_STREAM_H
 
+#include <sys/socket.h>
 #include <sys/uio.h>
 
 #include <cstddef>
@@ -49,14 +50,16 @@ public:
     }
     [[nodiscard]] size_t CountBefore(uint64_t position) const;
     // Takes those that came with bytes before `position`, and fills up with closed ones to `announced`: those that this
-    // process could not take because it may open no more.
+    // process could not take because it may open no more, and all behind them, whose numbers are not known any more.
     [[nodiscard]] std::vector<UniqueFd> TakeBefore(uint64_t position, size_t announced);
 
 private:
     struct Arrived {
-        UniqueFd fd;
+        UniqueFd fd;       // closed: one or more were lost
         uint64_t position; // of the last byte of its read
     };
+
+    void TakeDescriptors(msghdr& message);
 
     std::vector<Arrived> arrived_;
     uint64_t position_ = 0;

@@ -47,7 +47,7 @@ LanePool::Entry* LanePool::PickIdle()
         }
     }
     for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
-        if (!entry->inUse && !entry->lane->IsPending()) {
+        if (!entry->inUse && !entry->lane->IsPending() && entry->lane->IsUsable()) {
             return &*entry;
         }
     }
@@ -65,7 +65,8 @@ LanePool::Entry* LanePool::Open(int& error)
         error = IPC_OUT_OF_DESCRIPTORS;
         return nullptr;
     }
-    if (!link_.OfferLane(std::move(pair.theirs))) {
+    error = link_.OfferLane(std::move(pair.theirs));
+    if (error != ERR_NONE) {
         return nullptr;
     }
     Entry entry;
@@ -187,12 +188,12 @@ bool LanePool::IsSurplus(Entry& entry, Leftovers& left)
         left.pending = true;
         return false;
     }
-    if (!std::exchange(left.idle, true)) {
+    if (entry.lane->IsUsable() && !std::exchange(left.idle, true)) {
         return false; // one stays, for the next call
     }
     const bool used = std::exchange(entry.usedSinceTidying, false);
     left.usedLately = left.usedLately || used;
-    return !used;
+    return !used || !entry.lane->IsUsable();
 }
 
 } // namespace OHOS::Ipc

@@ -146,13 +146,11 @@ bool Listener::OnReady(uint32_t)
         UniqueFd socket(::accept4(socket_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (socket.IsOpen()) {
             Accept(std::move(socket));
-        } else if (errno == EMFILE || errno == ENFILE) {
-            if (!RefuseOne()) {
-                Reactor::Get().RunAt(Clock::now() + RETRY, [self = sptr<Listener>(this)] { self->LookAgain(); });
-                return false;
-            }
-        } else if (errno != EINTR && errno != ECONNABORTED) {
+        } else if (errno == EAGAIN || errno == EINVAL) {
             return false; // nobody waits, or we do not listen any more
+        } else if (errno != EINTR && errno != ECONNABORTED && !RefuseOne()) {
+            Reactor::Get().RunAt(Clock::now() + RETRY, [self = sptr<Listener>(this)] { self->LookAgain(); });
+            return false;
         }
     }
 }

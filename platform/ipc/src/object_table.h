@@ -59,7 +59,7 @@ public:
 
     [[nodiscard]] bool IsDead() const
     {
-        return dead_.load(std::memory_order_acquire);
+        return dead_; // in one order with what a served lane says of itself
     }
     // The peer is gone: nothing more is given, and nobody can be added to those who are to be told.
     void Die();

@@ -67,20 +67,30 @@ private:
 Reactor& Reactor::Get()
 {
     Reactor& reactor = PerProcess<Reactor>::Get();
-    std::call_once(reactor.started_, [&reactor] { reactor.Start(); });
+    if (!reactor.started_) {
+        reactor.Start();
+    }
     return reactor;
 }
 
 void Reactor::Start()
 {
+    std::lock_guard starting(startMutex_);
+    if (started_) {
+        return;
+    }
     epoll_ = IpcSocket(UniqueFd(::epoll_create1(EPOLL_CLOEXEC)));
     timer_ = IpcSocket(UniqueFd(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)));
     Ticket forGood = 0;
-    if (!Watch(timer_.Get(), EPOLLIN, sptr<Alarm>::MakeSptr(*this), forGood)) {
-        IPC_LOGE("no timer for the local IPC: unfinished messages are kept for ever");
+    if (!epoll_.IsOpen() || !timer_.IsOpen() || !Add(timer_.Get(), EPOLLIN, sptr<Alarm>::MakeSptr(*this), forGood)) {
+        epoll_.Close();
+        timer_.Close();
+        return;
     }
     std::lock_guard lock(mutex_);
     EnsureWaiter();
+    started_ = waiting_ > 0;
+    SetAlarm(); // of those that came before
 }
 
 bool Reactor::IsOwnThread()
@@ -100,6 +110,11 @@ Reactor::Slot* Reactor::Find(Ticket ticket)
 }
 
 bool Reactor::Watch(int fd, uint32_t events, const sptr<Pollable>& target, Ticket& ticket)
+{
+    return started_ && Add(fd, events, target, ticket);
+}
+
+bool Reactor::Add(int fd, uint32_t events, const sptr<Pollable>& target, Ticket& ticket)
 {
     epoll_event event = {};
     {
@@ -262,7 +277,7 @@ bool Reactor::Claim(Ticket ticket, uint32_t events, Job& job)
         return false;
     }
     slot->busy = true;
-    job = Job{ticket, slot->target, events, slot->target->PlaceFor(), false, nullptr};
+    job = Job{ticket, slot->target, events, slot->target->PlaceFor(), false, nullptr, 0};
     if (job.requester != nullptr && !TakePlace(job)) {
         Park(std::move(job));
         job = Job();
@@ -304,7 +319,7 @@ void Reactor::GiveUpPlace(const Job& job)
 bool Reactor::Finish(Job& job, bool again)
 {
     if (job.target == nullptr) {
-        takingTurns_ = false;
+        takingTurns_ = takingTurns_ && job.turn != turn_; // unless another one did not wait for it
         return false;
     }
     Slot* slot = Find(job.ticket);
@@ -353,7 +368,11 @@ bool Reactor::TakeWaiting(Job& job)
     takingTurns_ = true;
     job = Job();
     job.inTurn = std::move(inTurn_.front());
+    job.turn = ++turn_;
     inTurn_.pop_front();
+    if (!inTurn_.empty()) {
+        WatchTurn();
+    }
     EnsureWaiter();
     return true;
 }
@@ -382,19 +401,35 @@ void Reactor::EndCallTo(Requester& requester)
 void Reactor::RunInTurn(std::function<void()> body)
 {
     std::lock_guard lock(mutex_);
-    inTurn_.push_back(std::move(body));
-    Job job;
-    if (!t_isOwnThread && TakeWaiting(job) && !StartThread(job)) { // ours look by themselves when they are done
-        takingTurns_ = false;
-        inTurn_.push_front(std::move(job.inTurn));
+    inTurn_.push_back(std::move(body)); // the caller looks for it when it is done
+    if (takingTurns_) {
+        WatchTurn();
     }
+}
+
+void Reactor::WatchTurn()
+{
+    if (std::exchange(watchedTurn_, turn_) != turn_) {
+        AddAlarm(Clock::now() + TURN, [this, turn = turn_] { PassTurn(turn); });
+    }
+}
+
+void Reactor::PassTurn(uint64_t overdue)
+{
+    std::lock_guard lock(mutex_);
+    takingTurns_ = takingTurns_ && turn_ != overdue; // the thread of the alarms looks for what waits when it is done
 }
 
 void Reactor::RunAt(Clock::time_point when, std::function<void()> body)
 {
     std::lock_guard lock(mutex_);
+    AddAlarm(when, std::move(body));
+}
+
+void Reactor::AddAlarm(Clock::time_point when, std::function<void()> body)
+{
     const auto alarm = alarms_.emplace(when, std::move(body));
-    if (alarm == alarms_.begin()) {
+    if (alarm == alarms_.begin() && started_) {
         SetAlarm();
     }
 }

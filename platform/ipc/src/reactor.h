@@ -52,6 +52,7 @@ public:
 class Reactor {
 public:
     static constexpr std::chrono::milliseconds IDLE_THREAD{1000};
+    static constexpr std::chrono::milliseconds TURN{1000};
     static constexpr size_t LASTING_THREADS = 2;
 
     // What to watch a socket for that is read from.
@@ -70,7 +71,7 @@ public:
     static Reactor& Get();
 
     // Waits for `events` of `fd`, edge-triggered: each arrival is told once. `ticket` is set before the first one is.
-    // False when that is impossible.
+    // False when that is impossible, also for want of what the reactor itself needs: the next one tries again.
     [[nodiscard]] bool Watch(int fd, uint32_t events, const sptr<Pollable>& target, Ticket& ticket);
     // Waits for other events from now on, and tells those that are there already.
     void Rewatch(Ticket ticket, int fd, uint32_t events);
@@ -79,7 +80,8 @@ public:
 
     // Runs `body` once on one of the threads, at `when` or a little later. It must not wait.
     void RunAt(Clock::time_point when, std::function<void()> body);
-    // Runs `body` on one of the threads, which may wait in it; one after another.
+    // From one of the threads: runs `body` on one of them, which may wait in it; one after another, but beside those
+    // that take longer than TURN.
     void RunInTurn(std::function<void()> body);
 
     // Brackets a call to the process of the requester.
@@ -119,13 +121,16 @@ private:
         Requester* requester = nullptr; // kept by the target
         bool extra = false;             // beyond the common places
         std::function<void()> inTurn;   // instead of a target
+        uint64_t turn = 0;              // its number
     };
     struct ThreadStart;
 
     void Start();
+    [[nodiscard]] bool Add(int fd, uint32_t events, const sptr<Pollable>& target, Ticket& ticket);
 
     static void* ThreadMain(void* start);
     void Work(Job job);
+    void PassTurn(uint64_t overdue);
     [[nodiscard]] static bool RunJob(Job& job);
     void FireAlarms();
 
@@ -138,13 +143,16 @@ private:
     void Park(Job job);
     [[nodiscard]] bool TakeParked(Job& job);
     [[nodiscard]] bool TakeWaiting(Job& job);
+    void WatchTurn();
+    void AddAlarm(Clock::time_point when, std::function<void()> body);
     void EnsureWaiter();
     [[nodiscard]] bool StartThread(Job& job);
     [[nodiscard]] Slot* Find(Ticket ticket);
     void SetAlarm();
 
-    std::once_flag started_;
-    IpcSocket epoll_; // from Start on, as the timer
+    std::mutex startMutex_;            // taken before mutex_
+    std::atomic<bool> started_{false}; // the next two are there, and a thread is
+    IpcSocket epoll_;                  // written under startMutex_, until it has started
     IpcSocket timer_;
 
     std::atomic<size_t> parkedCount_{0};
@@ -155,7 +163,9 @@ private:
     std::vector<uint32_t> freeSlots_;
     std::deque<Job> parked_;
     std::deque<std::function<void()>> inTurn_;
-    bool takingTurns_ = false; // a thread is at one of inTurn_
+    bool takingTurns_ = false; // a thread is at one of inTurn_, and the others wait for it
+    uint64_t turn_ = 0;        // the number of the last that was begun
+    uint64_t watchedTurn_ = 0; // the last that an alarm is set for
     std::multimap<Clock::time_point, std::function<void()>> alarms_;
     size_t running_ = 0; // requests in common places
     size_t extraRunning_ = 0;

@@ -129,11 +129,20 @@ int SocketLink::CallThrough(CallLane& lane, OutgoingMessage& request, int waitSe
     return result;
 }
 
-bool SocketLink::OfferLane(UniqueFd theirs)
+int SocketLink::OfferLane(UniqueFd theirs)
 {
     ControlMessage lane;
     lane.kind = static_cast<uint32_t>(ControlKind::LANE);
-    return control_->Send(lane, std::move(theirs));
+    switch (control_->Send(lane, std::move(theirs))) {
+        case Sending::State::REFUSED:
+            return IPC_OUT_OF_DESCRIPTORS;
+        case Sending::State::GONE:
+            return IPC_DEAD_OBJECT;
+        case Sending::State::SENT:
+        case Sending::State::BLOCKED: // queued
+            break;
+    }
+    return ERR_NONE;
 }
 
 // ---- Objects
@@ -320,6 +329,7 @@ void SocketLink::OnControlEnd()
     lanes_.ShutDown();
     Reactor::Get().BeginCallTo(requester_); // for good: what is left in its lanes need not wait for a place
     control_->Close();
+    bool draining = false;
     {
         const bool theirs = endReason_ == EndReason::NONE;
         std::lock_guard lock(mutex_);
@@ -327,6 +337,27 @@ void SocketLink::OnControlEnd()
         for (Served& served : served_) {
             served.lane->Shutdown(theirs);
             served.draining = theirs && !served.lane->IsInSynchronousRequest();
+            draining = draining || served.draining;
+        }
+    }
+    EndIfDrained();
+    if (!draining) {
+        return;
+    }
+    Reactor::Get().RunAt(Clock::now() + limits_.unfinishedMessage, [link = wptr<SocketLink>(this)] {
+        if (const sptr<SocketLink> alive = link.promote(); alive != nullptr) {
+            alive->StopDraining();
+        }
+    });
+}
+
+// A one-way request that does not end keeps nobody from hearing of the death.
+void SocketLink::StopDraining()
+{
+    {
+        std::lock_guard lock(mutex_);
+        for (Served& served : served_) {
+            served.draining = false;
         }
     }
     EndIfDrained();

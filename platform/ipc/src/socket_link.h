@@ -79,8 +79,8 @@ public:
     {
         return queuedBytes_;
     }
-    // Gives the peer its end of a new lane.
-    [[nodiscard]] bool OfferLane(UniqueFd theirs);
+    // Gives the peer its end of a new lane. 0, or an IpcError.
+    [[nodiscard]] int OfferLane(UniqueFd theirs);
     // Something stands half-way: it is looked at when its time is up.
     void WatchDeadline();
     void LaneEnded(const ServedLane& lane);
@@ -112,6 +112,7 @@ private:
     void CheckDeadlines();
     [[nodiscard]] EndReason FindOverdue(Clock::time_point limit, bool& unfinished) const;
     void CloseIfUnused();
+    void StopDraining();
     void EndIfDrained();
     void Mourn();
 

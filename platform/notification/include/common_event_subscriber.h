@@ -10,7 +10,8 @@ namespace OHOS::EventFwk {
 ///
 /// Held by shared pointer: by its owner, by its subscriptions, and by the framework while OnReceiveEvent runs.
 /// OnReceiveEvent comes on the subscriber's own queue, one event at a time in the order of publication, with no lock
-/// held; it may publish, subscribe and unsubscribe, itself included.
+/// held; it may publish, subscribe and unsubscribe, itself included. One that is running when the last subscription
+/// ends is not waited for, not even by a new subscription.
 ///
 /// It keeps no events: what was published before the subscription does not come.
 class CommonEventSubscriber {

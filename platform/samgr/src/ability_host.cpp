@@ -49,8 +49,9 @@ bool AbilityHost::Register(SystemAbility* ability)
 
 void AbilityHost::Start(std::function<void()> started)
 {
+    std::lock_guard<std::mutex> guard(mutex_);
     FollowDevice();
-    Post([this, started = std::move(started)] {
+    PostLocked([this, started = std::move(started)] {
         for (const sptr<SystemAbility>& ability : TakeStartable()) {
             ability->OnStart();
         }
@@ -96,13 +97,12 @@ std::vector<sptr<SystemAbility>> AbilityHost::TakeStarted()
 
 bool AbilityHost::Publish(int32_t id, const sptr<IRemoteObject>& object)
 {
+    sptr<IRemoteObject> former = object; // what was there before goes after the lock
     if (object == nullptr) {
         return false;
     }
-    {
-        std::lock_guard<std::mutex> guard(mutex_);
-        published_[id] = object;
-    }
+    std::lock_guard<std::mutex> guard(mutex_);
+    std::swap(published_[id], former);
     TellPublished(id, true);
     return true;
 }
@@ -110,15 +110,13 @@ bool AbilityHost::Publish(int32_t id, const sptr<IRemoteObject>& object)
 void AbilityHost::Unpublish(int32_t id)
 {
     sptr<IRemoteObject> last; // goes after the lock
-    {
-        std::lock_guard<std::mutex> guard(mutex_);
-        auto found = published_.find(id);
-        if (found == published_.end()) {
-            return;
-        }
-        last = std::move(found->second);
-        published_.erase(found);
+    std::lock_guard<std::mutex> guard(mutex_);
+    auto found = published_.find(id);
+    if (found == published_.end()) {
+        return;
     }
+    last = std::move(found->second);
+    published_.erase(found);
     TellPublished(id, false);
 }
 
@@ -161,8 +159,8 @@ bool AbilityHost::IsPresent(int32_t id) const
 
 bool AbilityHost::AddListener(SystemAbility& ability, int32_t id)
 {
-    FollowDevice();
     std::lock_guard<std::mutex> guard(mutex_);
+    FollowDevice();
     // Only those that the framework holds may be called later.
     auto registered = std::find(abilities_.begin(), abilities_.end(), &ability);
     if (registered == abilities_.end()) {
@@ -177,13 +175,12 @@ bool AbilityHost::AddListener(SystemAbility& ability, int32_t id)
 
 void AbilityHost::FollowDevice()
 {
-    {
-        std::lock_guard<std::mutex> guard(mutex_);
-        if (std::exchange(followsDevice_, true)) {
-            return;
-        }
+    if (!std::exchange(followsDevice_, true)) {
+        Device::Instance().AddAbilityListener([this](int32_t id, bool present) {
+            std::lock_guard<std::mutex> guard(mutex_);
+            TellListeners(id, present);
+        });
     }
-    Device::Instance().AddAbilityListener([this](int32_t id, bool present) { TellListeners(id, present); });
 }
 
 void AbilityHost::TellPublished(int32_t id, bool present)
@@ -195,7 +192,6 @@ void AbilityHost::TellPublished(int32_t id, bool present)
 
 void AbilityHost::TellListeners(int32_t id, bool present)
 {
-    std::lock_guard<std::mutex> guard(mutex_);
     for (auto listener = listeners_.lower_bound({id, nullptr});
          listener != listeners_.end() && listener->first.first == id; ++listener) {
         Tell(*listener, present);

@@ -16,7 +16,7 @@ class TaskQueue;
 
 namespace OHOS::MiscServices {
 
-// The system's timers and clocks.
+// The system's timers and the clock that they go by.
 //
 // One per process, never destroyed; it owns the timers. Any thread may call, an OnTrigger too. Each timer triggers on a
 // queue of its own: a slow OnTrigger delays no other timer. Timers are exact, run on the boot clock and count the time
@@ -43,9 +43,8 @@ public:
     // ("time_service.destroy_timer"), and then the timer stays.
     [[nodiscard]] bool DestroyTimer(uint64_t timerId);
 
-    // Milliseconds since boot, sleep included, and since the epoch.
+    // Milliseconds since boot, sleep included.
     int64_t GetBootTimeMs();
-    int64_t GetWallTimeMs();
 
 private:
     friend struct Host::StaticState;

@@ -82,11 +82,6 @@ int64_t TimeServiceClient::GetBootTimeMs()
     return Scheduler::Instance().BootTimeMs();
 }
 
-int64_t TimeServiceClient::GetWallTimeMs()
-{
-    return Scheduler::Instance().WallTimeMs();
-}
-
 // A trigger that the queue has handed out but that has not looked at its timer yet finds another arming, and ends.
 void TimeServiceClient::Disarm(Timer& timer)
 {

@@ -44,11 +44,10 @@ using ParcelBuffer = std::unique_ptr<uint8_t, ParcelBufferFree>;
 // (MessageParcel does).
 //
 // Layout, in the byte order of the machine. Every field begins at a multiple of 4; what pads it is zero.
-//     bool, all integers up to 32 bits, float    4 bytes; bool is 0 or 1, small integers are widened with their sign
-//     64-bit integers, double                    8 bytes
+//     bool, int8, 32-bit integers    4 bytes; bool is 0 or 1, an int8 is widened with its sign
+//     64-bit integers                8 bytes
 //     string     int32 length in bytes, the bytes, one NUL, padding; a NUL inside is a byte like others
 //     string16   int32 length in units, the units, one NUL unit, padding
-//     C string   the bytes, one NUL, padding
 //     vector     int32 count, then each element as a field
 //     parcelable int32 presence (0 or 1), then the record's fields
 //     buffer     the bytes, padding
@@ -95,8 +94,6 @@ public:
     [[nodiscard]] bool RewindRead(size_t position);
     // Cuts the data at a position between 0 and its size; false beyond. A read cursor behind it moves with it.
     [[nodiscard]] bool RewindWrite(size_t position);
-    // Passes over `size` bytes and their padding.
-    [[nodiscard]] bool SkipBytes(size_t size);
 
     // ---- The bytes as a whole ----
 
@@ -110,8 +107,6 @@ public:
     // received.
     [[nodiscard]] bool ParseFrom(ParcelBuffer bytes, size_t size);
     [[nodiscard]] bool ParseFrom(const void* bytes, size_t size);
-    // Drops the data and its memory. The maximum capacity stays.
-    void FlushBuffer();
 
     // ---- Writing ----
 
@@ -120,18 +115,6 @@ public:
         return WriteValue(static_cast<int32_t>(value));
     }
     [[nodiscard]] bool WriteInt8(int8_t value)
-    {
-        return WriteValue(static_cast<int32_t>(value));
-    }
-    [[nodiscard]] bool WriteUint8(uint8_t value)
-    {
-        return WriteValue(static_cast<int32_t>(value));
-    }
-    [[nodiscard]] bool WriteInt16(int16_t value)
-    {
-        return WriteValue(static_cast<int32_t>(value));
-    }
-    [[nodiscard]] bool WriteUint16(uint16_t value)
     {
         return WriteValue(static_cast<int32_t>(value));
     }
@@ -151,16 +134,6 @@ public:
     {
         return WriteValue(value);
     }
-    [[nodiscard]] bool WriteFloat(float value)
-    {
-        return WriteValue(value);
-    }
-    [[nodiscard]] bool WriteDouble(double value)
-    {
-        return WriteValue(value);
-    }
-    // False for null too.
-    [[nodiscard]] bool WriteCString(const char* value);
     [[nodiscard]] bool WriteString(std::string_view value);
     [[nodiscard]] bool WriteString16(std::u16string_view value);
     [[nodiscard]] bool WriteInt32Vector(const std::vector<int32_t>& values);
@@ -182,18 +155,6 @@ public:
     {
         return static_cast<int8_t>(ReadValue<int32_t>());
     }
-    uint8_t ReadUint8()
-    {
-        return static_cast<uint8_t>(ReadValue<int32_t>());
-    }
-    int16_t ReadInt16()
-    {
-        return static_cast<int16_t>(ReadValue<int32_t>());
-    }
-    uint16_t ReadUint16()
-    {
-        return static_cast<uint16_t>(ReadValue<int32_t>());
-    }
     int32_t ReadInt32()
     {
         return ReadValue<int32_t>();
@@ -210,36 +171,11 @@ public:
     {
         return ReadValue<uint64_t>();
     }
-    float ReadFloat()
-    {
-        return ReadValue<float>();
-    }
-    double ReadDouble()
-    {
-        return ReadValue<double>();
-    }
-    // Points into the parcel, or null.
-    const char* ReadCString();
     std::string ReadString();
     std::u16string ReadString16();
 
     [[nodiscard]] bool ReadBool(bool& value);
-    [[nodiscard]] bool ReadInt8(int8_t& value)
-    {
-        return ReadNarrow(value);
-    }
-    [[nodiscard]] bool ReadUint8(uint8_t& value)
-    {
-        return ReadNarrow(value);
-    }
-    [[nodiscard]] bool ReadInt16(int16_t& value)
-    {
-        return ReadNarrow(value);
-    }
-    [[nodiscard]] bool ReadUint16(uint16_t& value)
-    {
-        return ReadNarrow(value);
-    }
+    [[nodiscard]] bool ReadInt8(int8_t& value);
     [[nodiscard]] bool ReadInt32(int32_t& value)
     {
         return ReadValue(value);
@@ -253,14 +189,6 @@ public:
         return ReadValue(value);
     }
     [[nodiscard]] bool ReadUint64(uint64_t& value)
-    {
-        return ReadValue(value);
-    }
-    [[nodiscard]] bool ReadFloat(float& value)
-    {
-        return ReadValue(value);
-    }
-    [[nodiscard]] bool ReadDouble(double& value)
     {
         return ReadValue(value);
     }
@@ -310,16 +238,6 @@ private:
         T value{};
         (void)ReadValue(value); // on failure it is still the zero that the caller is promised
         return value;
-    }
-    template <typename T>
-    [[nodiscard]] bool ReadNarrow(T& value)
-    {
-        int32_t wide = 0;
-        if (!ReadValue(wide)) {
-            return false;
-        }
-        value = static_cast<T>(wide);
-        return true;
     }
     // A text, of bytes or of UTF-16 units. Reading gives its first unit, or null with nothing moved.
     template <typename Unit>

@@ -45,11 +45,6 @@ bool Parcel::RewindWrite(size_t position)
     return true;
 }
 
-bool Parcel::SkipBytes(size_t size)
-{
-    return ReadBuffer(size) != nullptr || size == 0;
-}
-
 bool Parcel::ParseFrom(ParcelBuffer bytes, size_t size)
 {
     if (bytes == nullptr && size != 0) {
@@ -73,14 +68,6 @@ bool Parcel::ParseFrom(const void* bytes, size_t size)
         std::memcpy(copy.get(), bytes, size);
     }
     return ParseFrom(std::move(copy), size);
-}
-
-void Parcel::FlushBuffer()
-{
-    data_.reset();
-    size_ = 0;
-    capacity_ = 0;
-    readPosition_ = 0;
 }
 
 bool Parcel::Grow(size_t more)
@@ -121,11 +108,6 @@ bool Parcel::WriteBuffer(const void* bytes, size_t size)
     }
     std::memcpy(place, bytes, size);
     return true;
-}
-
-bool Parcel::WriteCString(const char* value)
-{
-    return value != nullptr && WriteBuffer(value, std::strlen(value) + 1);
 }
 
 template <typename Unit>
@@ -200,6 +182,16 @@ bool Parcel::ReadBool(bool& value)
     return true;
 }
 
+bool Parcel::ReadInt8(int8_t& value)
+{
+    int32_t wide = 0;
+    if (!ReadValue(wide)) {
+        return false;
+    }
+    value = static_cast<int8_t>(wide);
+    return true;
+}
+
 const uint8_t* Parcel::ReadBuffer(size_t size)
 {
     const size_t readable = GetReadableBytes();
@@ -209,16 +201,6 @@ const uint8_t* Parcel::ReadBuffer(size_t size)
     const uint8_t* place = data_.get() + readPosition_;
     readPosition_ += Padded(size);
     return place;
-}
-
-const char* Parcel::ReadCString()
-{
-    if (GetReadableBytes() == 0) {
-        return nullptr;
-    }
-    const uint8_t* start = data_.get() + readPosition_;
-    const auto* end = static_cast<const uint8_t*>(std::memchr(start, 0, GetReadableBytes()));
-    return end == nullptr ? nullptr : reinterpret_cast<const char*>(ReadBuffer(static_cast<size_t>(end - start) + 1));
 }
 
 template <typename Unit>

@@ -23,7 +23,7 @@ public:
 int Raise(const char* call, Host::WifiMode mode)
 {
     Host::Device& device = Host::Device::Instance();
-    if (Host::Faults::Take(call) || !device.IsAbilityPresent(Host::AbilityId::WIFI)) {
+    if (Host::Faults::Take(call) || !device.IsAbilityPresent(Host::AbilityId::WIFI) || device.IsAirplane()) {
         return WIFI_OPT_FAILED;
     }
     device.RaiseWifi(mode);

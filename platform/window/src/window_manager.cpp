@@ -9,13 +9,18 @@ namespace OHOS::Rosen {
 
 namespace {
 
-/// The model knows processes only; of the applications on the screen it knows the uid too.
+/// A focused process need not be an application that anybody knows: -1 then.
 int32_t UidOf(int32_t pid)
 {
-    const std::vector<Host::Application> applications = Host::Device::Instance().ForegroundApplications();
-    const auto found = std::find_if(
-        applications.begin(), applications.end(), [pid](const Host::Application& other) { return other.pid == pid; });
-    return found == applications.end() ? -1 : found->uid;
+    const Host::Device& device = Host::Device::Instance();
+    for (const auto& applications : {device.ForegroundApplications(), device.AttachedApplications()}) {
+        const auto found = std::find_if(applications.begin(), applications.end(),
+            [pid](const Host::Application& other) { return other.pid == pid; });
+        if (found != applications.end()) {
+            return found->uid;
+        }
+    }
+    return -1;
 }
 
 void Tell(IFocusChangedListener& listener, int32_t pid, bool focused)

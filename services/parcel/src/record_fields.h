@@ -6,8 +6,8 @@
 #include <tuple>
 #include <utility>
 
-#include "contact_info.h"
 #include "parcel.h"
+#include "remote_call.h"
 #include "share_constants.h"
 #include "share_log.h"
 
@@ -42,64 +42,6 @@ struct FieldTexts {
 [[nodiscard, gnu::cold]] bool WriteFailed(const FieldTexts& texts, const LogLabel& label);
 [[nodiscard, gnu::cold]] bool ReadFailed(const FieldTexts& texts, const LogLabel& label);
 
-[[nodiscard]] inline bool WriteValue(Parcel& parcel, bool value)
-{
-    return parcel.WriteBool(value);
-}
-[[nodiscard]] inline bool WriteValue(Parcel& parcel, int32_t value)
-{
-    return parcel.WriteInt32(value);
-}
-[[nodiscard]] inline bool WriteValue(Parcel& parcel, uint32_t value)
-{
-    return parcel.WriteUint32(value);
-}
-[[nodiscard]] inline bool WriteValue(Parcel& parcel, int64_t value)
-{
-    return parcel.WriteInt64(value);
-}
-[[nodiscard]] inline bool WriteValue(Parcel& parcel, uint64_t value)
-{
-    return parcel.WriteUint64(value);
-}
-[[nodiscard]] inline bool WriteValue(Parcel& parcel, const std::string& value)
-{
-    return parcel.WriteString(value);
-}
-[[nodiscard]] inline bool WriteValue(Parcel& parcel, const ContactInfo& value)
-{
-    return value.WriteToParcel(parcel);
-}
-
-[[nodiscard]] inline bool ReadValue(Parcel& parcel, bool& value)
-{
-    return parcel.ReadBool(value);
-}
-[[nodiscard]] inline bool ReadValue(Parcel& parcel, int32_t& value)
-{
-    return parcel.ReadInt32(value);
-}
-[[nodiscard]] inline bool ReadValue(Parcel& parcel, uint32_t& value)
-{
-    return parcel.ReadUint32(value);
-}
-[[nodiscard]] inline bool ReadValue(Parcel& parcel, int64_t& value)
-{
-    return parcel.ReadInt64(value);
-}
-[[nodiscard]] inline bool ReadValue(Parcel& parcel, uint64_t& value)
-{
-    return parcel.ReadUint64(value);
-}
-[[nodiscard]] inline bool ReadValue(Parcel& parcel, std::string& value)
-{
-    return parcel.ReadString(value);
-}
-[[nodiscard]] inline bool ReadValue(Parcel& parcel, ContactInfo& value)
-{
-    return value.ReadFromParcel(parcel);
-}
-
 // One field that travels as it is.
 template <class R, class T>
 struct Field {
@@ -111,11 +53,11 @@ struct Field {
 
     [[nodiscard]] bool Write(Parcel& parcel, const R& record, const LogLabel& label) const
     {
-        return WriteValue(parcel, record.*member) || WriteFailed(texts, label);
+        return Wire::Put(parcel, record.*member) || WriteFailed(texts, label);
     }
     [[nodiscard]] bool Read(Parcel& parcel, R& record, const LogLabel& label) const
     {
-        return ReadValue(parcel, record.*member) || ReadFailed(texts, readLabel == nullptr ? label : *readLabel);
+        return Wire::Get(parcel, record.*member) || ReadFailed(texts, readLabel == nullptr ? label : *readLabel);
     }
 
     T R::*member;

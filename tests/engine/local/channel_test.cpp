@@ -58,7 +58,8 @@ TEST_F(ChannelTest, BytesThatAreNoConversationEndTheConnection)
         {"another protocol", "GET / HTTP/1.1\r\n\r\n"},
         {"another version", std::string("Pl\x02\x01\0\0\0\0", 8)},
         {"type 0", std::string("Pl\x01\x00\0\0\0\0", 8)},
-        {"type 9", std::string("Pl\x01\x09\0\0\0\0", 8)},
+        {"type 10", std::string("Pl\x01\x0A\0\0\0\0", 8)},
+        {"a note where offers come", MakeFrame(FrameType::NOTE, BodyWriter().Text("X").Text("hello").Bytes())},
         {"a watch with a body", MakeFrame(FrameType::WATCH, "x")},
         {"an offer of 4 GiB", std::string("Pl\x01\x02\xFF\xFF\xFF\xFF", 8)},
         {"an empty offer", MakeFrame(FrameType::OFFER)},
@@ -150,6 +151,38 @@ TEST_F(ChannelTest, AReceiverThatLiesEndsTheTransferAsAnError)
         EXPECT_EQ(sending.heard->Count(row.ending), 1U) << row.what << "\n" << sending.heard->Text();
     }
     std::filesystem::remove(Nearby() / "M.sock");
+}
+
+// A peer that stops in the middle, and stays: each side ends the transfer by itself.
+TEST_F(ChannelTest, APeerThatStandsStillEndsTheTransferAtTheOtherSide)
+{
+    constexpr int64_t LIMIT_MS = 300;
+    auto served = ServeRaw(root / "raw");
+    TestDevice a(root, DeviceOf("A"), LIMIT_MS);
+    TestDevice b(root, DeviceOf("B"), LIMIT_MS);
+    std::filesystem::rename(root / "raw", Nearby() / "M.sock");
+    for (size_t size : {size_t{10}, size_t{6'000'000}}) { // the bytes go and no word comes; the bytes do not go
+        std::array<int, 2> pair{};
+        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, pair.data()), 0);
+        UniqueFd ours(pair[0]); // from which nobody reads
+        UniqueFd theirs(pair[1]);
+        Sending sending;
+        a.Send(sending, "M", {MakeFile("file", size)});
+        UniqueFd peer(::accept4(served.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        SendRaw(peer.Get(), MakeFrame(FrameType::ACCEPT), theirs.Get());
+        sending.heard->Await("end: error 3001 the receiver stands still");
+    }
+    std::filesystem::remove(Nearby() / "M.sock");
+
+    b.AcceptAll();
+    b.Publish();
+    UniqueFd silent = ConnectRaw(Nearby() / "B.sock");
+    SendRaw(silent.Get(), MakeFrame(FrameType::OFFER, OfferBody({{"a", 1}})));
+    b.progress.Await("result 3");
+    UniqueFd unfinished = ConnectRaw(Nearby() / "B.sock"); // a text needs no bytes, but it needs the last word
+    SendRaw(unfinished.Get(), MakeFrame(FrameType::OFFER, OfferBody({})));
+    b.progress.Await("result 3", 2);
+    EXPECT_TRUE(b.Received().empty());
 }
 
 } // namespace

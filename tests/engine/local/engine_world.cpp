@@ -28,6 +28,16 @@ bool Is(uint32_t code, Code wanted)
     return code == static_cast<uint32_t>(wanted);
 }
 
+// "motion", and the three numbers.
+std::string MotionLine(MessageParcel& data)
+{
+    std::string line = "motion";
+    for (int i = 0; i < 3; ++i) {
+        line += " " + std::to_string(data.ReadInt32());
+    }
+    return line;
+}
+
 class FoundRecorder : public IRemoteStub<ISubscribeListener> {
 public:
     explicit FoundRecorder(Journal& heard) : heard_(heard)
@@ -35,7 +45,13 @@ public:
     int OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel&, MessageOption&) override
     {
         EXPECT_EQ(data.ReadInterfaceToken(), GetDescriptor());
-        if (code == static_cast<uint32_t>(SubscribeListenerCode::ON_DISCOVER_RESULT)) {
+        if (Is(code, SubscribeListenerCode::ON_DISCOVER_RESULT)) {
+            return 0;
+        }
+        if (Is(code, SubscribeListenerCode::ON_SWING_STATUS)) {
+            int32_t role = data.ReadInt32();
+            std::string id = data.ReadString();
+            heard_.Add("swing of " + std::to_string(role) + id + " ends: " + std::to_string(data.ReadInt32()));
             return 0;
         }
         EXPECT_NE(data.ReadInt32(), 0);
@@ -101,6 +117,11 @@ public:
         } else if (Is(code, TransmitCallbackCode::ON_ERROR)) {
             std::string text = data.ReadString();
             heard_->Add("end: error " + std::to_string(data.ReadInt32()) + " " + text);
+        } else if (Is(code, TransmitCallbackCode::ON_MOTION_STATE)) {
+            heard_->Add(MotionLine(data));
+        } else if (Is(code, TransmitCallbackCode::ON_POP_SWING)) {
+            std::string id = data.ReadString();
+            heard_->Add((data.ReadBool() ? "dialog for " : "no dialog for ") + id);
         } else {
             heard_->Add("code " + std::to_string(code));
         }
@@ -127,6 +148,10 @@ public:
     int OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel&, MessageOption&) override
     {
         EXPECT_EQ(data.ReadInterfaceToken(), PelagoReceiveListener::GetDescriptor());
+        if (Is(code, ReceiveListenerCode::ON_MOTION_STATE)) {
+            device_.offers.Add(MotionLine(data));
+            return 0;
+        }
         auto receiver = iface_cast<PelagoReceiver>(data.ReadRemoteObject());
         EXPECT_NE(receiver, nullptr);
         if (Is(code, ReceiveListenerCode::ON_RECV_BYTES_INFO)) {
@@ -134,6 +159,10 @@ public:
             AddOffer(receiver, data);
         } else if (Is(code, ReceiveListenerCode::ON_RECV_PREVIEW_RECEIVE)) {
             AddOffer(receiver, data);
+        } else if (Is(code, ReceiveListenerCode::ON_POP_SWING)) {
+            RecvPreview preview;
+            EXPECT_TRUE(preview.ReadFromParcel(data));
+            device_.offers.Add(data.ReadBool() ? "dialog" : "no dialog");
         } else if (Is(code, ReceiveListenerCode::ON_SEND_CANCEL_BEFORE_CONFIRM)) {
             device_.offers.Add("cancelled");
         } else if (Is(code, ReceiveListenerCode::ON_ERROR_BEFORE_CONFIRM)) {
@@ -291,10 +320,11 @@ void Door::Pass()
     opened_.wait(lock, [this] { return open_; });
 }
 
-TestDevice::TestDevice(const fs::path& root, const LocalDevice& device)
-    : engine({root / "nearby", root / "contacts.json", device}), inbox(root / ("inbox-" + device.id)),
-      subscriber_(new FoundRecorder(nearby)), publisher_(new PublishRecorder(nearby)),
-      receiver_(Around<ReceiveListenerProxy>(new ReceiveListener(*this)))
+TestDevice::TestDevice(const fs::path& root, const LocalDevice& device, int64_t limitMs)
+    : engine({root / "nearby", root / "contacts.json", device, limitMs == 0 ? STALL_LIMIT_MS : limitMs,
+          limitMs == 0 ? SWING_FIND_MS : limitMs}),
+      inbox(root / ("inbox-" + device.id)), subscriber_(new FoundRecorder(nearby)),
+      publisher_(new PublishRecorder(nearby)), receiver_(Around<ReceiveListenerProxy>(new ReceiveListener(*this)))
 {
     fs::create_directory(inbox);
     std::string error;
@@ -346,6 +376,7 @@ TransmitParam TestDevice::ParamFor(Sending& sending, const std::string& to) cons
 {
     TransmitParam param;
     param.deviceId = to;
+    param.eventType = sending.event;
     param.callback =
         Around<TransmitCallbackProxy>(new Callback(sending.heard, sending.progressDoor, sending.onProgress));
     return param;
@@ -427,6 +458,7 @@ LocalDevice DeviceOf(const std::string& id)
     device.id = id;
     device.name = id + "'s name";
     device.accountHash = "hash-" + id;
+    device.capability = CAPABILITY_BYTES;
     device.type = 1;
     return device;
 }

@@ -57,13 +57,15 @@ struct Sending {
     std::shared_ptr<Journal> heard = std::make_shared<Journal>();
     std::shared_ptr<Door> progressDoor = std::make_shared<Door>(); // each progress passes it
     std::function<void()> onProgress;
+    TransmitEventType event = TransmitEventType::ORDINARY;
     sptr<PelagoSender> handle;
 };
 
 // A device: an engine, everything that listens to it, and a folder for what it receives.
 class TestDevice {
 public:
-    TestDevice(const std::filesystem::path& root, const LocalDevice& device);
+    // Limits of time are those of the product, or `limitMs`.
+    TestDevice(const std::filesystem::path& root, const LocalDevice& device, int64_t limitMs = 0);
     ~TestDevice();
 
     void Publish();

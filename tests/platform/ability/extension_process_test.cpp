@@ -33,10 +33,8 @@ protected:
     {
         ASSERT_TRUE(Scheduler::Instance().UseManualTime());
         ASSERT_NE(mkdtemp(folder.data()), nullptr);
-        ASSERT_EQ(mkfifo(Report().c_str(), 0600), 0);
-        DeviceIdentity identity;
-        identity.root = folder;
-        ASSERT_TRUE(Device::Instance().Configure(identity));
+        ASSERT_EQ(mkfifo((folder + "/report").c_str(), 0600), 0);
+        ASSERT_TRUE(Device::Instance().Configure({"", "", "phone", folder}));
     }
     void TearDown() override
     {
@@ -57,14 +55,10 @@ protected:
         EXPECT_TRUE(Scheduler::Instance().Settle());
         return result;
     }
-    std::string Report() const
-    {
-        return folder + "/report";
-    }
     // Waits until the script has written its report and closed it.
     std::string ReadReport() const
     {
-        std::ifstream report(Report());
+        std::ifstream report(folder + "/report");
         return {std::istreambuf_iterator<char>(report), {}};
     }
     // Living ones and zombies; reaps none.
@@ -82,22 +76,19 @@ TEST_F(ExtensionProcessTest, StartsCleanAndEndsWithTheDevice)
 {
     constexpr int OURS = 500; // without close-on-exec, and no number that a shell uses
     ASSERT_EQ(dup2(STDOUT_FILENO, OURS), OURS);
-    GiveScript("{ ls /proc/$$/fd | tr '\\n' ' '; cut -d' ' -f1,5 /proc/$$/stat; } > $PELAGO_DEVICE_FOLDER/report; "
-               "exec sleep 1000");
+    GiveScript("{ cut -d' ' -f1,5 /proc/$$/stat; ls /proc/$$/fd; } > $PELAGO_DEVICE_FOLDER/report; exec sleep 1000");
     ASSERT_EQ(Start(), ERR_ABILITY_OK);
     int pid = -1;
     int group = -1;
     const std::string report = ReadReport();
-    const size_t numbers = report.rfind(' ', report.rfind(' ') - 1) + 1;
-    ASSERT_EQ(std::sscanf(report.c_str() + numbers, "%d %d", &pid, &group), 2) << report;
-    EXPECT_EQ(report.find(" " + std::to_string(OURS) + " "), std::string::npos) << report;
+    ASSERT_EQ(std::sscanf(report.c_str(), "%d %d", &pid, &group), 2) << report;
     EXPECT_EQ(pid, group);
+    EXPECT_EQ(report.find("\n" + std::to_string(OURS)), std::string::npos) << report;
     EXPECT_EQ(kill(pid, 0), 0);
     registry.Shutdown();
     EXPECT_EQ(kill(pid, 0), -1);
     EXPECT_FALSE(HasChildren());
     EXPECT_EQ(Start(), ERR_ABILITY_NOT_REGISTERED) << "nothing is started any more";
-    (void)close(OURS);
 }
 
 TEST_F(ExtensionProcessTest, OneIsStartedForAllWantsAndAgainWhenItHasEnded)
@@ -112,7 +103,7 @@ TEST_F(ExtensionProcessTest, OneIsStartedForAllWantsAndAgainWhenItHasEnded)
     ASSERT_EQ(Start(), ERR_ABILITY_OK) << "it lives, and may register yet";
     ASSERT_TRUE(Scheduler::Instance().Advance(LIMIT_MS));
     EXPECT_EQ(starts(), 1U);
-    std::ofstream(Report()) << "end\n";
+    std::ofstream(folder + "/report") << "end\n";
     while (HasChildren()) {
         std::this_thread::yield();
     }

@@ -20,17 +20,12 @@
 using namespace OHOS;
 using namespace OHOS::Host;
 using AccountSA::OsAccountManager;
+using Security::AccessToken::AccessTokenKit;
 
 namespace {
 
 constexpr int32_t UNTOUCHED = -77;
-
-/// Whether the call succeeded; a failed one must have left its output alone.
-bool Checked(bool succeeded, bool untouched)
-{
-    EXPECT_NE(succeeded, untouched);
-    return succeeded;
-}
+constexpr Rosen::WMError WM_OK = Rosen::WMError::WM_OK;
 
 struct CallRow {
     const char* fault;
@@ -38,67 +33,41 @@ struct CallRow {
     std::function<bool()> succeeds;
 };
 
+/// Whether the call succeeded; a failed one must have left its output alone.
+template <typename T, typename Call>
+bool Succeeds(T output, const T& untouched, Call call)
+{
+    const bool good = call(output) == 0;
+    EXPECT_NE(good, output == untouched);
+    return good;
+}
+
+using Wifi::WifiDetailState;
+Bluetooth::BluetoothHost& Blue()
+{
+    return Bluetooth::BluetoothHost::GetDefaultHost();
+}
+
 const std::vector<CallRow> CALL_ROWS = {
     {"account.GetForegroundOsAccountLocalId", AbilityId::OS_ACCOUNT,
-        [] {
-            int32_t id = UNTOUCHED;
-            const bool good = OsAccountManager::GetForegroundOsAccountLocalId(id) == 0;
-            return Checked(good, id == UNTOUCHED);
-        }},
+        [] { return Succeeds(UNTOUCHED, UNTOUCHED, OsAccountManager::GetForegroundOsAccountLocalId); }},
     {"account.IsOsAccountVerified", AbilityId::OS_ACCOUNT,
-        [] {
-            bool verified = false;
-            const bool good = OsAccountManager::IsOsAccountVerified(100, verified) == 0;
-            return Checked(good, !verified);
-        }},
-    {"account.QueryOsAccountById", AbilityId::OS_ACCOUNT,
-        [] {
-            AccountSA::OsAccountInfo info;
-            const bool good = OsAccountManager::QueryOsAccountById(100, info) == 0;
-            return Checked(good, info.GetLocalId() == -1);
-        }},
+        [] { return Succeeds(false, false, [](bool& to) { return OsAccountManager::IsOsAccountVerified(100, to); }); }},
     {"account.QueryActiveOsAccountIds", AbilityId::OS_ACCOUNT,
-        [] {
-            std::vector<int32_t> ids;
-            const bool good = OsAccountManager::QueryActiveOsAccountIds(ids) == 0;
-            return Checked(good, ids.empty());
-        }},
-    {"account.GetOhosAccountInfoByUserId", AbilityId::OS_ACCOUNT,
-        [] {
-            AccountSA::OhosAccountInfo info;
-            info.status_ = UNTOUCHED;
-            const bool good = AccountSA::OhosAccountKits::GetInstance().GetOhosAccountInfoByUserId(100, info) == 0;
-            return Checked(good, info.status_ == UNTOUCHED);
-        }},
+        [] { return Succeeds(std::vector<int32_t>(), {}, OsAccountManager::QueryActiveOsAccountIds); }},
     {"wifi.GetInstance", AbilityId::WIFI, [] { return Wifi::WifiDevice::GetInstance(1120, 0) != nullptr; }},
     {"wifi.GetWifiDetailState", AbilityId::WIFI,
         [] {
             const std::shared_ptr<Wifi::WifiDevice> wifi = Wifi::WifiDevice::GetInstance(AbilityId::WIFI, 0);
-            Wifi::WifiDetailState state = Wifi::WifiDetailState::STATE_UNKNOWN;
-            const bool good = wifi != nullptr && wifi->GetWifiDetailState(state) == 0;
-            return Checked(good, state == Wifi::WifiDetailState::STATE_UNKNOWN);
+            return wifi != nullptr && Succeeds(WifiDetailState::STATE_UNKNOWN, WifiDetailState::STATE_UNKNOWN,
+                                          [&wifi](WifiDetailState& to) { return wifi->GetWifiDetailState(to); });
         }},
     {"wifi.EnableWifi", AbilityId::WIFI, [] { return EnableWifi() == 0; }},
-    {"wifi.EnableSemiWifi", AbilityId::WIFI, [] { return EnableSemiWifi() == 0; }},
-    {"bluetooth.GetBtState", AbilityId::BLUETOOTH,
-        [] { return Bluetooth::BluetoothHost::GetDefaultHost().GetBtState() == 1; }},
-    {"bluetooth.IsBleEnabled", AbilityId::BLUETOOTH,
-        [] { return Bluetooth::BluetoothHost::GetDefaultHost().IsBleEnabled(); }},
-    {"bluetooth.EnableBle", AbilityId::BLUETOOTH,
-        [] { return Bluetooth::BluetoothHost::GetDefaultHost().EnableBle() == 0; }},
+    {"bluetooth.GetBtState", AbilityId::BLUETOOTH, [] { return Blue().GetBtState() == 1; }},
     {"bluetooth.EnableBluetoothToRestrictMode", AbilityId::BLUETOOTH,
-        [] { return Bluetooth::BluetoothHost::GetDefaultHost().EnableBluetoothToRestrictMode() == 0; }},
-    {"softbus.GetLocalNodeDeviceInfo", 0,
-        [] {
-            NodeBasicInfo info = {"untouched", "", 0};
-            const bool good = GetLocalNodeDeviceInfo("test", &info) == 0;
-            return Checked(good, info.networkId == std::string("untouched"));
-        }},
+        [] { return Blue().EnableBluetoothToRestrictMode() == 0; }},
     {"security.VerifyAccessToken", 0,
-        [] {
-            return Security::AccessToken::AccessTokenKit::VerifyAccessToken(
-                       TokenId::OWNER, PERMISSION_ACCESS_SERVICE) == 0;
-        }},
+        [] { return AccessTokenKit::VerifyAccessToken(TokenId::OWNER, PERMISSION_ACCESS_SERVICE) == 0; }},
 };
 
 TEST(DeviceModulesTest, CallsFailWhenToldToAndWithoutTheirAbility)
@@ -128,12 +97,9 @@ TEST(DeviceModulesTest, AccountsAreThoseOfTheUsers)
     bool verified = true;
     AccountSA::OsAccountInfo user;
     AccountSA::OhosAccountInfo account;
-    EXPECT_EQ(OsAccountManager::GetForegroundOsAccountLocalId(id), 0);
-    EXPECT_EQ(id, 101);
-    EXPECT_EQ(OsAccountManager::IsOsAccountVerified(101, verified), 0);
-    EXPECT_FALSE(verified);
-    EXPECT_EQ(OsAccountManager::QueryOsAccountById(101, user), 0);
-    EXPECT_EQ(user.GetType(), 1024);
+    EXPECT_TRUE(OsAccountManager::GetForegroundOsAccountLocalId(id) == 0 && id == 101);
+    EXPECT_TRUE(OsAccountManager::IsOsAccountVerified(101, verified) == 0 && !verified);
+    EXPECT_TRUE(OsAccountManager::QueryOsAccountById(101, user) == 0 && user.GetType() == 1024);
     EXPECT_EQ(AccountSA::OhosAccountKits::GetInstance().GetOhosAccountInfoByUserId(101, account), 0);
     EXPECT_EQ(account.name_ + account.uid_ + account.nickname_ + account.avatar_, "namehashnickface");
     EXPECT_EQ(account.status_ * 10 + account.callingUid_, 12);
@@ -177,22 +143,18 @@ TEST(DeviceModulesTest, BusGivesTheUdidForItsOwnNetworkIdOnly)
     EXPECT_EQ(reinterpret_cast<const char*>(buffer.data()), udid);
 }
 
-class FocusLog : public Rosen::IFocusChangedListener {
-public:
+struct FocusLog : public Rosen::IFocusChangedListener {
     explicit FocusLog(std::string& text) : heard(text)
     {}
     void OnFocused(const sptr<Rosen::FocusChangeInfo>& info) override
     {
         heard += "+" + std::to_string(info->pid_) + " of " + std::to_string(info->uid_) + "; ";
-        if (leavesAtOnce) {
-            EXPECT_EQ(Rosen::WindowManager::GetInstance().UnregisterFocusChangedListener(this), Rosen::WMError::WM_OK);
-        }
+        EXPECT_TRUE(!leavesAtOnce || Rosen::WindowManager::GetInstance().UnregisterFocusChangedListener(this) == WM_OK);
     }
     void OnUnfocused(const sptr<Rosen::FocusChangeInfo>& info) override
     {
         heard += "-" + std::to_string(info->pid_) + "; ";
     }
-
     std::string& heard;
     bool leavesAtOnce = false;
 };
@@ -204,11 +166,11 @@ TEST(DeviceModulesTest, FocusChangesReachEachListenerOnceUntilItLeaves)
     Rosen::WindowManager& windows = Rosen::WindowManager::GetInstance();
     std::string heard;
     sptr<FocusLog> listener = new FocusLog(heard);
-    EXPECT_NE(windows.RegisterFocusChangedListener(nullptr), Rosen::WMError::WM_OK);
+    EXPECT_NE(windows.RegisterFocusChangedListener(nullptr), WM_OK);
     Faults::Inject("window.RegisterFocusChangedListener");
-    EXPECT_NE(windows.RegisterFocusChangedListener(listener), Rosen::WMError::WM_OK);
-    EXPECT_EQ(windows.RegisterFocusChangedListener(listener), Rosen::WMError::WM_OK);
-    EXPECT_EQ(windows.RegisterFocusChangedListener(listener), Rosen::WMError::WM_OK);
+    EXPECT_NE(windows.RegisterFocusChangedListener(listener), WM_OK);
+    EXPECT_EQ(windows.RegisterFocusChangedListener(listener), WM_OK);
+    EXPECT_EQ(windows.RegisterFocusChangedListener(listener), WM_OK);
     device.SetForegroundApplications({{10, 1000, "some.bundle"}});
     device.SetFocused(10, true);
     device.SetFocused(10, true);

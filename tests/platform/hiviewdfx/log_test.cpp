@@ -1,12 +1,9 @@
 #include "hilog/log.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
-#include <functional>
 #include <gtest/gtest.h>
-#include <sstream>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -18,23 +15,11 @@ namespace {
 
 #define LINE(level, ...) HILOG_IMPL(LOG_CORE, level, 218121748, "ShareService", __VA_ARGS__)
 
-// Logs before main and, when a test asks for it, after the statics of this file have gone.
-struct Outsider {
-    Outsider()
-    {
-        LINE(LOG_ERROR, "early %{public}d", 1);
-        text = ReadLog(0).back().text;
-    }
-    ~Outsider()
-    {
-        if (expectsEnd) {
-            LINE(LOG_ERROR, "late");
-            _exit(ReadLog(LastLogSeq() - 1).back().text == "late" ? 7 : 1);
-        }
-    }
-    std::string text;
-    bool expectsEnd = false;
-} outsider;
+// Logs before main.
+const std::string EARLY = [] {
+    LINE(LOG_ERROR, "early %{public}d", 1);
+    return ReadLog(0).back().text;
+}();
 
 class LogTest : public testing::Test {
 protected:
@@ -50,61 +35,43 @@ protected:
         SetLogLevel(LOG_INFO);
         EXPECT_TRUE(SetLogFile(""));
     }
-    std::string Last()
-    {
-        const auto lines = ReadLog(start);
-        return lines.empty() ? "(none)" : lines.back().text;
-    }
     uint64_t start = 0;
 };
 
 TEST_F(LogTest, SpecifiersShowHideAndEscapeTheirArguments)
 {
-    const struct {
-        std::function<void()> write;
-        std::string text;
-    } rows[] = {
-        {[] { LINE(LOG_INFO, "plain, 100%%"); }, "plain, 100%"},
-        {[] { LINE(LOG_INFO, "%{public}d %{public}i %{public}u", INT32_MIN, true, UINT32_MAX); },
-            "-2147483648 1 4294967295"},
-        {[] { LINE(LOG_INFO, "%{public}ld %{public}lu %{public}zu", INT64_MIN, UINT64_MAX, sizeof(int)); },
-            "-9223372036854775808 18446744073709551615 4"},
-        {[] { LINE(LOG_INFO, "%{public}x %{public}02X %{public}-4d| %{public}.2f", -1, 10, 5, 1.005); },
-            "ffffffff 0A 5   | 1.00"},
-        {[] { LINE(LOG_INFO, "%{public}d %{public}lld", UINT32_MAX, UINT64_MAX); }, "-1 -1"},
-        {[] { LINE(LOG_INFO, "%{public}s%{public}c", "name", 'x'); }, "namex"},
-        {[] { LINE(LOG_INFO, "%{public}s", static_cast<const char*>(nullptr)); }, "(null)"},
-        {[] { LINE(LOG_INFO, "%d %{private}s %lu %f, then %{public}d", 1, "secret", 2UL, 3.0, 4); },
-            "<private> <private> <private> <private>, then 4"},
-        {[] {
-             LINE(LOG_INFO, "%{public}s\n",
-                 "a\nb\x1b[31m\t\x7f\xc2\x9b\xe2\x80\xae"
-                 "c\xff\xc3\xa9\\\"");
-         },
-            "a\\nb\\x1b[31m\\t\\x7f\\u009b\\u202ec\\xff\xc3\xa9\\\"\n"},
-        {[] { LINE(LOG_INFO, "%{public}s", "\xe0\x80\xaf \xed\xa0\x80 \xf4\x90\x80\x80 \xe2\x82"); },
-            "\\xe0\\x80\\xaf \\xed\\xa0\\x80 \\xf4\\x90\\x80\\x80 \\xe2\\x82"},
-        {[] { (void)HiLogPrint(LOG_CORE, LOG_INFO, 0, nullptr, "%{public}d %{publc}d %{public}s", 1); },
-            "1 %{publc}d %{public}s"},
-    };
-    for (const auto& row : rows) {
-        row.write();
-        EXPECT_EQ(Last(), row.text);
-    }
-    EXPECT_EQ(CountLog().lines[LOG_INFO], std::size(rows));
-    EXPECT_EQ(outsider.text, "early 1");
-}
-
-TEST_F(LogTest, TooLongTextIsCutAtACharacter)
-{
+    std::vector<std::string> texts;
+    const auto expect = [&texts](const char* text) { texts.emplace_back(text); };
+    LINE(LOG_INFO, "%{public}d %{public}i %{public}u, 100%%", INT32_MIN, true, UINT32_MAX);
+    expect("-2147483648 1 4294967295, 100%");
+    LINE(LOG_INFO, "%{public}ld %{public}lu %{public}zu", INT64_MIN, UINT64_MAX, sizeof(int));
+    expect("-9223372036854775808 18446744073709551615 4");
+    LINE(LOG_INFO, "%{public}x %{public}02X %{public}-4d| %{public}.2f", -1, 10, 5, 1.005);
+    expect("ffffffff 0A 5   | 1.00");
+    LINE(LOG_INFO, "%{public}d %{public}lld", UINT32_MAX, UINT64_MAX);
+    expect("-1 -1");
+    LINE(LOG_INFO, "%{public}s%{public}c%{public}s", "name", 'x', static_cast<const char*>(nullptr));
+    expect("namex(null)");
+    LINE(LOG_INFO, "%d %{private}s %lu %f, then %{public}d", 1, "secret", 2UL, 3.0, 4);
+    expect("<private> <private> <private> <private>, then 4");
+    LINE(LOG_INFO, "%{public}s\n", "a\nb\x1b[31m\t\x7f\xc2\x9b\u202e-\xff\xc3\xa9\\\"");
+    expect("a\\nb\\x1b[31m\\t\\x7f\\u009b\\u202e-\\xff\xc3\xa9\\\"\n");
+    LINE(LOG_INFO, "%{public}s", "\xe0\x80\xaf \xed\xa0\x80 \xf4\x90\x80\x80 \xe2\x82");
+    expect("\\xe0\\x80\\xaf \\xed\\xa0\\x80 \\xf4\\x90\\x80\\x80 \\xe2\\x82");
+    (void)HiLogPrint(LOG_CORE, LOG_INFO, 0, nullptr, "%{public}d %{publc}d %{public}s", 1);
+    expect("1 %{publc}d %{public}s");
     std::string name;
     while (name.size() < 5000) {
         name += "\u20ac";
     }
     LINE(LOG_INFO, "12%{public}s%{public}s", name.c_str(), "never");
-    const std::string text = Last();
-    EXPECT_EQ(text.size(), 3899U); // 2 + 1298 * 3 + 3: one more character would not fit below 3900
-    EXPECT_EQ(text.substr(text.size() - 6), "\u20ac...");
+    expect(("12" + name.substr(0, 1298 * 3) + "...").c_str()); // one more character would not fit below 3900
+    const std::vector<LogLine> lines = ReadLog(start);
+    ASSERT_EQ(lines.size(), texts.size());
+    for (size_t i = 0; i < lines.size(); ++i) {
+        EXPECT_EQ(lines[i].text, texts[i]);
+    }
+    EXPECT_EQ(EARLY, "early 1");
 }
 
 TEST_F(LogTest, FormatThatDisagreesWithItsArgumentsIsFound)
@@ -114,12 +81,9 @@ TEST_F(LogTest, FormatThatDisagreesWithItsArgumentsIsFound)
     };
     static_assert(HiLogArguments<int, char[5]>::Judge("%{public}d %s").wrongArgument == 0);
     static_assert(HiLogArguments<long, int>::Judge("%{public}d %d").wrongArgument == 1);
-    static_assert(HiLogArguments<int, int>::Judge("%d %{public}lu").wrongArgument == 2);
     static_assert(HiLogArguments<uint64_t>::Judge("%{public}x").wrongArgument == 1);
     static_assert(HiLogArguments<std::string>::Judge("%{public}s").wrongArgument == 1);
-    static_assert(HiLogArguments<int*>::Judge("%{public}s").wrongArgument == 1);
     static_assert(HiLogArguments<Scoped>::Judge("%{public}d").wrongArgument == 1);
-    static_assert(HiLogArguments<float>::Judge("%{public}d").wrongArgument == 1);
     static_assert(HiLogArguments<int>::Judge("%{public}d %{public}d").missingArgument == 2);
     static_assert(HiLogArguments<int, int>::Judge("%d 5%%").surplusArgument == 2);
     for (const char* format : {"%{publc}d", "%", "%{public}", "%{public}y", "%{public}10s", "%{public}*d", "%n"}) {
@@ -134,14 +98,13 @@ TEST_F(LogTest, LineBelowTheLevelEvaluatesNothing)
     EXPECT_EQ(LastLogSeq(), start);
     SetLogLevel(LOG_DEBUG);
     LINE(LOG_DEBUG, "%{public}d", ++evaluated);
-    EXPECT_EQ(Last(), "1");
+    EXPECT_EQ(ReadLog(start).at(0).text, "1");
     SetLogLevel(LOG_ERROR);
     LINE(LOG_WARN, "%{public}d", ++evaluated);
     EXPECT_EQ(evaluated, 1);
     for (const LogLevel level : {LOG_DEBUG, LOG_INFO, LOG_WARN, LOG_ERROR, LOG_FATAL}) {
         EXPECT_EQ(LogLevelFromText(LogLevelText(level)), level);
     }
-    EXPECT_FALSE(LogLevelFromText("loud").has_value());
 }
 
 TEST_F(LogTest, RingKeepsTheLastLinesAndTheirNumbers)
@@ -153,15 +116,12 @@ TEST_F(LogTest, RingKeepsTheLastLinesAndTheirNumbers)
     ASSERT_EQ(lines.size(), LOG_RING_LINES);
     EXPECT_TRUE(lines.front().seq == start + 4 && lines.front().text == "4");
     EXPECT_TRUE(lines.back().seq == LastLogSeq() && lines.back().text == std::to_string(LOG_RING_LINES + 3));
-    const auto few = ReadLog(LastLogSeq() - 5, 2);
-    ASSERT_EQ(few.size(), 2U);
-    EXPECT_EQ(few.front().seq, LastLogSeq() - 4);
+    EXPECT_EQ(ReadLog(LastLogSeq() - 5, 2).at(1).seq, LastLogSeq() - 3);
     EXPECT_EQ(CountLog().lines[LOG_WARN], LOG_RING_LINES + 3);
     ClearLog();
     EXPECT_TRUE(ReadLog(0).empty() && CountLog().lines[LOG_WARN] == 0);
     LINE(LOG_WARN, "next");
-    ASSERT_EQ(ReadLog(0).size(), 1U);
-    EXPECT_EQ(ReadLog(0).front().seq, lines.back().seq + 1);
+    EXPECT_EQ(ReadLog(0).at(0).seq, lines.back().seq + 1);
 }
 
 TEST_F(LogTest, FileTakesWholeLinesThatNobodyCanBreak)
@@ -173,14 +133,13 @@ TEST_F(LogTest, FileTakesWholeLinesThatNobodyCanBreak)
     LINE(LOG_WARN, "first\nsecond");
     ASSERT_TRUE(SetLogFile(""));
     LINE(LOG_WARN, "not in the file");
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    (void)unlink(path.c_str()); // if it never came to be, the comparison says so
-    char ids[32];
-    (void)std::snprintf(ids, sizeof(ids), "%5d %5d", getpid(), gettid());
-    const std::string head = std::string("2024-11-22 22:13:05.123 ") + ids;
-    EXPECT_EQ(
-        text.str(), head + " E d004614/ShareService: hello\n" + head + " W d004614/ShareService: first\\nsecond\n");
+    std::ifstream file(path);
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    EXPECT_EQ(unlink(path.c_str()), 0);
+    char head[64];
+    (void)std::snprintf(head, sizeof(head), "2024-11-22 22:13:05.123 %5d %5d ", getpid(), gettid());
+    EXPECT_EQ(text,
+        std::string(head) + "E d004614/ShareService: hello\n" + head + "W d004614/ShareService: first\\nsecond\n");
 }
 
 TEST_F(LogTest, ReaderThatDoesNotReadLosesLinesAndStopsNobody)
@@ -199,17 +158,13 @@ TEST_F(LogTest, ReaderThatDoesNotReadLosesLinesAndStopsNobody)
     std::string taken(100 * 4096, '\0');
     EXPECT_GT(read(ends[0], taken.data(), taken.size()), 0);
     LINE(LOG_INFO, "again");
-    EXPECT_EQ(CountLog().lostBySinks, lost);
     EXPECT_GT(read(ends[0], taken.data(), taken.size()), 0);
     EXPECT_NE(taken.find("again\n"), std::string::npos);
     close(ends[0]);
     LINE(LOG_INFO, "to nobody"); // no SIGPIPE either
-    EXPECT_EQ(CountLog().lostBySinks, lost + 1);
     ASSERT_EQ(dup2(kept, STDERR_FILENO), STDERR_FILENO);
-    close(kept);
-    close(ends[1]);
-    ASSERT_TRUE(SetLogFile("/dev/full"));
     SetLogToStderr(false);
+    ASSERT_TRUE(SetLogFile("/dev/full"));
     errno = EBUSY;
     LINE(LOG_INFO, "to a full disk");
     EXPECT_EQ(errno, EBUSY); // the caller's own
@@ -227,36 +182,27 @@ TEST_F(LogTest, LinesOfManyThreadsStayWholeAndChildrenLogTheirOwn)
             }
         });
     }
-    int good = 0;
     for (int i = 0; i < 10; ++i) {
         const pid_t child = fork();
         if (child == 0) {
             LINE(LOG_INFO, "child");
             const LogLine line = ReadLog(LastLogSeq() - 1).back();
-            _exit(line.text == "child" && line.pid == getpid() && line.tid == gettid() ? 7 : 1);
+            _exit(line.text == "child" && line.pid == getpid() && line.tid == gettid() ? 0 : 1);
         }
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        good += WIFEXITED(status) && WEXITSTATUS(status) == 7 ? 1 : 0;
+        int status = -1;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
     }
     done = true;
     for (auto& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(good, 10);
     uint64_t expected = LastLogSeq() - std::min<uint64_t>(LastLogSeq() - start, LOG_RING_LINES);
     for (const LogLine& line : ReadLog(start)) {
         ASSERT_EQ(line.seq, ++expected);
-        ASSERT_TRUE(line.text == "0:0" || line.text == "1:1" || line.text == "2:2") << line.text;
+        ASSERT_TRUE(line.text.size() == 3 && line.text[0] == line.text[2]) << line.text;
     }
     EXPECT_EQ(expected, LastLogSeq());
-}
-
-TEST_F(LogTest, LogOutlivesTheStatics)
-{
-    outsider.expectsEnd = true;
-    EXPECT_EXIT(std::exit(0), testing::ExitedWithCode(7), "");
-    outsider.expectsEnd = false;
 }
 
 } // namespace

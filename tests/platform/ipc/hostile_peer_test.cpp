@@ -1,11 +1,10 @@
+#include <poll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <array>
-#include <cstring>
-#include <functional>
-#include <thread>
+#include <cerrno>
 
 #include "ipc_scene.h"
 #include "raw_peer.h"
@@ -20,245 +19,255 @@ class RawPeerTest : public IpcScene {
 protected:
     RawPeerTest()
     {
-        service->On(1, [this](MessageParcel& data, MessageParcel& reply) {
-            ++requests;
-            return reply.WriteInt32(data.ReadInt32() + 1) ? 3 : -11;
+        service->On(1,
+            [](MessageParcel& data, MessageParcel& reply) { return reply.WriteInt32(data.ReadInt32() + 1) ? 3 : -11; });
+        service->On(2, [](MessageParcel& data, MessageParcel&) { return CallPlain(data.ReadRemoteObject(), 0x77); });
+        // The texts of three files, as far as they came.
+        service->On(4, [](MessageParcel& data, MessageParcel& reply) {
+            std::string text = data.ReadString();
+            for (int i = 0; i < 3; ++i) {
+                text += ' ' + TakeText(data);
+            }
+            return reply.WriteString(text) ? 0 : -11;
         });
+        limits.unfinishedMessage = 200ms;
     }
-    std::atomic<int> requests{0};
+    ~RawPeerTest() override
+    {
+        for (const int fd : files) {
+            (void)::close(fd);
+        }
+    }
+    // Request 4 with a string and two or three files, and what comes back.
+    static Bytes FilesRequest(uint16_t files)
+    {
+        const RawHead head{static_cast<uint32_t>(40 + files * 8), 1, 0, 0, files, 1, 4, 1};
+        Bytes request = Message(head) + 2U + "ab" + Bytes(2);
+        for (uint32_t i = 0; i < files; ++i) {
+            request = request + "$FD*" + i;
+        }
+        return request;
+    }
+    static std::string TextOfReply(const RawSocket& lane, size_t length)
+    {
+        const Bytes reply = lane.Read(32 + 4 + (length / 4 + 1) * 4);
+        return reply.size() < 36 + length ? "none" : std::string(reply.begin() + 36, reply.end()).substr(0, length);
+    }
+
+    Host::IpcLimits limits; // with a time that a test can wait
+    const std::vector<int> files{FileWith("one"), FileWith("two"), FileWith("three")};
 };
 
-// Each field stands where docs/ipc.md says.
+// The call of docs/ipc.md, byte by byte, and one in the other direction.
 TEST_F(RawPeerTest, AHandshakeACallAndACallbackAreFrozen)
 {
-    service->On(2, [](MessageParcel& data, MessageParcel&) { return CallPlain(data.ReadRemoteObject(), 0x77); });
     Serve();
-    const RawSocket control = RawSocket::Connect(Path("app"));
-    ASSERT_TRUE(control.Send(Wire::Hello()));
+    const RawClient peer(Path("app"));
     EXPECT_EQ(
-        control.Read(40), Bytes(Wire().Text("PLGC").U32(2).U64(1).U64(1).U32(4 << 20).U32(1024).U32(4096).U32(64)));
-
-    std::array<int, 2> pair = {-1, -1};
-    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, pair.data()), 0);
-    const RawSocket lane(pair[0]);
-    ASSERT_TRUE(control.Send(Wire::Control(3, 0, 0), {pair[1]}));
-    (void)::close(pair[1]);
-    // A request to object 1 with code 1 and the integer 41; the reply has result 3 and the integer 42.
-    ASSERT_TRUE(lane.Send(Wire().Text("PLGM").U32(36).U16(1).U16(0).U16(0).U16(0).U64(1).U32(1).U32(9).U32(41)));
-    EXPECT_EQ(
-        lane.Read(36), Bytes(Wire().Text("PLGM").U32(36).U16(2).U16(0).U16(0).U16(0).U64(0).U32(3).U32(9).U32(42)));
+        peer.welcome, Hex("504c4743 02000000 0100000000000000 0100000000000000 00004000 00040000 00100000 40000000"));
+    EXPECT_EQ(peer.Ask(Hex("504c474d 24000000 0100 0000 0000 0000 0100000000000000 01000000 01000000 29000000"), 36),
+        Hex("504c474d 24000000 0200 0000 0000 0000 0000000000000000 03000000 01000000 2a000000"));
 
     // A request that hands over our object 5, which is called back through a lane that comes over the control socket.
-    ASSERT_TRUE(lane.Send(Wire()
-                              .Text("PLGM")
-                              .U32(56)
-                              .U16(1)
-                              .U16(0)
-                              .U16(1)
-                              .U16(0)
-                              .U64(1)
-                              .U32(2)
-                              .U32(10)
-                              .U64(5)
-                              .U32(1)
-                              .U32(0)
-                              .Text("*OBJ")
-                              .U32(0)));
-    std::array<char, CMSG_SPACE(sizeof(int))> space = {};
-    Bytes offered(40);
-    iovec part = {offered.data(), offered.size()};
-    msghdr message = {};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = space.data();
-    message.msg_controllen = space.size();
-    ASSERT_EQ(::recvmsg(control.Fd(), &message, 0), 40);
-    EXPECT_EQ(offered, Bytes(Wire::Control(3, 0, 0)));
+    ASSERT_TRUE(peer.lane.Send(Hex("504c474d 38000000 0100 0000 0100 0000 0100000000000000 02000000 02000000"
+                                   "0500000000000000 01000000 00000000 2a4f424a 00000000")));
     int fd = -1;
-    ASSERT_NE(CMSG_FIRSTHDR(&message), nullptr);
-    std::memcpy(&fd, CMSG_DATA(CMSG_FIRSTHDR(&message)), sizeof(fd));
+    EXPECT_EQ(peer.control.Read(40, &fd), Control(3, 0, 0));
     const RawSocket served(fd);
-    EXPECT_EQ(served.Read(32), Bytes(Wire().Text("PLGM").U32(32).U16(1).U16(0).U16(0).U16(0).U64(5).U32(0x77).U32(1)));
-    ASSERT_TRUE(served.Send(Wire().Text("PLGM").U32(32).U16(2).U16(0).U16(0).U16(0).U64(0).U32(0xfffffff6).U32(1)));
-    EXPECT_EQ(
-        lane.Read(32), Bytes(Wire().Text("PLGM").U32(32).U16(2).U16(0).U16(0).U16(0).U64(0).U32(0xfffffff6).U32(10)));
-    EXPECT_EQ(control.Read(40), Bytes(Wire::Control(4, 5, 1))) << "a release: object 5 had arrived once";
+    EXPECT_EQ(served.Read(32), Hex("504c474d 20000000 0100 0000 0000 0000 0500000000000000 77000000 01000000"));
+    ASSERT_TRUE(served.Send(Hex("504c474d 20000000 0200 0000 0000 0000 0000000000000000 f6ffffff 01000000")));
+    EXPECT_EQ(peer.lane.Read(32), Hex("504c474d 20000000 0200 0000 0000 0000 0000000000000000 f6ffffff 02000000"));
+    EXPECT_EQ(peer.control.Read(40), Control(4, 5, 1)) << "a release: object 5 had arrived once";
+}
+
+struct Offence {
+    const char* name;
+    int64_t reason;
+    const char* line;
+    std::function<void(const RawClient&)> play;
+};
+
+std::function<void(const RawClient&)> OnLane(const Bytes& bytes, const std::vector<int>& descriptors = {})
+{
+    return [=](const RawClient& peer) { peer.lane.Send(bytes, descriptors); };
+}
+
+std::function<void(const RawClient&)> OnControl(const Bytes& bytes, const std::vector<int>& descriptors = {})
+{
+    return [=](const RawClient& peer) { peer.control.Send(bytes, descriptors); };
 }
 
 TEST_F(RawPeerTest, APeerThatBreaksTheRulesIsEndedAndNobodyElseNotices)
 {
-    using Head = Wire::Head;
-    struct Row {
-        const char* name;
-        int64_t reason;
-        const char* line;
-        std::function<void(const RawClient&)> play;
-    };
-    const auto onLane = [](const Bytes& bytes) { return [bytes](const RawClient& peer) { peer.lane.Send(bytes); }; };
-    const auto onControl = [](const Bytes& bytes) {
-        return [bytes](const RawClient& peer) { peer.control.Send(bytes); };
-    };
-    const auto head = [](Head claimed) { return Wire::Message(claimed); };
-    const std::vector<Row> rows = {
-        {"wrong magic", 2, "does not begin as one", onLane(head({0x4d474c51}))},
-        {"shorter than a head", 4, "sizes cannot be true", onLane(head({0x4d474c50, 31}))},
-        {"longer than allowed", 4, "sizes cannot be true", onLane(head({0x4d474c50, (4 << 20) + 1}))},
-        {"more objects than bytes", 4, "sizes cannot be true", onLane(head({0x4d474c50, 47, 1, 0, 1}))},
-        {"unknown kind", 5, "of a kind", onLane(head({0x4d474c50, 32, 3}))},
-        {"a reply to nothing", 5, "of a kind", onLane(head({0x4d474c50, 32, 2}))},
-        {"too many descriptors", 10, "too many descriptors", onLane(head({0x4d474c50, 32, 1, 0, 0, 1025}))},
-        {"object of nobody", 6, "names an object", onLane(head({0x4d474c50, 48, 1, 0, 1}).U64(5).U32(3).U32(0))},
-        {"object without a number", 6, "names an object", onLane(head({0x4d474c50, 48, 1, 0, 1}).U64(0).U32(1).U32(0))},
-        {"descriptors not announced", 9, "no message announced",
-            [&](const RawClient& peer) { peer.lane.Send(head({}), {STDERR_FILENO}); }},
+    RawHead magic;
+    ++magic.magic;
+    const std::vector<int> oneFile{STDERR_FILENO};
+    const Offence offences[] = {
+        {"wrong magic", 2, "does not begin as one", OnLane(Message(magic))},
+        {"shorter than a head", 4, "sizes cannot be true", OnLane(Message({31}))},
+        {"longer than allowed", 4, "sizes cannot be true", OnLane(Message({(4 << 20) + 1}))},
+        {"more objects than bytes", 4, "sizes cannot be true", OnLane(Message({47, 1, 0, 1}))},
+        {"unknown kind", 5, "of a kind", OnLane(Message({32, 3}))},
+        {"a reply to nothing", 5, "of a kind", OnLane(Message({32, 2}))},
+        {"too many descriptors", 10, "too many descriptors", OnLane(Message({32, 1, 0, 0, 1025}))},
+        {"object of nobody", 6, "names an object", OnLane(Message({48, 1, 0, 1}) + ObjectRecord(5, 3))},
+        {"object without a number", 6, "names an object", OnLane(Message({48, 1, 0, 1}) + ObjectRecord(0, 1))},
+        {"descriptors not announced", 9, "no message announced", OnLane(Message({}), oneFile)},
         {"descriptors before a head", 10, "too many descriptors",
             [](const RawClient& peer) {
                 for (int i = 0; i < 5; ++i) {
-                    peer.lane.Send(Wire().Text("P"), std::vector<int>(253, STDERR_FILENO));
+                    peer.lane.Send({'P'}, std::vector<int>(253, STDERR_FILENO));
                 }
             }},
-        {"control without magic", 2, "does not begin as one", onControl(Bytes(40, 'x'))},
-        {"unknown control message", 5, "of a kind", onControl(Wire::Control(9, 0, 0))},
-        {"a second hello", 5, "of a kind", onControl(Wire::Hello())},
-        {"release of nothing", 7, "a release", onControl(Wire::Control(4, 99, 1))},
-        {"release of more than was given", 7, "a release", onControl(Wire::Control(4, 1, 2))},
-        {"release of none", 7, "a release", onControl(Wire::Control(4, 1, 0))},
-        {"a lane that is a file", 8, "no stream socket",
-            [](const RawClient& peer) { peer.control.Send(Wire::Control(3, 0, 0), {STDERR_FILENO}); }},
-        {"a lane without its socket", 18, "no more descriptors", onControl(Wire::Control(3, 0, 0))},
-        {"two lanes in one", 9, "no message announced",
-            [](const RawClient& peer) {
-                peer.control.Send(Wire::Control(3, 0, 0), {STDERR_FILENO, STDERR_FILENO});
-            }},
+        {"control without magic", 2, "does not begin as one", OnControl(Bytes(40, 'x'))},
+        {"unknown control message", 5, "of a kind", OnControl(Control(9, 0, 0))},
+        {"a second hello", 5, "of a kind", OnControl(Hello())},
+        {"release of nothing", 7, "a release", OnControl(Control(4, 99, 1))},
+        {"release of more than was given", 7, "a release", OnControl(Control(4, 1, 2))},
+        {"release of none", 7, "a release", OnControl(Control(4, 1, 0))},
+        {"a lane that is a file", 8, "no stream socket", OnControl(Control(3, 0, 0), oneFile)},
+        {"a lane without its socket", 18, "no more descriptors", OnControl(Control(3, 0, 0))},
+        {"two lanes in one", 9, "no message announced", OnControl(Control(3, 0, 0), {2, 2})},
     };
     Serve();
     const sptr<IRemoteObject> neighbour = Connect();
-    for (const Row& row : rows) {
-        ExpectErrors(row.line);
+    for (const Offence& offence : offences) {
+        SCOPED_TRACE(offence.name);
+        ExpectErrors(offence.line);
         const size_t lines = CountErrors("");
         const size_t descriptors = CountDescriptors();
         {
             const RawClient peer(Path("app"));
-            row.play(peer);
-            EXPECT_EQ(peer.Goodbye(), row.reason) << row.name;
-            EXPECT_TRUE(peer.lane.AtEnd()) << row.name;
+            offence.play(peer);
+            EXPECT_EQ(peer.Goodbye(), offence.reason);
+            EXPECT_TRUE(peer.lane.AtEnd());
         }
-        EXPECT_EQ(CountErrors(""), lines + 1) << row.name;
-        EXPECT_EQ(CallPlain(neighbour, 1), 3) << row.name;
-        EXPECT_TRUE(Eventually([&] { return CountDescriptors() <= descriptors + 2; })) << row.name;
+        EXPECT_EQ(CountErrors(""), lines + 1);
+        EXPECT_EQ(CallPlain(neighbour, 1), 3);
+        EXPECT_TRUE(Eventually([&] { return CountDescriptors() <= descriptors + 2; }));
     }
 }
 
-TEST_F(RawPeerTest, WhoDoesNotGreetProperlyIsToldWhy)
+TEST_F(RawPeerTest, AMessageMustBeFinishedInTime)
 {
-    Serve();
+    Serve(limits);
+    const Offence offences[] = {
+        {"half a head", 15, "not finished in time", OnLane({'P', 'L'})},
+        {"half a body", 15, "not finished in time", OnLane(Message({100}))},
+        {"half a control message", 15, "not finished in time", OnControl({'P'})},
+        {"replies that are not read", 16, "not taken in time",
+            [](const RawClient& peer) {
+                while (peer.lane.Send(Message({}))) { // until the daemon cannot answer, and then reads no more
+                }
+            }},
+    };
+    for (const Offence& offence : offences) {
+        ExpectErrors(offence.line);
+        const RawClient peer(Path("app"));
+        offence.play(peer);
+        EXPECT_EQ(peer.Goodbye(), offence.reason) << offence.name;
+    }
+    const std::pair<Bytes, uint64_t> greetings[] = {
+        {{}, 15}, {Control(1, 0, 2), 3}, {Control(4, 1, 1), 5}, {Control(1, 0, 1), 4}};
+    ExpectErrors("not finished in time");
     ExpectErrors("another version");
-    const RawSocket newer = RawSocket::Connect(Path("app"));
-    ASSERT_TRUE(newer.Send(Wire::Control(1, 0, 2)));
-    EXPECT_EQ(newer.Read(40), Bytes(Wire::Control(5, 0, 3)));
-    EXPECT_TRUE(newer.AtEnd());
     ExpectErrors("of a kind");
-    const RawSocket rude = RawSocket::Connect(Path("app"));
-    ASSERT_TRUE(rude.Send(Wire::Control(4, 1, 1)));
-    EXPECT_EQ(rude.Read(40), Bytes(Wire::Control(5, 0, 5)));
+    ExpectErrors("sizes cannot be true");
+    for (const auto& [greeting, reason] : greetings) {
+        const RawSocket stranger = RawSocket::Connect(Path("app"));
+        EXPECT_TRUE(greeting.empty() || stranger.Send(greeting));
+        EXPECT_EQ(stranger.Read(40), Control(5, 0, reason));
+        EXPECT_TRUE(stranger.AtEnd());
+    }
+}
+
+// Each message is finished soon enough, only there is always another one half-way.
+TEST_F(RawPeerTest, WhoNeverPausesIsNotLate)
+{
+    Serve(limits);
+    const RawClient peer(Path("app"));
+    const Bytes word = Control(5, 0, 1);
+    const Bytes front(word.begin(), word.begin() + 20);
+    const Bytes back(word.begin() + 20, word.end());
+    ASSERT_TRUE(peer.control.Send(front));
+    for (int i = 0; i < 12; ++i) {
+        (void)::poll(nullptr, 0, 40); // six tenths of what a message may take
+        ASSERT_TRUE(peer.control.Send(back + front));
+    }
+    ASSERT_TRUE(peer.control.Send(back));
+    EXPECT_EQ(peer.Ask(Message({}), 36).size(), 36U);
 }
 
 // Bytes and descriptors may be cut anywhere.
 TEST_F(RawPeerTest, AMessageInSplintersIsStillAMessage)
 {
-    service->On(2, [](MessageParcel& data, MessageParcel& reply) {
-        std::string text = data.ReadString();
-        for (int fd = data.ReadFileDescriptor(); fd >= 0; fd = data.ReadFileDescriptor()) {
-            text += TextOf(fd);
-            (void)::close(fd);
-        }
-        return reply.WriteString(text) ? 0 : -11;
-    });
     Serve();
     const RawClient peer(Path("app"));
-    Wire message = Wire::Message({0x4d474c50, 32 + 8 + 16, 1, 0, 0, 2, 1, 2, 7});
-    const Bytes bytes = message.U32(2).Text("ab").U16(0).Text("$FD*").U32(0).Text("$FD*").U32(1);
-    const std::vector<int> files = {FileWith("one"), FileWith("two")};
+    const Bytes bytes = FilesRequest(2);
     for (size_t i = 0; i < bytes.size(); ++i) {
-        const std::vector<int> carried = i == 1                  ? std::vector<int>{files[0]}
-                                         : i + 1 == bytes.size() ? std::vector<int>{files[1]}
-                                                                 : std::vector<int>{};
-        ASSERT_TRUE(peer.lane.Send({bytes[i]}, carried));
+        ASSERT_TRUE(peer.lane.Send({bytes[i]}, i == 1                  ? std::vector<int>{files[0]}
+                                               : i + 1 == bytes.size() ? std::vector<int>{files[1]}
+                                                                       : std::vector<int>{}));
     }
-    const Bytes reply = peer.lane.Read(32 + 16);
-    ASSERT_EQ(reply.size(), 48U);
-    EXPECT_EQ(std::string(reply.begin() + 36, reply.begin() + 44), "abonetwo");
-    for (const int fd : files) {
-        (void)::close(fd);
-    }
+    EXPECT_EQ(TextOfReply(peer.lane, 12), "ab one two -");
+}
+
+// Behind a descriptor that was lost nobody knows any more which is which.
+TEST_F(RawPeerTest, AFileNeverComesInThePlaceOfALostOne)
+{
+    Serve();
+    const RawClient peer(Path("app"));
+    EXPECT_EQ(peer.Ask(Message({}), 36).size(), 36U);
+    const Bytes bytes = FilesRequest(3);
+    rlimit old = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &old), 0);
+    const int free = ::dup(STDERR_FILENO);
+    (void)::close(free);
+    const rlimit one = {static_cast<rlim_t>(free + 1), old.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &one), 0);
+    ASSERT_TRUE(peer.lane.Send({bytes[0]}, {files[0], files[1]})); // room for one
+    EXPECT_TRUE(Eventually([&peer] { return peer.lane.IsTaken(); }));
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &old), 0);
+    ASSERT_TRUE(peer.lane.Send(Bytes(bytes.begin() + 1, bytes.end()), {files[2]}));
+    EXPECT_EQ(TextOfReply(peer.lane, 10), "ab one - -");
+}
+
+// An option of the end that a peer gives away makes the kernel add descriptors of its process to whatever is read.
+TEST_F(RawPeerTest, DescriptorsThatNobodySentAreClosed)
+{
+    constexpr int passProcess = 76;
+    Serve();
+    const RawClient peer(Path("app"));
+    const RawSocket lane = peer.control.Offer(passProcess);
+    const auto ask = [&lane] { return lane.Send(Message({})) && lane.Read(36).size() == 36; };
+    EXPECT_TRUE(ask());
+    const size_t before = CountDescriptors();
+    EXPECT_TRUE(ask() && ask() && ask());
+    EXPECT_EQ(CountDescriptors(), before);
 }
 
 // Several one-way requests and a call may arrive at once; the descriptors go to the message that carries them.
 TEST_F(RawPeerTest, RequestsOnOneLaneAreHandledOneAfterTheOther)
 {
     std::string handled;
-    service->On(2, [&handled](MessageParcel& data, MessageParcel&) {
+    service->On(3, [&handled](MessageParcel& data, MessageParcel&) {
         handled += data.ContainFileDescriptors() ? "file " : "none ";
         return 0;
     });
     Serve();
     const RawClient peer(Path("app"));
-    Bytes both = Wire::Message({0x4d474c50, 32, 1, 1, 0, 0, 1, 2, 1});
-    const Bytes second = Wire::Message({0x4d474c50, 32, 1, 1, 0, 1, 1, 2, 2});
-    const Bytes third = Wire::Message({0x4d474c50, 32, 1, 0, 0, 0, 1, 2, 3});
-    ASSERT_TRUE(peer.lane.Send(both) && peer.lane.Send(second, {STDERR_FILENO}) && peer.lane.Send(third));
+    ASSERT_TRUE(peer.lane.Send(Message({32, 1, 1, 0, 0, 1, 3, 1})) &&
+                peer.lane.Send(Message({32, 1, 1, 0, 1, 1, 3, 2}), {STDERR_FILENO}) &&
+                peer.lane.Send(Message({32, 1, 0, 0, 0, 1, 3, 3})));
     for (uint32_t sequence = 1; sequence <= 3; ++sequence) {
-        EXPECT_EQ(peer.lane.Read(32), Bytes(Wire::Message({0x4d474c50, 32, 2, 0, 0, 0, 0, 0, sequence})));
+        EXPECT_EQ(peer.lane.Read(32), Message({32, 2, 0, 0, 0, 0, 0, sequence}));
     }
     Synchronize();
     EXPECT_EQ(handled, "none file none ");
-}
 
-TEST_F(RawPeerTest, ARequestForAnObjectThatWasReleasedIsAnsweredSo)
-{
-    Serve();
-    const RawClient peer(Path("app"));
-    ASSERT_TRUE(peer.control.Send(Wire::Control(4, 1, 1)));                      // the root
-    const Bytes request = Wire::Message({0x4d474c50, 32, 1, 0, 0, 0, 1, 99, 1}); // a code that the root does not know
-    const Bytes gone = Wire::Message({0x4d474c50, 32, 2, 0, 0, 0, 0, 2005, 1});
-    EXPECT_TRUE(Eventually([&] { return peer.lane.Send(request) && peer.lane.Read(32) == gone; }));
-}
-
-TEST_F(RawPeerTest, AMessageMustBeFinishedInTime)
-{
-    Host::IpcLimits limits;
-    limits.unfinishedMessage = 200ms;
-    Serve(limits);
-    struct Row {
-        const char* name;
-        const char* line;
-        std::function<void(const RawClient&)> play;
-    };
-    const std::vector<Row> rows = {
-        {"half a head", "not finished in time",
-            [](const RawClient& peer) {
-                peer.lane.Send({'P', 'L'});
-            }},
-        {"half a body", "not finished in time",
-            [](const RawClient& peer) {
-                peer.lane.Send(Wire::Message({0x4d474c50, 100}));
-            }},
-        {"half a control message", "not finished in time", [](const RawClient& peer) { peer.control.Send({'P'}); }},
-        {"replies that are not read", "not taken in time",
-            [](const RawClient& peer) {
-                while (peer.lane.Send(Wire::Message({}))) { // until the daemon cannot answer, and then reads no more
-                }
-            }},
-    };
-    for (const Row& row : rows) {
-        ExpectErrors(row.line);
-        const RawClient peer(Path("app"));
-        row.play(peer);
-        EXPECT_GT(peer.Goodbye(), 0) << row.name;
-    }
-    ExpectErrors("not finished in time");
-    const RawSocket silent = RawSocket::Connect(Path("app"));
-    EXPECT_EQ(silent.Read(40), Bytes(Wire::Control(5, 0, 15))) << "it never said hello";
+    ASSERT_TRUE(peer.control.Send(Control(4, 1, 1))); // the root is given back
+    const Bytes gone = Message({32, 2, 0, 0, 0, 0, 2005, 4});
+    EXPECT_TRUE(Eventually([&] { return peer.Ask(Message({32, 1, 0, 0, 0, 1, 99, 4})) == gone; }));
 }
 
 // The other direction: a daemon that is not ours.
@@ -271,26 +280,20 @@ TEST_F(RawPeerTest, AClientDoesNotTrustItsDaemonEither)
     (void)path.copy(address.sun_path, sizeof(address.sun_path) - 1);
     ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
     ASSERT_EQ(::listen(listener, 8), 0);
-    struct Row {
-        Bytes answer;
-        const char* error;
-    };
-    const std::vector<Row> rows = {
-        {Wire::Control(5, 0, 13), "too many connections of this user"},
-        {Wire::Control(2, 1, 2), "it speaks another version of the protocol"},
-        {Wire::Control(2, 0, 1), "it does not answer as a daemon does"},
+    const std::pair<Bytes, const char*> answers[] = {
+        {Control(5, 0, 13), "too many connections of this user"},
+        {Control(2, 1, 2), "it speaks another version of the protocol"},
+        {Control(2, 0, 1), "it does not answer as a daemon does"},
         {Bytes(40, 'x'), "it closed the connection"},
         {{}, "it closed the connection"},
     };
-    for (const Row& row : rows) {
-        std::thread daemon([&] {
+    for (const auto& [answer, error] : answers) {
+        std::thread daemon([&, sent = answer] {
             const RawSocket client(::accept(listener, nullptr, nullptr));
-            EXPECT_EQ(client.Read(40), Bytes(Wire::Hello()));
-            EXPECT_TRUE(row.answer.empty() || client.Send(row.answer));
+            EXPECT_EQ(client.Read(40), Hello());
+            EXPECT_TRUE(sent.empty() || client.Send(sent));
         });
-        std::string error;
-        EXPECT_EQ(Host::ConnectToDaemon(path, error), nullptr);
-        EXPECT_EQ(error, "cannot connect to " + path + ": " + row.error);
+        EXPECT_EQ(Refusal("false"), "cannot connect to " + path + ": " + error);
         daemon.join();
     }
     (void)::close(listener);

@@ -1,6 +1,5 @@
 #include "ipc_scene.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
@@ -10,24 +9,15 @@
 
 #include <array>
 #include <cstdlib>
-#include <thread>
+#include <filesystem>
+#include <iterator>
+#include <mutex>
 
 #include "hilog/host_log.h"
 
 namespace OHOS {
 
-namespace {
-
 using namespace std::chrono_literals;
-
-std::array<int, 2> Pair()
-{
-    std::array<int, 2> fds = {-1, -1};
-    EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds.data()), 0);
-    return fds;
-}
-
-} // namespace
 
 int ScriptedStub::OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option)
 {
@@ -45,19 +35,6 @@ void Synchronize()
     std::lock_guard lock(mutex);
 }
 
-void Gate::Open()
-{
-    std::lock_guard lock(mutex_);
-    open_ = true;
-    opened_.notify_all();
-}
-
-bool Gate::Wait()
-{
-    std::unique_lock lock(mutex_);
-    return opened_.wait_for(lock, 10s, [this] { return open_; });
-}
-
 void DeathWatch::OnRemoteDied(const wptr<IRemoteObject>& object)
 {
     lastObject = object.promote();
@@ -70,6 +47,7 @@ void DeathWatch::OnRemoteDied(const wptr<IRemoteObject>& object)
 
 void Baton::Tell(char what) const
 {
+    Synchronize();
     EXPECT_EQ(::send(fd_, &what, 1, MSG_NOSIGNAL), 1);
 }
 
@@ -85,7 +63,8 @@ void Baton::Await(char what) const
 
 ClientProcess::ClientProcess(const Play& play)
 {
-    const auto fds = Pair();
+    std::array<int, 2> fds = {-1, -1};
+    EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds.data()), 0);
     pid = ::fork();
     if (pid == 0) {
         (void)::close(fds[0]);
@@ -113,6 +92,14 @@ ClientProcess::~ClientProcess()
     (void)::close(fd_);
 }
 
+void ClientProcess::Go(char what) const
+{
+    baton.Tell('g');
+    if (what != 0) {
+        baton.Await(what);
+    }
+}
+
 void ClientProcess::Kill()
 {
     (void)::kill(pid, SIGKILL);
@@ -130,7 +117,7 @@ bool ClientProcess::Join()
 IpcScene::IpcScene()
 {
     std::string pattern = testing::TempDir() + "ipcXXXXXX";
-    directory_ = ::mkdtemp(pattern.data());
+    directory = ::mkdtemp(pattern.data());
     descriptorsBefore_ = CountDescriptors();
     Host::ClearLog();
 }
@@ -142,33 +129,20 @@ IpcScene::~IpcScene()
     // What the IPC of a process keeps for good: its epoll set and its timer.
     EXPECT_TRUE(Eventually([this] { return CountDescriptors() <= descriptorsBefore_ + 2; })) << CountDescriptors();
     const Host::IpcCounters counters = Host::CountIpc();
-    EXPECT_EQ(counters.connections, 0U);
-    EXPECT_EQ(counters.running, 0U);
-    EXPECT_EQ(counters.parked, 0U);
+    EXPECT_EQ(counters.connections + counters.running + counters.parked, 0U);
     size_t announced = 0;
     for (const auto& [text, times] : announced_) {
         EXPECT_EQ(CountErrors(text), times) << text;
         announced += times;
     }
     EXPECT_EQ(CountErrors(""), announced);
-    (void)::rmdir(directory_.c_str());
+    (void)::rmdir(directory.c_str());
 }
 
 void IpcScene::Serve(const Host::IpcLimits& limits)
 {
     std::string error;
-    ASSERT_TRUE(server.Start(directory_, {{"owner", 1, 0600}, {"app", 4, 0666}}, service, limits, error)) << error;
-    serving_ = true;
-}
-
-void IpcScene::Stop()
-{
-    EXPECT_TRUE(server.Stop());
-}
-
-std::string IpcScene::Path(const std::string& name) const
-{
-    return directory_ + '/' + name + ".sock";
+    ASSERT_TRUE(server.Start(directory, {{"owner", 1, 0600}, {"app", 4, 0666}}, service, limits, error)) << error;
 }
 
 sptr<IRemoteObject> IpcScene::Connect(const std::string& name) const
@@ -179,9 +153,11 @@ sptr<IRemoteObject> IpcScene::Connect(const std::string& name) const
     return root;
 }
 
-void IpcScene::ExpectErrors(const std::string& text, size_t times)
+std::string IpcScene::Refusal(const std::string& name) const
 {
-    announced_[text] += times;
+    std::string error;
+    EXPECT_EQ(Host::ConnectToDaemon(Path(name), error), nullptr);
+    return error;
 }
 
 int Exchange::Send(const sptr<IRemoteObject>& to, uint32_t code, int flags, int waitSeconds)
@@ -203,30 +179,18 @@ int PostPlain(const sptr<IRemoteObject>& object, uint32_t code)
     return Exchange().Send(object, code, MessageOption::TF_ASYNC);
 }
 
-Crowd::Crowd(size_t count, const std::function<void(size_t)>& play)
+int CallWith(const sptr<IRemoteObject>& object, uint32_t code, const std::vector<sptr<IRemoteObject>>& arguments)
 {
-    threads_.reserve(count);
-    for (size_t i = 0; i < count; ++i) {
-        threads_.emplace_back(play, i);
+    Exchange call;
+    for (const auto& argument : arguments) {
+        EXPECT_TRUE(call.data.WriteRemoteObject(argument));
     }
-}
-
-Crowd::~Crowd()
-{
-    Join();
-}
-
-void Crowd::Join()
-{
-    for (std::thread& thread : threads_) {
-        thread.join();
-    }
-    threads_.clear();
+    return call.Send(object, code);
 }
 
 bool Eventually(const std::function<bool()>& condition)
 {
-    const auto limit = std::chrono::steady_clock::now() + 3s;
+    const auto limit = std::chrono::steady_clock::now() + 10s;
     while (!condition()) {
         Synchronize();
         if (std::chrono::steady_clock::now() > limit) {
@@ -240,13 +204,8 @@ bool Eventually(const std::function<bool()>& condition)
 
 size_t CountDescriptors()
 {
-    size_t count = 0;
-    DIR* folder = ::opendir("/proc/self/fd");
-    while (::readdir(folder) != nullptr) {
-        ++count;
-    }
-    (void)::closedir(folder);
-    return count;
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return static_cast<size_t>(std::distance(begin(all), end(all)));
 }
 
 size_t CountErrors(const std::string& text)
@@ -269,7 +228,15 @@ std::string TextOf(int fd)
 {
     std::array<char, 256> text = {};
     const ssize_t size = ::pread(fd, text.data(), text.size(), 0);
-    return size < 0 ? "unreadable" : std::string(text.data(), static_cast<size_t>(size));
+    return size < 0 ? "-" : std::string(text.data(), static_cast<size_t>(size));
+}
+
+std::string TakeText(MessageParcel& parcel)
+{
+    const int fd = parcel.ReadFileDescriptor();
+    const std::string text = TextOf(fd);
+    EXPECT_TRUE(fd < 0 || ::close(fd) == 0);
+    return text;
 }
 
 } // namespace OHOS

@@ -6,13 +6,11 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <map>
-#include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "host/ipc_transport.h"
@@ -26,7 +24,8 @@ class ScriptedStub : public IPCObjectStub {
 public:
     using Handler = std::function<int(MessageParcel& data, MessageParcel& reply)>;
 
-    ScriptedStub() : IPCObjectStub(u"test.scripted")
+    explicit ScriptedStub(std::map<uint32_t, Handler> handlers = {})
+        : IPCObjectStub(u"test.scripted"), handlers_(std::move(handlers))
     {}
     // Before anybody calls.
     void On(uint32_t code, Handler handler)
@@ -39,17 +38,26 @@ private:
     std::map<uint32_t, Handler> handlers_;
 };
 
-// One-shot: one thread waits until another says so.
+// Whether it comes true within ten seconds: for what nothing tells about.
+bool Eventually(const std::function<bool()>& condition);
+
+// One-shot: some wait until another says so.
 class Gate {
 public:
-    void Open();
+    // 0, for handlers.
+    int Open()
+    {
+        open_ = true;
+        return 0;
+    }
     // False after ten seconds.
-    bool Wait();
+    bool Wait()
+    {
+        return Eventually([this] { return open_.load(); });
+    }
 
 private:
-    std::mutex mutex_;
-    std::condition_variable opened_;
-    bool open_ = false;
+    std::atomic<bool> open_{false};
 };
 
 // Counts deaths and remembers of what.
@@ -91,10 +99,8 @@ public:
     ClientProcess(const ClientProcess&) = delete;
     ClientProcess& operator=(const ClientProcess&) = delete;
 
-    void Go() const
-    {
-        baton.Tell('g');
-    }
+    // Begins, and waits until it tells `what`, if it is to.
+    void Go(char what = 0) const;
     void Kill();
     // Whether it ended by itself and none of its expectations failed.
     bool Join();
@@ -118,21 +124,30 @@ protected:
 
     // Serves "owner" (token 1) and "app" (token 4).
     void Serve(const Host::IpcLimits& limits = {});
-    std::string Path(const std::string& name) const;
+    std::string Path(const std::string& name) const
+    {
+        return directory + '/' + name + ".sock";
+    }
     // A connection of this process to itself.
     sptr<IRemoteObject> Connect(const std::string& name = "owner") const;
+    // Why a connection is refused.
+    std::string Refusal(const std::string& name = "owner") const;
     // Ends what Serve began; the end of the scene does it as well.
-    void Stop();
-
-    void ExpectErrors(const std::string& text, size_t times = 1);
+    void Stop()
+    {
+        EXPECT_TRUE(server.Stop());
+    }
+    void ExpectErrors(const std::string& text, size_t times = 1)
+    {
+        announced_[text] += times;
+    }
 
     sptr<ScriptedStub> service = new ScriptedStub;
     Host::IpcServer server;
+    std::string directory;
 
 private:
-    std::string directory_;
     size_t descriptorsBefore_ = 0;
-    bool serving_ = false;
     std::map<std::string, size_t> announced_;
 };
 
@@ -143,22 +158,32 @@ struct Exchange {
 
     int Send(const sptr<IRemoteObject>& to, uint32_t code, int flags = MessageOption::TF_SYNC, int waitSeconds = 8);
 };
-// Requests without arguments; they give what SendRequest gives.
+// Requests without arguments or with objects alone; they give what SendRequest gives.
 int CallPlain(const sptr<IRemoteObject>& object, uint32_t code, int waitSeconds = 8);
 int PostPlain(const sptr<IRemoteObject>& object, uint32_t code);
+int CallWith(const sptr<IRemoteObject>& object, uint32_t code, const std::vector<sptr<IRemoteObject>>& arguments);
 
-// Whether it comes true within three seconds: for counts that nothing tells about.
-bool Eventually(const std::function<bool()>& condition);
 size_t CountDescriptors();
 size_t CountErrors(const std::string& text);
 // Threads that do the same with a number each, from 0. Joins them at its end, if nobody did before.
 class Crowd {
 public:
-    Crowd(size_t count, const std::function<void(size_t)>& play);
-    ~Crowd();
-    Crowd(const Crowd&) = delete;
-    Crowd& operator=(const Crowd&) = delete;
-    void Join();
+    Crowd(size_t count, const std::function<void(size_t)>& play)
+    {
+        for (size_t i = 0; i < count; ++i) {
+            threads_.emplace_back(play, i);
+        }
+    }
+    ~Crowd()
+    {
+        Join();
+    }
+    void Join()
+    {
+        for (std::thread& thread : std::exchange(threads_, {})) {
+            thread.join();
+        }
+    }
 
 private:
     std::vector<std::thread> threads_;
@@ -167,6 +192,8 @@ private:
 // A descriptor of a file with this text.
 int FileWith(const std::string& text);
 std::string TextOf(int fd);
+// Reads the text of a received file and closes it; "-" when none came.
+std::string TakeText(MessageParcel& parcel);
 
 } // namespace OHOS
 

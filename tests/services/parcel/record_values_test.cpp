@@ -1,6 +1,7 @@
 // What records answer, apart from travelling.
 #include <memory>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -13,22 +14,19 @@ namespace {
 
 TEST(ShareDeviceInfoValues, AnEngineStatusIsShownAsAState)
 {
-    struct Row {
-        int32_t status;
-        int32_t state;
-    };
-    const Row rows[] = {{1001, 117}, {1002, 117}, {1003, 117}, {1004, 102}, {1005, 102}, {1006, 117}, {1007, 105},
-        {1008, 110}, {1009, 104}, {1010, 117}, {1011, 117}, {1012, 111}, {1013, 109}, {1014, 112}, {1015, 105},
-        {1016, 105}, {1017, 114}, {1018, 116}, {1019, 115}, {1020, 105}, {1021, 105}, {2008, 113}, {1000, 116},
-        {1022, 116}, {2007, 116}, {2009, 116}, {0, 116}, {-1, 116}, {INT32_MIN, 116}};
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.status);
+    const std::pair<int32_t, int32_t> rows[] = {{1001, 117}, {1002, 117}, {1003, 117}, {1004, 102}, {1005, 102},
+        {1006, 117}, {1007, 105}, {1008, 110}, {1009, 104}, {1010, 117}, {1011, 117}, {1012, 111}, {1013, 109},
+        {1014, 112}, {1015, 105}, {1016, 105}, {1017, 114}, {1018, 116}, {1019, 115}, {1020, 105}, {1021, 105},
+        {2008, 113}, {1000, 116}, {1022, 116}, {2007, 116}, {2009, 116}, {0, 116}, {-1, 116}, {INT32_MIN, 116}};
+    for (const auto& [status, state] : rows) {
+        SCOPED_TRACE(status);
         LogTap tap;
-        EXPECT_EQ(ShareDeviceInfo::ConvertOnStatus(row.status), row.state);
-        const std::string status = "status: " + std::to_string(row.status);
-        EXPECT_EQ(tap.Take(), row.state == DeviceState::UNKNOWN_STATUS
-                                  ? LinesOf(Log::SHARE, {status, "invalid status!"})
-                                  : LinesOf(Log::SHARE, {status}));
+        EXPECT_EQ(ShareDeviceInfo::ConvertOnStatus(status), state);
+        Lines said{"status: " + std::to_string(status)};
+        if (state == DeviceState::UNKNOWN_STATUS) {
+            said.push_back("invalid status!");
+        }
+        EXPECT_EQ(tap.Take(), LinesOf(Log::SHARE, said));
     }
 }
 
@@ -101,20 +99,13 @@ TEST(ShareDeviceValues, ComesOutOfAParcelWholeOrNotAtAll)
 
     sptr<ShareDevice> device(ShareDevice::Unmarshalling(parcel));
     ASSERT_NE(device, nullptr);
-    EXPECT_EQ(device->GetDeviceType(), 17) << "the foreign code for a tablet never stands in a record";
-    EXPECT_EQ(device->GetOHFlag(), 0) << "does not travel";
-    EXPECT_FALSE(device->GetIsSameAccount()) << "does not travel";
-    EXPECT_EQ(sptr<ShareDevice>(ShareDevice::Unmarshalling(parcel)), nullptr) << "nothing is left";
-}
-
-TEST(ShareDeviceValues, TheForeignTabletTypeIsKnownToDevicesOnly)
-{
-    ShareDevice device;
-    device.SetDeviceType(2575);
-    EXPECT_EQ(device.GetDeviceType(), 17);
+    EXPECT_EQ(device->GetDeviceType(), 17) << "the foreign code for a tablet is known to devices only";
     ShareDeviceInfo info;
     info.SetDeviceType(2575);
     EXPECT_EQ(info.GetDeviceType(), 2575);
+    EXPECT_EQ(device->GetOHFlag(), 0) << "does not travel";
+    EXPECT_FALSE(device->GetIsSameAccount()) << "does not travel";
+    EXPECT_EQ(sptr<ShareDevice>(ShareDevice::Unmarshalling(parcel)), nullptr) << "nothing is left";
 }
 
 TEST(ShareAccountInfoValues, IsTheAccountOfTheUser)
@@ -125,25 +116,6 @@ TEST(ShareAccountInfoValues, IsTheAccountOfTheUser)
         "ada@home,HASH,ada,face");
     EXPECT_EQ(info.status, 2);
     EXPECT_EQ(info.callingUid, 1000);
-}
-
-TEST(RecordDefaults, TellThatNothingIsKnown)
-{
-    const ShareDeviceInfo info;
-    EXPECT_EQ(info.deviceId, "DeviceIdentity");
-    EXPECT_EQ(info.colorId, -1);
-    EXPECT_EQ(info.deviceState, DeviceState::IDLE);
-    EXPECT_EQ(info.deviceType, 1);
-    EXPECT_EQ(info.discoveredBy, 1U);
-    EXPECT_TRUE(info.isOHDevice);
-    EXPECT_EQ(ShareDevice().discoveredBy_, 1U);
-    EXPECT_EQ(ShareDevice().actionAddrHandle, -1);
-    EXPECT_EQ(ShareAccountInfo().callingUid, -1);
-    EXPECT_EQ(FileHolder().fileFd, -1);
-    EXPECT_EQ(SendBean().sendModule, -1);
-    EXPECT_EQ(DataBean().sendModule, 0);
-    EXPECT_EQ(BytesInfo().bytesType, -1);
-    EXPECT_EQ(RecvPreview().recvType_, -1);
 }
 
 TEST(RecvPreviewValues, TheDeviceStatusOfAReadRecordIsOne)

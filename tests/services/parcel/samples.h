@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <iterator>
 #include <string>
+#include <type_traits>
 
 #include <gtest/gtest.h>
 
@@ -226,29 +227,19 @@ inline RecvPreview Sample()
     return preview;
 }
 
-// The name of that file.
-template <class R>
-inline constexpr const char* FROZEN = nullptr;
-template <>
-inline constexpr const char* FROZEN<ContactInfo> = "contact_info.txt";
-template <>
-inline constexpr const char* FROZEN<ShareDeviceInfo> = "share_device_info.txt";
-template <>
-inline constexpr const char* FROZEN<ShareDevice> = "share_device.txt";
-template <>
-inline constexpr const char* FROZEN<ShareAccountInfo> = "share_account_info.txt";
-template <>
-inline constexpr const char* FROZEN<FileHolder> = "file_holder.txt";
-template <>
-inline constexpr const char* FROZEN<FileItem> = "file_item.txt";
-template <>
-inline constexpr const char* FROZEN<SendBean> = "send_bean.txt";
-template <>
-inline constexpr const char* FROZEN<DataBean> = "data_bean.txt";
-template <>
-inline constexpr const char* FROZEN<BytesInfo> = "bytes_info.txt";
-template <>
-inline constexpr const char* FROZEN<RecvPreview> = "recv_preview.txt";
+using AllRecords = testing::Types<ContactInfo, ShareDeviceInfo, ShareDevice, ShareAccountInfo, FileHolder, FileItem,
+    SendBean, DataBean, BytesInfo, RecvPreview>;
+// The files of their bytes.
+inline constexpr const char* FROZEN[] = {"contact_info", "share_device_info", "share_device", "share_account_info",
+    "file_holder", "file_item", "send_bean", "data_bean", "bytes_info", "recv_preview"};
+
+template <class R, class... All>
+std::string FrozenOf(testing::Types<All...>)
+{
+    size_t index = 0;
+    (void)((std::is_same_v<R, All> || (++index, false)) || ...);
+    return FROZEN[index] + std::string(".txt");
+}
 
 } // namespace OHOS::Pelago
 

@@ -1,8 +1,10 @@
 #ifndef PELAGO_TESTS_SCRIPTED_COLLAB_H
 #define PELAGO_TESTS_SCRIPTED_COLLAB_H
 
+#include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -21,7 +23,7 @@ struct PublishedState {
 
 // The collaboration framework of a test: takes every request, writes it down, and says only what the test makes it say.
 // Each event goes through the callback's remote object, as work of the framework's own queue: it happens when the test
-// settles, and what the service answered is in TakeResults then.
+// settles, and what the service answered is in TakeResults then. Any thread.
 class ScriptedCollab : public Synfold::CollabBackend {
 public:
     ScriptedCollab();
@@ -44,6 +46,8 @@ public:
     std::vector<int32_t> TakeResults();
 
     bool IsKnockRequested() const;
+    // The callback that asked for taps; null when nobody did.
+    sptr<IRemoteObject> KnockObject() const;
 
     // Synfold::CollabBackend
     int32_t RequestService(uint32_t code, const sptr<Synfold::ServicePublishCallbackStub>& callback) override;
@@ -63,10 +67,16 @@ private:
         int times = 0;
     };
 
+    using Publish = Synfold::IServicePublishCallback;
+
+    // Calls the callback from the framework's queue and keeps what it answers.
+    template <typename Callback>
+    void Play(const sptr<Callback>& callback, std::function<int32_t(Callback&)> event);
     // Writes the request down, and gives its result.
     int32_t Take(const std::string& operation, const std::string& details = "");
 
     std::shared_ptr<Host::TaskQueue> queue_;
+    mutable std::mutex mutex_; // of everything below
     std::vector<std::string> journal_;
     std::vector<PublishedState> states_;
     std::vector<std::string> replies_;

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -66,6 +67,9 @@ public:
     // do, and ours never does.
     std::function<void(ScriptedTransfer&)> whenStarted;
 
+    // The device that a tap led to last.
+    sptr<ShareDevice> lastCollabDevice;
+
     // Offers.
     void Tell(const std::function<void(PelagoReceiveListener&)>& event);
 
@@ -104,6 +108,7 @@ private:
     void Post(std::function<void()> report);
 
     std::shared_ptr<Host::TaskQueue> queue_;
+    std::mutex journalMutex_; // of the two below: the service asks from many threads
     std::vector<std::string> journal_;
     std::map<std::string, int> refusals_;
     sptr<IPublishListener> publish_;

@@ -70,7 +70,7 @@ TestExtension::TestExtension() : extension_(new RecordingExtension()), process_(
     sptr<IRemoteObject> root = process_.Connect(Host::AbilityHost::Instance().RootObject());
     EXPECT_EQ(Host::RegisterExtension(Host::SamgrOf(root), FRONT_END_BUNDLE,
                   {ABILITY_SHARE_SERVICE_EXTENSION, ABILITY_SHARE_API_EXTENSION, ABILITY_PERMISSION_EXTENSION,
-                      ABILITY_SWING_RECEIVE_CONFIRM},
+                      ABILITY_SWING_RECEIVE_CONFIRM, ABILITY_SWING_SEND_CONFIRM},
                   extension_),
         0);
 }

@@ -11,6 +11,7 @@ ScriptedCollab::ScriptedCollab() : queue_(Host::Scheduler::Instance().CreateQueu
 
 std::string ScriptedCollab::TakeAsked()
 {
+    std::lock_guard<std::mutex> lock(mutex_);
     std::string text;
     for (const std::string& line : std::exchange(journal_, {})) {
         text += (text.empty() ? "" : ", ") + line;
@@ -20,26 +21,31 @@ std::string ScriptedCollab::TakeAsked()
 
 std::vector<PublishedState> ScriptedCollab::TakeStates()
 {
+    std::lock_guard<std::mutex> lock(mutex_);
     return std::exchange(states_, {});
 }
 
 std::vector<std::string> ScriptedCollab::TakeReplies()
 {
+    std::lock_guard<std::mutex> lock(mutex_);
     return std::exchange(replies_, {});
 }
 
 std::vector<int32_t> ScriptedCollab::TakeResults()
 {
+    std::lock_guard<std::mutex> lock(mutex_);
     return std::exchange(results_, {});
 }
 
 void ScriptedCollab::Refuse(const std::string& operation, int32_t result, int times)
 {
+    std::lock_guard<std::mutex> lock(mutex_);
     refusals_[operation] = {result, times};
 }
 
 int32_t ScriptedCollab::Take(const std::string& operation, const std::string& details)
 {
+    std::lock_guard<std::mutex> lock(mutex_);
     journal_.push_back(operation + (details.empty() ? "" : " " + details));
     Refusal& refusal = refusals_[operation];
     if (refusal.times == 0) {
@@ -52,35 +58,45 @@ int32_t ScriptedCollab::Take(const std::string& operation, const std::string& de
 }
 
 // The queue lives as long as this, so that posting to it does not fail.
-void ScriptedCollab::Knock()
+template <typename Callback>
+void ScriptedCollab::Play(const sptr<Callback>& callback, std::function<int32_t(Callback&)> event)
 {
-    (void)queue_->Post([this, callback = publish_] {
+    std::lock_guard<std::mutex> lock(mutex_);
+    (void)queue_->Post([this, callback = callback, event = std::move(event)] {
         if (callback != nullptr) {
-            results_.push_back(callback->OnKnockEvent(new RequestResultInfo("{}")));
+            const int32_t result = event(*callback);
+            std::lock_guard<std::mutex> written(mutex_);
+            results_.push_back(result);
         }
     });
+}
+
+void ScriptedCollab::Knock()
+{
+    Play<Publish>(publish_, [](Publish& callback) { return callback.OnKnockEvent(new RequestResultInfo("{}")); });
 }
 
 void ScriptedCollab::PublishEvent(const std::string& extraInfo)
 {
-    (void)queue_->Post([this, callback = publish_, extraInfo] {
-        if (callback != nullptr) {
-            results_.push_back(callback->OnPublishEvent(new RequestResultInfo(extraInfo)));
-        }
-    });
+    Play<Publish>(
+        publish_, [extraInfo](Publish& callback) { return callback.OnPublishEvent(new RequestResultInfo(extraInfo)); });
 }
 
 void ScriptedCollab::Deliver(const std::string& basicInfo)
 {
-    (void)queue_->Post([this, callback = deliver_, basicInfo] {
-        if (callback != nullptr) {
-            results_.push_back(callback->OnDeliver(basicInfo));
-        }
-    });
+    Play<Synfold::IServiceDeliverCallback>(
+        deliver_, [basicInfo](Synfold::IServiceDeliverCallback& callback) { return callback.OnDeliver(basicInfo); });
+}
+
+sptr<IRemoteObject> ScriptedCollab::KnockObject() const
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return publish_ == nullptr ? nullptr : publish_->AsObject();
 }
 
 bool ScriptedCollab::IsKnockRequested() const
 {
+    std::lock_guard<std::mutex> lock(mutex_);
     return publish_ != nullptr;
 }
 
@@ -88,6 +104,7 @@ int32_t ScriptedCollab::RequestService(uint32_t code, const sptr<Synfold::Servic
 {
     int32_t result = Take("RequestService", std::to_string(code));
     if (result == 0) {
+        std::lock_guard<std::mutex> lock(mutex_);
         publish_ = new Synfold::ServicePublishCallbackProxy(callback->AsObject());
     }
     return result;
@@ -95,7 +112,10 @@ int32_t ScriptedCollab::RequestService(uint32_t code, const sptr<Synfold::Servic
 
 int32_t ScriptedCollab::UnRequestService(uint32_t code)
 {
-    publish_ = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        publish_ = nullptr;
+    }
     return Take("UnRequestService", std::to_string(code));
 }
 
@@ -104,6 +124,7 @@ int32_t ScriptedCollab::RequestServiceByParam(
 {
     int32_t result = Take("RequestServiceByParam");
     if (result == 0) {
+        std::lock_guard<std::mutex> lock(mutex_);
         replies_.push_back(param);
     }
     return result;
@@ -114,6 +135,7 @@ int32_t ScriptedCollab::RegisterServiceDeliverCallback(
 {
     int32_t result = Take("RegisterServiceDeliverCallback", std::to_string(systemAbilityId));
     if (result == 0) {
+        std::lock_guard<std::mutex> lock(mutex_);
         deliver_ = new Synfold::ServiceDeliverCallbackProxy(callback->AsObject());
     }
     return result;
@@ -122,7 +144,10 @@ int32_t ScriptedCollab::RegisterServiceDeliverCallback(
 int32_t ScriptedCollab::PublishServiceState(
     const std::string& serviceName, const std::string& serviceName2, const std::string& extraInfo, int32_t state)
 {
-    states_.push_back({serviceName, serviceName2, extraInfo, state});
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        states_.push_back({serviceName, serviceName2, extraInfo, state});
+    }
     return Take("PublishServiceState", serviceName + " " + std::to_string(state));
 }
 

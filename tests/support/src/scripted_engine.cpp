@@ -71,6 +71,7 @@ ScriptedEngine::~ScriptedEngine()
 
 std::vector<std::string> ScriptedEngine::TakeJournal()
 {
+    std::lock_guard<std::mutex> lock(journalMutex_);
     return std::exchange(journal_, {});
 }
 
@@ -85,11 +86,13 @@ std::string ScriptedEngine::TakeAsked()
 
 void ScriptedEngine::Refuse(const std::string& operation, int times)
 {
+    std::lock_guard<std::mutex> lock(journalMutex_);
     refusals_[operation] = times;
 }
 
 bool ScriptedEngine::Take(const std::string& operation, const std::string& details)
 {
+    std::lock_guard<std::mutex> lock(journalMutex_);
     journal_.push_back(operation + (details.empty() ? "" : " " + details));
     auto refusal = refusals_.find(operation);
     if (refusal == refusals_.end() || refusal->second == 0) {
@@ -263,6 +266,7 @@ bool ScriptedEngine::OnCollabDeviceFound(
     if (!Take("OnCollabDeviceFound", device->GetDeviceId() + " " + std::to_string(updateFlag))) {
         return false;
     }
+    lastCollabDevice = device;
     sptr<ISubscribeListener> proxy = new SubscribeListenerProxy(listener->AsObject());
     Post([proxy, device] { proxy->OnDeviceFound(device); });
     return true;

@@ -1,3 +1,4 @@
+// What the radios make of the switch: lost, back, restarting themselves; and how the system tells it.
 #include "common_event_data.h"
 #include "switch/broadcast_receiver.h"
 #include "switch_scene.h"
@@ -5,312 +6,169 @@
 namespace OHOS::Pelago {
 namespace {
 
-using Action = ShareSwitchManager::RadioAction;
+class SwitchRadios : public SwitchScene, public testing::WithParamInterface<Row> {};
 
-// In the order of precedence: each row but the first ones would be answered otherwise without the facts above it.
-TEST(RadioChange, IsAnsweredByTheFirstRowThatFits)
+TEST_P(SwitchRadios, LeaveWhatTheTableSays)
 {
-    struct Row {
-        const char* name;
-        ShareSwitchManager::RadioFacts facts; // available, good news, state, owes a write, enabling, state to return to
-        Action action;
+    Check(GetParam());
+}
+
+// clang-format off
+
+// A change of a radio is answered by the first of seven rules that fits.
+const Row CHANGES[] = {
+    {"1 one radio of two is up", "boot 1,3,1; wifi off; bluetooth off", "wifi on",
+        "2,0,1 | 2,0,1 | 2,0,1 | 1,3 | - | 0 | 0", "no need to handle, wifi or ble is not available"},
+    {"1 also while a request waits", "boot 2,0,0; wifi off; fail wifi.arrive; on 2", "news good",
+        "2,0,0 enabling 2 | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 1", "no need to handle, wifi or ble"},
+    {"2 on, and Wi-Fi is lost", "boot 1,3,1", "wifi off", "2,0,1 | 2,0,1 | 2,0,1 | 1,3 | hide | 1 | 0"},
+    {"2 on, and BLE is lost", "boot 1,2,1; on 1", "bluetooth off", "2,0,1 | 2,0,1 | 2,0,1 | 1,1 | hide | 1 | 0"},
+    {"3 off is not written yet", "boot 1,2,0; event semi 0; wifi off; wait heal-501", "wait 1",
+        "2,0,0 | 2,0,0 | 2,0,0 | 1,2 | - | 0 | 0", "sync settings invoked"},
+    {"3 before a request that waits", "boot 1,2,0; event semi 0; wifi off; on 3; wait heal-501", "wait 1",
+        "2,0,0 enabling 3 | 2,0,0 | 2,0,0 | 1,2 | - | 0 | 1", "sync settings invoked"},
+    {"4 a request waits and the radios are there", "boot 2,0,0; wifi off; fail wifi.arrive; on 2; mend", "wifi on",
+        "1,2,0 | 1,2,0 | 1,2,0 | 0,0 | show 2, permit 0 | 1 | 0", "EnablingData, enableState: 1, detectableType: 2"},
+    {"4 a request waits and a radio dropped", "boot 2,0,0; wifi off; fail wifi.arrive; on 2", "news bad",
+        "2,0,0 enabling 2 | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 2", "EnablingData|EnableWifi invoked"},
+    {"4 before a return", "boot 1,2,0; wifi off; fail wifi.arrive; on 3; mend", "wifi on",
+        "1,3,0 | 1,3,0 | 1,3,0 | 1,2 | show 3, permit 0 | 1 | 0", "!Recover switch to"},
+    {"5 on, and the radios are there", "boot 1,2,0", "news good; news bad", "1,2,0 | 1,2,0 | 1,2,0 | 1,2 | - | 0 | 0"},
+    {"6 off, once on, and Wi-Fi is back", "boot 1,3,1; wifi off", "wifi on",
+        "1,3,1 | 1,3,1 | 1,3,1 | 1,3 | show 3, permit 1 | 1 | 0", "Recover switch to enableState: 1, detectableType"},
+    {"6 BLE alone is enough", "boot 1,2,0; bluetooth off", "bluetooth ble",
+        "1,2,0 | 1,2,0 | 1,2,0 | 1,2 | show 2, permit 0 | 1 | 0"},
+    {"6 known: first use, once on by the user before", "set ota - 101; boot 1,3,0; user 101", "news good",
+        "1,3,0 user 101 | 1,3,0 | 1,3,0 | none | show 3, permit 0 | 1 | 0", "Recover switch to|~not exist"},
+    {"7 off, once on, the other radio goes too", "boot 1,2,1; wifi off", "bluetooth off",
+        "2,0,1 | 2,0,1 | 2,0,1 | 1,2 | - | 0 | 0"},
+    {"7 off by choice, and the radios are back", "boot 1,2,0; off; wifi off", "wifi on",
+        "2,0,0 | 2,0,0 | 2,0,0 | 2,0 | - | 0 | 0"},
+
+    // Meant: from off the same off only persists again, so the way back stays open; with a type it is a new off.
+    {"off chosen while a radio is away does not close the way back", "boot 1,2,0; wifi off; off", "wifi on",
+        "1,2,0 | 1,2,0 | 1,2,0 | 1,2 | show 2, permit 0 | 1 | 0"},
+    {"off with a type does", "boot 1,2,0; wifi off; ask 2 1", "wifi on", "2,0,0 | 2,0,0 | 2,0,0 | 2,0 | - | 0 | 0"},
+    {"an ability that goes is a lost radio", "boot 1,2,0", "gone 1120", "2,0,0 | 2,0,0 | 2,0,0 | 1,2 | hide | 1 | 0",
+        "wifi or bluetooth sa removed|~wifiDevice is nullptr"},
+    {"an ability that comes back brings it", "boot 1,2,0; gone 1120", "back 1120",
+        "1,2,0 | 1,2,0 | 1,2,0 | 1,2 | show 2, permit 0 | 1 | 0", "~wifiDevice is nullptr"},
+    {"missing at the load: not started", "wifi off", "boot 1,2,0",
+        "2,0,0 | 1,2,0 | 0,0,0 / -,-,0 | 1,2 | - | 0 | 0", "need wifi and bluetooth to recover state"},
+    {"missing at the load: waited for", "wifi off; boot 1,2,0", "wifi on",
+        "1,2,0 | 1,2,0 | 1,2,0 | 1,2 | show 2, permit 0 | 1 | 0"},
+};
+
+// Radios that restart themselves: file and settings keep what was, unless it takes too long.
+const Row HEALINGS[] = {
+    {"Wi-Fi: down as it said", "boot 1,2,0", "event semi 0; wifi off",
+        "2,0,0 wifi heals unsaved | 1,2,0 | 1,2,0 | 1,2 | hide | 1 | 1"},
+    {"Wi-Fi: back in time", "boot 1,2,0; event semi 0; wifi off", "wifi semi",
+        "1,2,0 | 1,2,0 | 1,2,0 | 1,2 | show 2, permit 0 | 1 | 0"},
+    {"Wi-Fi: a tick before the deadline", "boot 1,2,0; event semi 0; wifi off", "wait heal-501",
+        "2,0,0 wifi heals unsaved | 1,2,0 | 1,2,0 | 1,2 | - | 0 | 1"},
+    {"Wi-Fi: lost at the deadline", "boot 1,2,0; event semi 0; wifi off", "wait heal-500",
+        "2,0,0 | 2,0,0 | 2,0,0 | 1,2 | - | 0 | 0"},
+    {"Wi-Fi: back after the deadline", "boot 1,2,0; event semi 0; wifi off; wait heal", "wifi semi",
+        "1,2,0 | 1,2,0 | 1,2,0 | 1,2 | show 2, permit 0 | 1 | 0"},
+    {"Wi-Fi: another begin starts anew", "boot 1,2,0; event semi 0; wait heal-1; event semi 0", "wait heal-1",
+        "1,2,0 wifi heals | 1,2,0 | 1,2,0 | 1,2 | - | 0 | 1"},
+    {"Wi-Fi: on its way up", "boot 1,2,0; event semi 0; wifi off", "event wifi 2",
+        "2,0,0 unsaved | 1,2,0 | 1,2,0 | 1,2 | - | 0 | 0"},
+    {"Wi-Fi: not started by a request", "boot 2,0,0; event semi 0; wifi off", "on 2",
+        "2,0,0 enabling 2 wifi heals | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 2", "!EnableWifi invoked"},
+    {"Wi-Fi: a request gets it all the same", "boot 2,0,0; event semi 0; wifi off; on 2", "wifi on",
+        "1,2,0 | 1,2,0 | 1,2,0 | 0,0 | show 2, permit 0 | 1 | 0"},
+    {"Bluetooth: down as it said", "boot 1,2,0", "event restrict 0; bluetooth off",
+        "2,0,0 bluetooth heals unsaved | 1,2,0 | 1,2,0 | 1,2 | hide | 1 | 1"},
+    {"Bluetooth: back in time", "boot 1,2,0; event restrict 0; bluetooth off", "bluetooth ble",
+        "1,2,0 | 1,2,0 | 1,2,0 | 1,2 | show 2, permit 0 | 1 | 0"},
+    {"Bluetooth: a tick before the deadline", "boot 1,2,0; event restrict 0; bluetooth off", "wait heal-501",
+        "2,0,0 bluetooth heals unsaved | 1,2,0 | 1,2,0 | 1,2 | - | 0 | 1"},
+    {"Bluetooth: lost at the deadline", "boot 1,2,0; event restrict 0; bluetooth off", "wait heal-500",
+        "2,0,0 | 2,0,0 | 2,0,0 | 1,2 | - | 0 | 0"},
+    {"Bluetooth: another begin starts anew", "boot 1,2,0; event restrict 0; wait heal-1; event restrict 0",
+        "wait heal-1", "1,2,0 bluetooth heals | 1,2,0 | 1,2,0 | 1,2 | - | 0 | 1"},
+    {"Bluetooth: not started by a request", "boot 2,0,0; event restrict 0; bluetooth off", "on 2",
+        "2,0,0 enabling 2 bluetooth heals | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 2", "!EnableBle invoked"},
+    {"both: one back is not enough to write", "boot 1,2,0; event semi 0; event restrict 0; event bluetooth 1", "off",
+        "2,0,0 wifi heals unsaved | 1,2,0 | 1,2,0 | 2,0 | hide | 1 | 1"},
+    {"both back: the next change is written", "boot 1,2,0; event semi 0; event restrict 0; event bluetooth 1; off; "
+        "event wifi 2", "off", "2,0,0 | 2,0,0 | 2,0,0 | 2,0 | - | 0 | 0"},
+    {"on with another type: permission and pair are written all the same",
+        "boot 1,2,0; event restrict 0; permit 1; ask 2 0", "on 3",
+        "1,3,1 bluetooth heals | 1,2,1 | 1,2,1 | 2,0 | show 3, permit 1 | 1 | 1"},
+};
+
+// A restricted Bluetooth that was refused gets one more try if its ability goes in time.
+const Row RETRIES[] = {
+    {"a tick before the deadline", "boot 2,0,0; retry; wait removal-1", "gone 1130; back 1130",
+        "2,0,0 | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 0", "EnableBluetoothToRestrictMode(), ret:"},
+    {"at the deadline", "boot 2,0,0; retry; wait removal", "gone 1130; back 1130",
+        "2,0,0 | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 0", "!EnableBluetoothToRestrictMode invoked"},
+    {"once only", "boot 2,0,0; retry; gone 1130; back 1130", "gone 1130; back 1130",
+        "2,0,0 | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 0", "!EnableBluetoothToRestrictMode invoked"},
+    {"not for Wi-Fi", "boot 2,0,0; retry", "gone 1120",
+        "2,0,0 retry | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 1", "~wifiDevice is nullptr"},
+};
+// clang-format on
+
+INSTANTIATE_TEST_SUITE_P(Change, SwitchRadios, testing::ValuesIn(CHANGES), RowName());
+INSTANTIATE_TEST_SUITE_P(Healing, SwitchRadios, testing::ValuesIn(HEALINGS), RowName());
+INSTANTIATE_TEST_SUITE_P(Retry, SwitchRadios, testing::ValuesIn(RETRIES), RowName());
+
+class SwitchEvents : public SwitchScene {};
+
+// What the codes of the radios mean, as the messages that they become; the device model sends only some of them.
+TEST_F(SwitchEvents, BecomeMessages)
+{
+    struct Told {
+        const char* event;
+        const char* messages;
     };
-    const Row rows[] = {
-        {"nothing is wanted", {true, true, 2, false, false, 2}, Action::KEEP},
-        {"one radio of two is up, whatever else", {false, true, 1, true, true, 1}, Action::IGNORE_HALF},
-        {"on, and a radio is lost", {false, false, 1, true, true, 1}, Action::DISABLE},
-        {"off is not written yet", {false, false, 2, true, true, 1}, Action::SYNC},
-        {"a request waits and the radios are there", {true, true, 2, true, true, 1}, Action::ASK_AGAIN},
-        {"a request waits and a radio dropped", {false, false, 2, false, true, 1}, Action::ASK_AGAIN},
-        {"a request waits, though on", {true, true, 1, false, true, 1}, Action::ASK_AGAIN},
-        {"on, and the radios are there", {true, false, 1, false, false, 1}, Action::KEEP},
-        {"off, once on, and the radios are back", {true, true, 2, true, false, 1}, Action::RECOVER},
-        {"first use, once on by another user", {true, false, 0, false, false, 1}, Action::RECOVER},
-        {"off, once on, a radio is missing", {false, false, 2, false, false, 1}, Action::KEEP},
-        {"off by choice, and the radios are back", {true, true, 2, false, false, 2}, Action::KEEP},
+    const Told rows[] = {
+        {"event bluetooth 0", ""}, {"event bluetooth 1", "9 3"}, {"event bluetooth 2", ""},
+        {"event bluetooth 3", "9 3"}, // classic Bluetooth is off, but BLE is there
+        {"event wifi 0", ""}, {"event wifi 1", "3"}, {"event wifi 2", "7"}, {"event wifi 3", "3"}, {"event wifi 4", ""},
+        {"event semi 0", "6"}, {"event semi 1", ""}, {"event semi 4", ""}, {"event semi 5", "7 3"},
+        {"event semi 0 - 1000", ""}, // says somebody
+        {"event restrict 0", "8"}, {"event restrict 1", ""}, {"event cleared 0 com.corvane.velos", ""},
+        {"event cleared 0 com.corvane.velos.pelago", "0"}, {"event ready", "14"}, {"event switched 100", "15"},
+        {"event switched 101", ""},                           // is locked
+        {"event unlocked 101", "16"}, {"bluetooth off", "3"}, // code 3, and BLE is gone
     };
-    for (const Row& row : rows) {
-        EXPECT_EQ(ShareSwitchManager::DecideOnRadioChange(row.facts), row.action) << row.name;
+    Play("boot 2,0,0; lock 101");
+    for (const char* text : {"switchToUserId 101 not verified", "not equal to switchToUserId 101"}) {
+        AllowError(text);
     }
-}
-
-class SwitchRadios : public SwitchScene {};
-
-TEST_F(SwitchRadios, LostTakeSharingDownAndBackBringItUp)
-{
-    Boot({1, 3, 1});
-    Wifi(WifiMode::OFF);
-    EXPECT_EQ(Kept(), "2,0 | 2,0,1 | 2,0 2,0 | 1,3");
-    EXPECT_EQ(Heard(), 1);
-    Bluetooth(BluetoothMode::OFF);
-    Wifi(WifiMode::ON);
-    EXPECT_EQ(State().enableState, STATE_SHARE_DISABLE); // one of two is not enough
-    EXPECT_TRUE(Logged("no need to handle, wifi or ble is not available"));
-    Bluetooth(BluetoothMode::BLE_ONLY); // and BLE is all that is needed
-    EXPECT_EQ(Kept(), "1,3 | 1,3,1 | 1,3 1,3 | 1,3");
-    EXPECT_EQ(Heard(), 1);
-}
-
-TEST_F(SwitchRadios, DoNotBringBackAnOffThatWasChosenWhileOn)
-{
-    Boot({1, 2, 0});
-    TurnOff();
-    Wifi(WifiMode::OFF);
-    Wifi(WifiMode::ON);
-    EXPECT_EQ(State().enableState, STATE_SHARE_DISABLE);
-}
-
-// Meant: from off the same off only persists again, so the way back stays open; with a type it is a new off.
-TEST_F(SwitchRadios, BringBackSharingAfterAnOffThatWasOneAlready)
-{
-    Boot({1, 2, 0});
-    Wifi(WifiMode::OFF);
-    TurnOff();
-    EXPECT_EQ(File(RECOVER), "1,2");
-    Wifi(WifiMode::ON);
-    EXPECT_EQ(State().enableState, STATE_SHARE_ENABLE);
-    Wifi(WifiMode::OFF);
-    Ask(STATE_SHARE_DISABLE, DETECTABLE_TIMED);
-    EXPECT_EQ(File(RECOVER), "2,0");
-}
-
-TEST_F(SwitchRadios, BringBackSharingAfterARestartInBetween)
-{
-    WriteFields(StateFile(USER, RECOVER), {1, 3});
-    Boot({2, 0, 1});
-    EXPECT_EQ(Kept(), "1,3 | 1,3,1 | 1,3 1,3 | 1,3");
-}
-
-TEST_F(SwitchRadios, MissingAtStartAreWaitedForAndNotStarted)
-{
-    Wifi(WifiMode::OFF);
-    Boot({1, 2, 0});
-    EXPECT_EQ(State().enableState, STATE_SHARE_DISABLE);
-    EXPECT_FALSE(State().isEnabling);
-    Wifi(WifiMode::ON);
-    EXPECT_EQ(Kept(), "1,2 | 1,2,0 | 1,2 1,2 | 1,2");
-}
-
-TEST_F(SwitchRadios, WhoseAbilityGoesAreLostToo)
-{
-    Boot({1, 2, 0});
-    SetAbility(Host::AbilityId::WIFI, false);
-    AllowError("wifiDevice is nullptr");
-    EXPECT_EQ(State().enableState, STATE_SHARE_DISABLE);
-    SetAbility(Host::AbilityId::WIFI, true);
-    EXPECT_EQ(State().enableState, STATE_SHARE_ENABLE);
-}
-
-// Radios that restart themselves. Both behave alike.
-struct Healing {
-    const char* name;
-    const char* beginEvent;
-    void (*lose)();
-    void (*comeBack)();
-    bool ShareSwitchManager::Snapshot::*flag;
-};
-
-const Healing HEALINGS[] = {
-    {"Wifi", Host::EventName::WIFI_SEMI_STATE, [] { Device::Instance().SwitchWifi(WifiMode::OFF); },
-        [] { Device::Instance().SwitchWifi(WifiMode::SEMI); }, &ShareSwitchManager::Snapshot::wifiSelfHealing},
-    {"Bluetooth", Host::EventName::BLUETOOTH_RESTRICT, [] { Device::Instance().SwitchBluetooth(BluetoothMode::OFF); },
-        [] { Device::Instance().SwitchBluetooth(BluetoothMode::BLE_ONLY); },
-        &ShareSwitchManager::Snapshot::btSelfHealing},
-};
-
-class SwitchHealing : public SwitchScene, public testing::WithParamInterface<Healing> {
-protected:
-    static constexpr int64_t LOSS_MS = 500;
-
-    // On, and the radio goes down as it said it would. The three seconds run.
-    void BootHealing()
-    {
-        Boot({1, 2, 0});
-        Publish(GetParam().beginEvent, 0);
-        ASSERT_TRUE(State().*GetParam().flag);
-        GetParam().lose();
-        Advance(LOSS_MS);
-    }
-};
-
-TEST_P(SwitchHealing, InTimeLeavesNoTraceInFileAndSettings)
-{
-    BootHealing();
-    EXPECT_EQ(Kept(), "2,0 | 1,2,0 | 1,2 1,2 | 1,2");
-    EXPECT_EQ(Heard(), 1); // clients hear the dip
-    GetParam().comeBack();
-    Advance(RADIO_MS);
-    EXPECT_EQ(Kept(), "1,2 | 1,2,0 | 1,2 1,2 | 1,2");
-    EXPECT_FALSE(State().*GetParam().flag);
-    EXPECT_EQ(Deadlines(), 0U);
-}
-
-TEST_P(SwitchHealing, ThatTakesTooLongIsALoss)
-{
-    BootHealing();
-    Advance(ShareSwitchManager::SELF_HEAL_TIMEOUT_MS - LOSS_MS - 1);
-    EXPECT_EQ(File(STATE), "1,2,0");
-    Advance(1);
-    EXPECT_EQ(Kept(), "2,0 | 2,0,0 | 2,0 2,0 | 1,2");
-    EXPECT_FALSE(State().*GetParam().flag);
-    GetParam().comeBack();
-    Advance(RADIO_MS);
-    EXPECT_EQ(State().enableState, STATE_SHARE_ENABLE);
-}
-
-TEST_P(SwitchHealing, CountsFromTheLastBegin)
-{
-    Boot({1, 2, 0});
-    Publish(GetParam().beginEvent, 0);
-    Advance(ShareSwitchManager::SELF_HEAL_TIMEOUT_MS - 1);
-    Publish(GetParam().beginEvent, 0);
-    EXPECT_EQ(Deadlines(), 1U);
-    Advance(ShareSwitchManager::SELF_HEAL_TIMEOUT_MS - 1);
-    EXPECT_TRUE(State().*GetParam().flag);
-    Advance(1);
-    EXPECT_FALSE(State().*GetParam().flag);
-}
-
-INSTANTIATE_TEST_SUITE_P(Switch, SwitchHealing, testing::ValuesIn(HEALINGS), RowName());
-
-TEST_F(SwitchRadios, BothHealingPersistOnlyWhenBothAreDone)
-{
-    Boot({1, 2, 0});
-    Switch()->HandleOnWifiSelfHealingBegin();
-    Switch()->HandleOnBtSelfHealingBegin();
-    Settle();
-    Switch()->HandleOnBtSelfHealingEnd();
-    Ask(STATE_SHARE_DISABLE, UNDETECTABLE);
-    EXPECT_EQ(File(STATE), "1,2,0");
-    Switch()->HandleOnWifiSelfHealingEnd(true);
-    Ask(STATE_SHARE_DISABLE, UNDETECTABLE);
-    EXPECT_EQ(File(STATE), "2,0,0");
-}
-
-TEST_F(SwitchRadios, ThatHealAreNotStartedByARequest)
-{
-    Boot({2, 0, 0});
-    Publish(Host::EventName::WIFI_SEMI_STATE, 0);
-    Wifi(WifiMode::OFF);
-    Forget();
-    TurnOn();
-    EXPECT_FALSE(Logged("EnableWifi invoked"));
-    EXPECT_TRUE(State().isEnabling);
-    Wifi(WifiMode::ON);
-    EXPECT_EQ(State().enableState, STATE_SHARE_ENABLE);
-}
-
-// The second try of restricted Bluetooth
-TEST_F(SwitchRadios, RefusedBluetoothIsTriedOnceMoreIfItsAbilityGoesInTime)
-{
-    const char* tried = "EnableBluetoothToRestrictMode(), ret:";
-    const auto restartAbility = [] {
-        SetAbility(Host::AbilityId::BLUETOOTH, false);
-        SetAbility(Host::AbilityId::BLUETOOTH, true);
-    };
-    Boot({2, 0, 0});
-    restartAbility();
-    EXPECT_FALSE(Logged(tried)); // nobody asked
-
-    Switch()->EnableBluetoothToRestrictModeInDelay();
-    Advance(ShareSwitchManager::WAIT_BLUETOOTH_SA_REMOVE_MS - 1);
-    restartAbility();
-    EXPECT_TRUE(Logged(tried));
-    EXPECT_EQ(Deadlines(), 0U);
-
-    Forget();
-    Switch()->EnableBluetoothToRestrictModeInDelay();
-    Advance(ShareSwitchManager::WAIT_BLUETOOTH_SA_REMOVE_MS);
-    restartAbility();
-    EXPECT_FALSE(Logged(tried));
-}
-
-// What the system tells, and what the switch makes of it: the ids of its messages.
-struct Told {
-    const char* name;
-    const char* event;
-    int32_t code;
-    std::vector<ShareSwitchManager::Message> messages;
-    const char* bundle = "";
-    bool bleGone = false;
-    int32_t publisherUid = Host::PublisherUid::WIFI;
-};
-
-using M = ShareSwitchManager;
-constexpr auto CHANGED = M::MSG_ON_WIFI_OR_BLUETOOTH_STATE_CHANGED_EVENT;
-constexpr const char* BLUETOOTH = Host::EventName::BLUETOOTH_HOST_STATE_UPDATE;
-constexpr const char* WIFI = Host::EventName::WIFI_POWER_STATE;
-constexpr const char* SEMI = Host::EventName::WIFI_SEMI_STATE;
-
-const Told EVENTS[] = {
-    {"bluetooth turning on", BLUETOOTH, 0, {}},
-    {"bluetooth on", BLUETOOTH, 1, {M::MSG_BLUETOOTH_SELF_HEAL_END, CHANGED}},
-    {"bluetooth turning off", BLUETOOTH, 2, {}},
-    {"bluetooth off, BLE there", BLUETOOTH, 3, {M::MSG_BLUETOOTH_SELF_HEAL_END, CHANGED}},
-    {"bluetooth off, BLE gone", BLUETOOTH, 3, {CHANGED}, "", true},
-    {"wifi disabling", WIFI, 0, {}},
-    {"wifi disabled", WIFI, 1, {CHANGED}},
-    {"wifi enabling", WIFI, 2, {M::MSG_WIFI_SELF_HEAL_END}},
-    {"wifi enabled", WIFI, 3, {CHANGED}},
-    {"wifi restarting", SEMI, 0, {M::MSG_WIFI_SELF_HEAL_BEGIN}},
-    {"wifi restarting, says somebody", SEMI, 0, {}, "", false, Host::PublisherUid::SYSTEM},
-    {"wifi semi, another code", SEMI, 1, {}},
-    {"wifi semi-active", SEMI, 5, {M::MSG_WIFI_SELF_HEAL_END, CHANGED}},
-    {"bluetooth restarting", Host::EventName::BLUETOOTH_RESTRICT, 0, {M::MSG_BLUETOOTH_SELF_HEAL_BEGIN}},
-    {"bluetooth restrict, another code", Host::EventName::BLUETOOTH_RESTRICT, 1, {}},
-    {"our data cleared", Host::EventName::PACKAGE_DATA_CLEARED, 0, {M::MSG_ENABLE_SHARE_SWITCH_EVENT},
-        "com.corvane.velos.pelago"},
-    {"other data cleared", Host::EventName::PACKAGE_DATA_CLEARED, 0, {}, "com.corvane.velos"},
-    {"settings ready", Host::EventName::DATA_SHARE_READY, 0, {M::MSG_DATA_SHARE_READY_EVENT}},
-    {"user switched", Host::EventName::USER_SWITCHED, USER, {M::MSG_LOCAL_USER_SWITCHED_EVENT}},
-    {"user switched, locked", Host::EventName::USER_SWITCHED, OTHER_USER, {}},
-    {"user unlocked, whoever", Host::EventName::USER_UNLOCKED, OTHER_USER, {M::MSG_USER_UNLOCKED_EVENT}},
-};
-
-class SwitchEvents : public SwitchScene, public testing::WithParamInterface<Told> {};
-
-TEST_P(SwitchEvents, BecomeMessages)
-{
-    const Told& row = GetParam();
-    Boot({2, 0, 0});
-    ASSERT_TRUE(Device::Instance().SetVerified(OTHER_USER, false));
-    AllowErrors({"switchToUserId 101 not verified", "not equal to switchToUserId 101"});
-    if (row.bleGone) {
-        Bluetooth(BluetoothMode::OFF);
+    for (const Told& row : rows) {
         Forget();
+        Play(row.event);
+        EXPECT_EQ(Messages(), row.messages) << row.event;
+        // Each switch of users ends the share connection, also one that the switch drops.
+        EXPECT_EQ(Said("already disConnection_"), std::string(row.event).find("switched") != std::string::npos);
     }
-    Publish(row.event, row.code, row.bundle, row.publisherUid);
-    std::vector<std::string> expected;
-    for (const auto id : row.messages) {
-        expected.push_back("handle event id: " + std::to_string(id) + ".");
-    }
-    EXPECT_EQ(LoggedLines("handle event id: "), expected);
-    // Each switch of users ends the share connection, also one that the switch drops.
-    EXPECT_EQ(Logged("already disConnection_"), row.event == Host::EventName::USER_SWITCHED);
 }
 
-INSTANTIATE_TEST_SUITE_P(Switch, SwitchEvents, testing::ValuesIn(EVENTS), RowName());
-
-TEST_F(SwitchRadios, EventsWithoutAKnownActionAreDropped)
+TEST_F(SwitchEvents, WithoutAKnownActionAreDropped)
 {
-    Boot();
+    Play("boot 2,0,0");
     BroadcastReceiver receiver{EventFwk::CommonEventSubscribeInfo(EventFwk::MatchingSkills())};
     receiver.OnReceiveEvent({});
-    EXPECT_TRUE(LoggedError("action is empty"));
+    EXPECT_TRUE(Said("action is empty"));
     receiver.OnReceiveEvent(EventFwk::CommonEventData(AAFwk::Want().SetAction("usual.event.NOBODYS")));
-    EXPECT_TRUE(LoggedError("OnReceiveEvent failed, code not exist."));
+    EXPECT_TRUE(Said("OnReceiveEvent failed, code not exist."));
 }
 
-TEST_F(SwitchRadios, SubscriptionIsTriedAgainAfterAFailure)
+TEST_F(SwitchEvents, AreSubscribedToAgainAfterAFailure)
 {
-    Device::Instance().SetAbilityPresent(Host::AbilityId::COMMON_EVENT, false);
     AllowError("systemAbilityId=3299");
-    Boot({2, 0, 0});
+    Play("gone 3299; boot 2,0,0");
     EXPECT_FALSE(State().hasSubscribeCommonEvent);
-    SetAbility(Host::AbilityId::COMMON_EVENT, true);
+    Play("back 3299");
     EXPECT_TRUE(State().hasSubscribeCommonEvent);
     EXPECT_TRUE(Switch()->SubscribeCommonEvent());
-    EXPECT_TRUE(Logged("no need to repeat SubscribeCommonEvent."));
+    EXPECT_TRUE(Said("no need to repeat SubscribeCommonEvent."));
 }
 
 } // namespace

@@ -1,362 +1,134 @@
-#include "switch/time_service_helper.h"
+// What a request, a deadline and the air gesture make of the switch.
 #include "switch_scene.h"
 
 namespace OHOS::Pelago {
 namespace {
 
-constexpr const char* NO_WIFI = "wifi.GetWifiDetailState"; // Wi-Fi reads as gone, and says nothing
-constexpr const char* WIFI_STUCK = "wifi.arrive";          // Wi-Fi starts to come up and never does
-
-constexpr const char* FIRST_USE_DIALOG = "StartFirstUseDialog exit";
-constexpr const char* CONFIRM_DIALOG = "StartEnableConfirmDialog exit";
-
-enum Start {
-    FIRST_USE,
-    OFF,
-    ON
-};
-enum Radios {
-    UP,
-    MISSING
-};
-enum Flags {
-    PLAIN,
-    CHECK_FIRST_USE,
-    CONFIRM
-};
-
-constexpr const char* PUBLISHED = "Publish, RegisterReceiveListener, EnableDiscoveryPolicy ";
-constexpr const char* HIDDEN = "UnPublish, UnRegisterReceiveListener, EnableDiscoveryPolicy 0";
-
-std::string PublishedAs(int type)
-{
-    return PUBLISHED + std::to_string(type) + ", SetAccountPermission 0";
-}
-
-struct Transition {
-    const char* name;
-    Start from; // as booted: with a file of (0,0,0), (2,0,0) or (1,2,0)
-    Radios radios;
-    int enableState;
-    int detectableType;
-    Flags flags;
-    // Afterwards
-    std::string kept;
-    std::string asked; // of the engine
-    int heard;
-    size_t deadlines = 0;
-    const char* dialog = "";
-    const char* refused = ""; // by the engine, if anything
-};
-
-const Transition TRANSITIONS[] = {
-    {"off again: persisted, nobody told", OFF, UP, 2, 0, PLAIN, "2,0 | 2,0,0 | 2,0 2,0 | 0,0", "", 0},
-    {"on again: neither engine nor timer", ON, UP, 1, 2, PLAIN, "1,2 | 1,2,0 | 1,2 1,2 | 1,2", "", 0},
-
-    {"first use, reset with a type: off path", FIRST_USE, UP, 0, 1, PLAIN, "0,0 | 0,0,0 | 0,0 0,0 | 0,0", HIDDEN, 1},
-    {"first use, on: asks", FIRST_USE, UP, 1, 2, CHECK_FIRST_USE, "0,0 | 0,0,0 | 0,0 -,- | 0,0", "", 0, 0,
-        FIRST_USE_DIALOG},
-    {"first use, off: asks", FIRST_USE, UP, 2, 0, CHECK_FIRST_USE, "0,0 | 0,0,0 | 0,0 -,- | 0,0", "", 0, 0,
-        FIRST_USE_DIALOG},
-    {"first use, off: first use ends", FIRST_USE, UP, 2, 0, PLAIN, "2,0 | 2,0,0 | 2,0 2,0 | 2,0", HIDDEN, 1},
-    {"first use, on", FIRST_USE, UP, 1, 2, PLAIN, "1,2 | 1,2,0 | 1,2 1,2 | 0,0", PublishedAs(2), 1},
-    {"first use, on, no Wi-Fi: settings have the type, the file does not", FIRST_USE, MISSING, 1, 2, CONFIRM,
-        "2,0 | 2,0,0 | 2,2 2,2 | 0,0", "", 0, 0, CONFIRM_DIALOG},
-    {"first use, on, no Wi-Fi, unasked", FIRST_USE, MISSING, 1, 2, PLAIN, "2,0 | 2,0,0 | 2,2 2,2 | 0,0", "", 0, 1},
-
-    {"on, another type", ON, UP, 1, 3, PLAIN, "1,3 | 1,3,0 | 1,3 1,3 | 1,2", PublishedAs(3), 1},
-    {"on, another type: the radios are not looked at", ON, MISSING, 1, 3, CONFIRM, "1,3 | 1,3,0 | 1,3 1,3 | 1,2",
-        PublishedAs(3), 1},
-    {"on, the timed type: arms the timer", ON, UP, 1, 1, PLAIN, "1,1 | 1,1,0 | 1,1 1,1 | 1,2", PublishedAs(1), 1, 1},
-    {"on, off", ON, UP, 2, 0, PLAIN, "2,0 | 2,0,0 | 2,0 2,0 | 2,0", HIDDEN, 1},
-    {"on, reset", ON, UP, 0, 0, PLAIN, "0,0 | 0,0,0 | 0,0 0,0 | 0,0", HIDDEN, 1},
-
-    {"off, off with a type: the type is dropped", OFF, UP, 2, 3, PLAIN, "2,0 | 2,0,0 | 2,0 2,0 | 2,0", HIDDEN, 1},
-    {"off, on: first use is not asked about", OFF, UP, 1, 2, CHECK_FIRST_USE, "1,2 | 1,2,0 | 1,2 1,2 | 0,0",
-        PublishedAs(2), 1},
-    {"off, on, no Wi-Fi: asks", OFF, MISSING, 1, 2, CONFIRM, "2,0 | 2,0,0 | 0,0 -,- | 0,0", "", 0, 0, CONFIRM_DIALOG},
-    {"off, on, no Wi-Fi, unasked", OFF, MISSING, 1, 2, PLAIN, "2,0 | 2,0,0 | 0,0 -,- | 0,0", "", 0, 1},
-    {"off, reset", OFF, UP, 0, 0, PLAIN, "0,0 | 0,0,0 | 0,0 0,0 | 0,0", HIDDEN, 1},
-
-    {"a stray state is an off that is kept as it came", ON, UP, 7, 5, PLAIN, "7,0 | 7,0,0 | 7,0 7,0 | 7,0", HIDDEN, 1},
-    {"on but undetectable", OFF, UP, 1, 0, PLAIN, "1,0 | 1,0,0 | 1,0 1,0 | 0,0",
-        std::string(HIDDEN) + ", SetAccountPermission 0", 1},
-
-    {"refused to publish: off stays off", OFF, UP, 1, 2, PLAIN, "2,0 | 2,0,0 | 0,0 -,- | 0,0", "Publish", 0, 0, "",
-        "Publish"},
-    {"refused to receive: off stays off, though published", OFF, UP, 1, 2, PLAIN, "2,0 | 2,0,0 | 0,0 -,- | 0,0",
-        "Publish, RegisterReceiveListener", 0, 0, "", "RegisterReceiveListener"},
-    {"refused at all: on stays as it was", ON, UP, 1, 3, PLAIN, "1,2 | 1,2,0 | 1,2 1,2 | 1,2", "", 0, 0, "",
-        "ConnectWithRetry"},
-    {"refused to hide: off all the same", ON, UP, 2, 0, PLAIN, "2,0 | 2,0,0 | 2,0 2,0 | 2,0", "UnPublish", 1, 0, "",
-        "UnPublish"},
-};
-
-class SwitchTransitions : public SwitchScene, public testing::WithParamInterface<Transition> {};
+class SwitchTransitions : public SwitchScene, public testing::WithParamInterface<Row> {};
 
 TEST_P(SwitchTransitions, LeaveWhatTheTableSays)
 {
-    const Transition& row = GetParam();
-    Boot(row.from == FIRST_USE ? std::vector{0, 0, 0} : row.from == OFF ? std::vector{2, 0, 0} : std::vector{1, 2, 0});
-    if (row.radios == MISSING) {
-        Faults::Inject(NO_WIFI, Faults::ALWAYS);
-        Faults::Inject("wifi.EnableWifi", Faults::ALWAYS);
-        AllowErrors({"GetWifiDetailState failed", "fail to EnableWifi()"});
-    }
-    if (row.refused[0] != '\0') {
-        Engine().Refuse(row.refused);
-        AllowErrors({"SetDetectableState fail", "connect ShareClient failed.", "Publish false", "unPublish false",
-            "RegisterReceiveListener false"});
-    }
-    Ask(row.enableState, row.detectableType, row.flags == CHECK_FIRST_USE, row.flags == CONFIRM);
-    EXPECT_EQ(Kept(), row.kept);
-    EXPECT_EQ(Engine().TakeAsked(), row.asked);
-    EXPECT_EQ(Heard(), row.heard);
-    EXPECT_EQ(Deadlines(), row.deadlines);
-    EXPECT_EQ(State().isEnabling, row.deadlines == 1 && row.radios == MISSING);
-    for (const std::string dialog : {FIRST_USE_DIALOG, CONFIRM_DIALOG}) {
-        EXPECT_EQ(Logged(dialog), dialog == row.dialog) << dialog;
-    }
+    Check(GetParam());
 }
 
-INSTANTIATE_TEST_SUITE_P(Switch, SwitchTransitions, testing::ValuesIn(TRANSITIONS), RowName());
+// clang-format off
+const Row REQUESTS[] = {
+    {"off again: persisted, nobody told", "boot 2,0,0", "ask 2 0", "2,0,0 | 2,0,0 | 2,0,0 | 0,0 | - | 0 | 0"},
+    {"on again: neither engine nor timer", "boot 1,2,0", "ask 1 2", "1,2,0 | 1,2,0 | 1,2,0 | 1,2 | - | 0 | 0"},
 
-// The ten minutes
+    {"first use, reset with a type: off path", "boot 0,0,0", "ask 0 1",
+        "0,0,0 | 0,0,0 | 0,0,0 | 0,0 | hide | 1 | 0"},
+    {"first use, on: asks", "boot 0,0,0", "ask 1 2 first",
+        "0,0,0 | 0,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 0", "StartFirstUseDialog exit"},
+    {"first use, off: asks", "boot 0,0,0", "ask 2 0 first",
+        "0,0,0 | 0,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 0", "StartFirstUseDialog exit"},
+    {"first use, off: first use ends", "boot 0,0,0", "ask 2 0", "2,0,0 | 2,0,0 | 2,0,0 | 2,0 | hide | 1 | 0"},
+    {"first use, on", "boot 0,0,0", "ask 1 2", "1,2,0 | 1,2,0 | 1,2,0 | 0,0 | show 2, permit 0 | 1 | 0"},
+    {"first use, on, no Wi-Fi: settings have the type, the file does not", "boot 0,0,0; wifi off", "ask 1 2 confirm",
+        "2,0,0 | 2,0,0 | 2,2,0 | 0,0 | - | 0 | 0", "StartEnableConfirmDialog exit"},
+    {"first use, on, no Wi-Fi, unasked", "boot 0,0,0; wifi off; fail wifi.EnableWifi", "ask 1 2",
+        "2,0,0 enabling 2 | 2,0,0 | 2,2,0 | 0,0 | - | 0 | 1", "EnableWifi invoked|fail to EnableWifi(), error code"},
 
-constexpr auto TEN_MINUTES = static_cast<int64_t>(TimeServiceHelper::DETECTABLE_TIME_MS);
+    {"on, another type", "boot 1,2,0", "ask 1 3", "1,3,0 | 1,3,0 | 1,3,0 | 1,2 | show 3, permit 0 | 1 | 0"},
+    {"on, another type: the radios are not looked at", "boot 1,2,0; fail wifi.GetWifiDetailState", "ask 1 3 confirm",
+        "1,3,0 | 1,3,0 | 1,3,0 | 1,2 | show 3, permit 0 | 1 | 0"},
+    {"on, the timed type: arms the timer", "boot 1,2,0", "ask 1 1",
+        "1,1,0 | 1,1,0 | 1,1,0 | 1,2 | show 1, permit 0 | 1 | 1"},
+    {"on, off", "boot 1,2,0", "ask 2 0", "2,0,0 | 2,0,0 | 2,0,0 | 2,0 | hide | 1 | 0"},
+    {"on, reset", "boot 1,2,0", "ask 0 0", "0,0,0 | 0,0,0 | 0,0,0 | 0,0 | hide | 1 | 0"},
 
-class SwitchTimer : public SwitchScene {
-protected:
-    void BootTimed()
-    {
-        Boot({2, 0, 0});
-        TurnOn(DETECTABLE_TIMED);
-        Forget();
-    }
+    {"off, off with a type: it is dropped", "boot 2,0,0", "ask 2 3", "2,0,0 | 2,0,0 | 2,0,0 | 2,0 | hide | 1 | 0"},
+    {"off, on: first use is not asked about", "boot 2,0,1", "ask 1 2 first",
+        "1,2,1 | 1,2,1 | 1,2,1 | 0,0 | show 2, permit 1 | 1 | 0"},
+    {"off, on, no Wi-Fi: asks", "boot 2,0,0; wifi off", "ask 1 2 confirm",
+        "2,0,0 | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 0", "StartEnableConfirmDialog exit"},
+    {"off, on, no BLE, unasked", "boot 2,0,0; bluetooth off; fail bluetooth.EnableBle", "ask 1 2",
+        "2,0,0 enabling 2 | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 1",
+        "EnableBle invoked|fail to EnableBle(), error code|!EnableWifi invoked"},
+    {"off, reset", "boot 2,0,0", "ask 0 0", "0,0,0 | 0,0,0 | 0,0,0 | 0,0 | hide | 1 | 0"},
+
+    {"a stray state is an off that is kept as it came", "boot 1,2,0", "ask 7 5",
+        "7,0,0 | 7,0,0 | 7,0,0 | 7,0 | hide | 1 | 0"},
+    {"on but undetectable", "boot 2,0,0", "ask 1 0", "1,0,0 | 1,0,0 | 1,0,0 | 0,0 | hide, permit 0 | 1 | 0"},
+
+    {"refused to publish: off stays off", "boot 2,0,0; refuse Publish", "on 2",
+        "2,0,0 | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | Publish | 0 | 0", "SetDetectableState fail|Publish false"},
+    {"refused to receive: off stays off, though published", "boot 2,0,0; refuse RegisterReceiveListener", "on 2",
+        "2,0,0 | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | Publish, RegisterReceiveListener | 0 | 0",
+        "SetDetectableState fail|RegisterReceiveListener false"},
+    {"refused at all: on stays, but for the gesture", "set air 1; boot 1,2,0; refuse ConnectWithRetry", "on 3",
+        "1,2,0 swing 2 | 1,2,0 | 1,2,0 air 2 | 1,2 | - | 0 | 0", "SetDetectableState fail|connect ShareClient failed."},
+    {"refused to hide: off all the same", "boot 1,2,0; refuse UnPublish", "off",
+        "2,0,0 | 2,0,0 | 2,0,0 | 2,0 | UnPublish | 1 | 0", "SetDetectableState fail|unPublish false"},
+    {"files that cannot be written", "boot 2,0,0; no-folder 100", "on 2; off", "2,0,0 | none | 2,0,0 | none | "
+        "show 2, permit 0, hide | 2 | 0", "open file failed, userId: 100|open file failed, localUserId: 100|"
+        "switch.cfg not exist"},
+    {"settings that cannot be written", "boot 2,0,0; fail datashare.Create", "on 2",
+        "1,2,0 | 1,2,0 | 0,0,0 / -,-,0 | 0,0 | show 2, permit 0 | 1 | 0",
+        "helper is nullptr, uri=datashare:///com.ohos.settingsdata|ret: -1, retSecurity: -1, needPutSecurity: 1"},
 };
 
-TEST_F(SwitchTimer, TurnsTimedIntoLastingAtTheDeadline)
-{
-    BootTimed();
-    Advance(TEN_MINUTES - 1);
-    EXPECT_EQ(State().detectableType, DETECTABLE_TIMED);
-    EXPECT_EQ(Heard(), 0);
-    Advance(1);
-    EXPECT_EQ(Kept(), "1,2 | 1,2,0 | 1,2 1,2 | 0,0");
-    EXPECT_EQ(Engine().TakeAsked(), PublishedAs(2));
-    EXPECT_EQ(Heard(), 1);
-    EXPECT_EQ(Deadlines(), 0U);
-}
+const Row DEADLINES[] = {
+    {"timed, a tick before", "boot 2,0,0; on 1", "wait timed-1", "1,1,0 | 1,1,0 | 1,1,0 | 0,0 | - | 0 | 1"},
+    {"timed becomes lasting", "boot 2,0,0; on 1", "wait timed",
+        "1,2,0 | 1,2,0 | 1,2,0 | 0,0 | show 2, permit 0 | 1 | 0"},
+    {"timed becomes lasting once for a device that slept", "boot 2,0,0; on 1", "sleep 1800000",
+        "1,2,0 | 1,2,0 | 1,2,0 | 0,0 | show 2, permit 0 | 1 | 0"},
+    {"another type ends it", "boot 2,0,0; on 1", "on 3", "1,3,0 | 1,3,0 | 1,3,0 | 0,0 | show 3, permit 0 | 1 | 0"},
+    {"timed once more starts anew, timed again does not", "boot 2,0,0; on 1; wait 9000; on 3; on 1; wait timed-1; on 1",
+        "wait 1", "1,2,0 | 1,2,0 | 1,2,0 | 0,0 | show 2, permit 0 | 1 | 0"},
+    {"an off ends it", "boot 2,0,0; on 1", "off; wait timed", "2,0,0 | 2,0,0 | 2,0,0 | 2,0 | hide | 1 | 0"},
+    {"a timer that cannot be made", "boot 2,0,0; fail time_service.create_timer", "on 1; wait timed",
+        "1,1,0 | 1,1,0 | 1,1,0 | 0,0 | show 1, permit 0 | 1 | 0", "StartSwitchDetectableTypeScheduledTask failed."},
 
-TEST_F(SwitchTimer, HasLapsedOnceForADeviceThatSlept)
-{
-    BootTimed();
-    ASSERT_TRUE(Scheduler::Instance().Jump(3 * TEN_MINUTES));
-    EXPECT_EQ(State().detectableType, DETECTABLE_LASTING);
-    EXPECT_EQ(Heard(), 1);
-}
-
-TEST_F(SwitchTimer, StartsAnewWithEachChangeIntoTimedAndNotWithARepeat)
-{
-    BootTimed();
-    Advance(TEN_MINUTES / 2);
-    TurnOn(DETECTABLE_SWING);
-    EXPECT_EQ(Deadlines(), 0U);
-    TurnOn(DETECTABLE_TIMED);
-    Advance(TEN_MINUTES - 1);
-    TurnOn(DETECTABLE_TIMED); // the same again
-    EXPECT_EQ(State().detectableType, DETECTABLE_TIMED);
-    Advance(1);
-    EXPECT_EQ(State().detectableType, DETECTABLE_LASTING);
-}
-
-TEST_F(SwitchTimer, EndsWithAnOff)
-{
-    BootTimed();
-    TurnOff();
-    EXPECT_EQ(Deadlines(), 0U);
-    Forget();
-    Advance(2 * TEN_MINUTES);
-    EXPECT_EQ(Heard(), 0);
-}
-
-TEST_F(SwitchTimer, EndsWithTheServiceAndSoDoesTheGesture)
-{
-    BootTimed();
-    StopService();
-    EXPECT_EQ(Deadlines(), 0U);
-    Put(SettingKey::AIR_SWITCH, "1");
-    EXPECT_FALSE(Logged("OnChange"));
-}
-
-// Known: the timer looks at the state, not at the queue, so an off that is still queued is overtaken.
-TEST_F(SwitchTimer, OvertakesAnOffThatIsStillQueued)
-{
-    BootTimed();
-    ASSERT_TRUE(Switch()->SetShareEnableWithConfirm(STATE_SHARE_DISABLE, UNDETECTABLE, false, false, false));
-    Switch()->ExcuteSwitchDetectableStateScheduledTask();
-    Settle();
-    EXPECT_EQ(State().enableState, STATE_SHARE_ENABLE);
-    EXPECT_EQ(State().detectableType, DETECTABLE_LASTING);
-}
-
-TEST_F(SwitchTimer, ThatCannotBeMadeLeavesTheTypeStanding)
-{
-    Boot({2, 0, 0});
-    Faults::Inject("time_service.create_timer");
-    TurnOn(DETECTABLE_TIMED);
-    EXPECT_TRUE(LoggedError("StartSwitchDetectableTypeScheduledTask failed."));
-    EXPECT_EQ(Kept(), "1,1 | 1,1,0 | 1,1 1,1 | 0,0");
-    EXPECT_EQ(Heard(), 1);
-    TurnOn(DETECTABLE_SWING);
-    EXPECT_TRUE(Logged("No need to stop timer."));
-}
-
-// Waiting for the radios
-
-class SwitchEnabling : public SwitchScene {
-protected:
-    // Off, and a request that waits for a Wi-Fi that does not come.
-    void BootEnabling(const std::vector<int32_t>& stateFile = {2, 0, 0})
-    {
-        Boot(stateFile);
-        Wifi(WifiMode::OFF);
-        Faults::Inject(WIFI_STUCK, Faults::ALWAYS);
-        TurnOn();
-        ASSERT_TRUE(State().isEnabling);
-        Forget();
-    }
+    {"enabling, a tick before", "boot 2,0,0; wifi off; fail wifi.arrive; on 2", "wait enable-1",
+        "2,0,0 enabling 2 | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 1"},
+    {"enabling gives up and tells nobody", "boot 2,0,0; wifi off; fail wifi.arrive; on 2", "wait enable",
+        "2,0,0 | 2,0,0 | 2,0,0 | 0,0 | - | 0 | 0", "timeout check: fail to enable Wifi and Bluetooth"},
+    {"enabling gives up: the gesture is held back", "boot 2,0,0; wifi off; fail wifi.arrive; on 2; set air 1",
+        "wait enable", "2,0,0 swing 2 | 2,0,0 | 2,0,0 air 2 | 0,0 | - | 0 | 0", "timeout check: fail"},
+    {"enabling, another request", "boot 2,0,0; wifi off; fail wifi.arrive; on 2; wait 5000", "on 3",
+        "2,0,0 enabling 3 | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 2"},
+    {"enabling is not prolonged by another request", "boot 2,0,0; wifi off; fail wifi.arrive; on 2; wait 5000; on 3",
+        "wait 5000", "2,0,0 | 2,0,0 | 2,0,0 | 0,0 | - | 0 | 0", "timeout check: fail"},
+    {"enabling outlives a reset, which its deadline turns into off",
+        "boot 2,0,0; wifi off; fail wifi.arrive; on 2; ask 0 0", "wait enable",
+        "2,0,0 | 2,0,0 | 2,0,0 | 2,0 | hide | 1 | 0", "timeout check: fail"},
 };
 
-TEST_F(SwitchEnabling, EndsAtTheDeadlineAndTellsNobody)
-{
-    BootEnabling();
-    Advance(ShareSwitchManager::ENABLE_TIMEOUT_MS - 1);
-    EXPECT_TRUE(State().isEnabling);
-    Advance(1);
-    EXPECT_FALSE(State().isEnabling);
-    EXPECT_TRUE(LoggedError("timeout check: fail to enable Wifi and Bluetooth"));
-    EXPECT_EQ(Kept(), "2,0 | 2,0,0 | 2,0 2,0 | 0,0");
-    EXPECT_EQ(Heard(), 0);
-    EXPECT_EQ(Deadlines(), 0U);
-}
-
-TEST_F(SwitchEnabling, CompletesWhenTheRadiosCome)
-{
-    BootEnabling();
-    Faults::Clear();
-    Wifi(WifiMode::ON);
-    EXPECT_EQ(Kept(), "1,2 | 1,2,0 | 1,2 1,2 | 0,0");
-    EXPECT_EQ(Heard(), 1);
-    EXPECT_EQ(Deadlines(), 0U);
-}
-
-TEST_F(SwitchEnabling, IsNotProlongedByAnotherRequest)
-{
-    BootEnabling();
-    Advance(ShareSwitchManager::ENABLE_TIMEOUT_MS / 2);
-    TurnOn(DETECTABLE_SWING);
-    EXPECT_EQ(State().enablingData.detectableType, DETECTABLE_SWING);
-    EXPECT_EQ(Deadlines(), 2U);
-    AllowError("timeout check: fail");
-    Advance(ShareSwitchManager::ENABLE_TIMEOUT_MS / 2);
-    EXPECT_FALSE(State().isEnabling);
-    EXPECT_EQ(Deadlines(), 0U); // the first took the second with it
-}
-
-TEST_F(SwitchEnabling, AsksAgainWhenARadioDropsMeanwhile)
-{
-    BootEnabling();
-    Switch()->HandleOnWifiOrBluetoothStateChanged(false);
-    Settle();
-    EXPECT_TRUE(Logged("EnablingData, enableState: 1, detectableType: 2"));
-    EXPECT_TRUE(Logged("EnableWifi invoked"));
-    EXPECT_EQ(Deadlines(), 2U);
-}
-
-TEST_F(SwitchEnabling, OutlivesAResetWhichItsDeadlineThenTurnsIntoOff)
-{
-    BootEnabling();
-    Switch()->HandleOnPackageDataCleared();
-    Settle();
-    EXPECT_EQ(State().enableState, STATE_SHARE_FIRST_USE);
-    Forget();
-    AllowError("timeout check: fail");
-    Advance(ShareSwitchManager::ENABLE_TIMEOUT_MS);
-    EXPECT_EQ(State().enableState, STATE_SHARE_DISABLE);
-    EXPECT_EQ(Heard(), 1);
-}
-
-// The air gesture
-
-class SwitchSwing : public SwitchScene {};
-
-TEST_F(SwitchSwing, IsHeldBackWhileSharingIsOffAndComesBackWithIt)
-{
-    Put(SettingKey::AIR_SWITCH, "1");
-    Boot({2, 0, 0});
-    EXPECT_EQ(State().swingState, SWING_STATE_SUSPENDED);
-    EXPECT_EQ(Setting(SettingKey::AIR_SWITCH) + Setting(SettingKey::AIR_SWITCH, USER), "22");
-    TurnOn();
-    EXPECT_EQ(State().swingState, SWING_STATE_ON);
-    EXPECT_EQ(Setting(SettingKey::AIR_SWITCH), "1");
-    TurnOff();
-    EXPECT_EQ(Setting(SettingKey::AIR_SWITCH), "2");
-    EXPECT_EQ(State().enableState, STATE_SHARE_DISABLE); // its own writes come back and change nothing
-}
-
-struct Gesture {
-    const char* name;
-    std::vector<int32_t> stateFile;
-    std::vector<int32_t> recoverFile;
-    const char* value; // of the setting, as the user turns it
-    int state;
-    int type;
-    int swing;
-    int permission;
+const Row GESTURES[] = {
+    {"off: on with the gesture's type", "boot 2,0,0", "set air 1",
+        "1,3,0 swing 1 | 1,3,0 | 1,3,0 air 1 / - | 0,0 | show 3, permit 0 | 1 | 0"},
+    {"off, once lasting: on with that type", "recover 100 2,2; boot 2,0,0", "set air 1",
+        "1,2,0 swing 1 | 1,2,0 | 1,2,0 air 1 / - | 2,2 | show 2, permit 0 | 1 | 0"},
+    {"first use: on, and grants the permission", "boot 0,0,0", "set air 1",
+        "1,3,1 swing 1 | 1,3,1 | 1,3,1 air 1 / - | 0,0 | show 3, permit 1 | 1 | 0"},
+    {"on: stays as it is", "boot 1,2,0", "set air 1", "1,2,0 swing 1 | 1,2,0 | 1,2,0 air 1 / - | 1,2 | - | 0 | 0",
+        "IsEnabled or IsEnabling, no need to handle"},
+    {"enabling: stays as it is", "boot 2,0,0; wifi off; fail wifi.arrive; on 2", "set air 1",
+        "2,0,0 enabling 2 swing 1 | 2,0,0 | 0,0,0 / -,-,0 air 1 / - | 0,0 | - | 0 | 1"},
+    {"turned off: sharing stays as it is", "boot 1,2,0; set air 1", "set air 0",
+        "1,2,0 | 1,2,0 | 1,2,0 air 0 / - | 1,2 | - | 0 | 0"},
+    {"turned off: never touched", "boot 2,0,0; set air 0", "on 2; off",
+        "2,0,0 | 2,0,0 | 2,0,0 air 0 / - | 2,0 | show 2, permit 0, hide | 2 | 0"},
+    {"held back at the load", "set air 1", "boot 2,0,0",
+        "2,0,0 swing 2 | 2,0,0 | 0,0,0 / -,-,0 air 2 | 0,0 | - | 0 | 0"},
+    {"held back: comes back with sharing", "set air 1; boot 2,0,0", "on 2",
+        "1,2,0 swing 1 | 1,2,0 | 1,2,0 air 1 | 0,0 | show 2, permit 0 | 1 | 0"},
+    {"in force: goes with sharing", "set air 1; boot 1,2,0", "off",
+        "2,0,0 swing 2 | 2,0,0 | 2,0,0 air 2 | 2,0 | hide | 1 | 0"},
+    {"in force: goes with a radio", "set air 1; boot 1,2,0", "wifi off",
+        "2,0,0 swing 2 | 2,0,0 | 2,0,0 air 2 | 1,2 | hide | 1 | 0"},
+    {"the switch's own word for held back", "boot 2,0,0", "set air 2",
+        "2,0,0 | 2,0,0 | 0,0,0 / -,-,0 air 2 / - | 0,0 | - | 0 | 0", "OnChange"},
+    {"an unknown word", "boot 2,0,0", "set air 3", "2,0,0 | 2,0,0 | 0,0,0 / -,-,0 air 3 / - | 0,0 | - | 0 | 0",
+        "airState error"},
 };
+// clang-format on
 
-const Gesture GESTURES[] = {
-    {"off: on with the gesture's type", {2, 0, 0}, {}, "1", 1, DETECTABLE_SWING, 1, 0},
-    {"off, once lasting: on with that type", {2, 0, 0}, {2, 2}, "1", 1, DETECTABLE_LASTING, 1, 0},
-    {"first use: on, and grants the permission", {0, 0, 0}, {}, "1", 1, DETECTABLE_SWING, 1, 1},
-    {"on: stays as it is", {1, 2, 0}, {}, "1", 1, DETECTABLE_LASTING, 1, 0},
-    {"turned off: sharing stays as it is", {1, 2, 0}, {}, "0", 1, DETECTABLE_LASTING, 0, 0},
-    {"suspended: the switch's own word", {2, 0, 0}, {}, "2", 2, 0, 0, 0},
-    {"an unknown word", {2, 0, 0}, {}, "3", 2, 0, 0, 0},
-};
-
-class SwitchGestures : public SwitchScene, public testing::WithParamInterface<Gesture> {};
-
-TEST_P(SwitchGestures, OfTheUserTurnSharingOn)
-{
-    const Gesture& row = GetParam();
-    if (!row.recoverFile.empty()) {
-        WriteFields(StateFile(USER, RECOVER), row.recoverFile);
-    }
-    Boot(row.stateFile);
-    Put(SettingKey::AIR_SWITCH, row.value);
-    const auto state = State();
-    EXPECT_EQ(state.enableState, row.state);
-    EXPECT_EQ(state.detectableType, row.type);
-    EXPECT_EQ(state.swingState, row.swing);
-    EXPECT_EQ(state.accountPermission, row.permission);
-    EXPECT_EQ(LoggedError("airState error"), std::string(row.value) == "3");
-}
-
-INSTANTIATE_TEST_SUITE_P(Switch, SwitchGestures, testing::ValuesIn(GESTURES), RowName());
-
-TEST_F(SwitchSwing, TurnedOffByTheUserIsNeverTouched)
-{
-    Boot({2, 0, 0});
-    Put(SettingKey::AIR_SWITCH, "0");
-    TurnOn();
-    TurnOff();
-    EXPECT_EQ(Setting(SettingKey::AIR_SWITCH), "0");
-    EXPECT_EQ(State().swingState, SWING_STATE_OFF);
-}
-
-// Messages
+INSTANTIATE_TEST_SUITE_P(Request, SwitchTransitions, testing::ValuesIn(REQUESTS), RowName());
+INSTANTIATE_TEST_SUITE_P(Deadline, SwitchTransitions, testing::ValuesIn(DEADLINES), RowName());
+INSTANTIATE_TEST_SUITE_P(Gesture, SwitchTransitions, testing::ValuesIn(GESTURES), RowName());
 
 class SwitchMessages : public SwitchScene {};
 
@@ -364,9 +136,9 @@ TEST_F(SwitchMessages, WithoutARunnerAreRefusedAndHarmless)
 {
     const auto fresh = Switch(); // never initialised
     EXPECT_FALSE(fresh->SetShareEnableWithConfirm(STATE_SHARE_ENABLE, DETECTABLE_LASTING, false, false, false));
-    EXPECT_TRUE(LoggedError("fail to SendEvent MSG_ENABLE_SHARE_SWITCH_EVENT"));
+    EXPECT_TRUE(Said("fail to SendEvent MSG_ENABLE_SHARE_SWITCH_EVENT"));
     fresh->HandleOnWifiSelfHealingEnd(true);
-    EXPECT_TRUE(LoggedError("fail to SendEvent HandleOnWifiSelfHealingEnd"));
+    EXPECT_TRUE(Said("fail to SendEvent HandleOnWifiSelfHealingEnd"));
     fresh->HandleOnBluetoothSaRemoved();
     fresh->Release();
     EXPECT_EQ(fresh->GetEnableState(), STATE_SHARE_FIRST_USE);
@@ -374,18 +146,18 @@ TEST_F(SwitchMessages, WithoutARunnerAreRefusedAndHarmless)
 
 TEST_F(SwitchMessages, ThatNobodyKnowsAreDropped)
 {
-    Boot();
+    Play("boot 2,0,0");
     ASSERT_TRUE(Switch()->SendEvent(ShareSwitchManager::MSG_USER_UNLOCKED_EVENT + 1));
     ASSERT_TRUE(Switch()->SendEvent(ShareSwitchManager::MSG_ENABLE_SHARE_SWITCH_EVENT)); // without a request
     Settle();
-    EXPECT_TRUE(LoggedError("can not find event func."));
-    EXPECT_TRUE(LoggedError("eventData is nullptr"));
+    EXPECT_TRUE(Said("can not find event func."));
+    EXPECT_TRUE(Said("eventData is nullptr"));
 }
 
 #ifdef PELAGO_CHECKS
 TEST_F(SwitchMessages, AreHandledOnTheRunnerAlone)
 {
-    Boot();
+    Play("boot 2,0,0");
     const auto event = AppExecFwk::InnerEvent::Get(ShareSwitchManager::MSG_WIFI_SELF_HEAL_BEGIN);
     EXPECT_DEATH(Switch()->ProcessEvent(event), "WifiSelfHealBeginEvent: not on the runner");
 }

@@ -1,358 +1,153 @@
+// Whose switch it is: users, their first use, their permission.
 #include "switch_scene.h"
 
 namespace OHOS::Pelago {
 namespace {
 
-class SwitchUsers : public SwitchScene {
-protected:
-    static void SwitchUser(int id)
-    {
-        ASSERT_TRUE(Device::Instance().SwitchUser(id));
-        Settle();
-    }
+class SwitchUsers : public SwitchScene, public testing::WithParamInterface<Row> {};
+
+TEST_P(SwitchUsers, LeaveWhatTheTableSays)
+{
+    Check(GetParam());
+}
+
+// clang-format off
+const Row USERS[] = {
+    {"from one who was on to one who was on", "write 101 1,3,0; boot 1,2,1", "user 101",
+        "1,3,0 user 101 | 1,3,0 | 1,3,0 | 1,3 | hide, show 3, permit 0 | 2 | 0"},
+    {"and back: the files of the first kept the state", "write 101 1,3,0; boot 1,2,1; user 101", "user 100",
+        "1,2,1 | 1,2,1 | 1,2,1 | 1,2 | hide, show 2, permit 1 | 2 | 0"},
+    {"to one without a file: first use, and none is made", "boot 1,2,1", "user 101",
+        "0,0,0 user 101 | none | 0,0,0 / -,-,- | none | hide | 1 | 0", "GetShareStateInfoFromFile failed"},
+    {"from on by gesture: it is held back for the new user", "set air 1; boot 1,2,1", "user 101",
+        "0,0,0 user 101 swing 2 | none | 0,0,0 / -,-,- air 2 | none | hide | 1 | 0",
+        "GetShareStateInfoFromFile failed"},
+    {"to one who is locked: the state of the other stays in force", "lock 101; write 101 1,3,0; boot 1,2,1", "user 101",
+        "1,2,1 | 1,2,1 | 1,2,1 | 1,2 | - | 0 | 0", "switchToUserId 101 not verified"},
+    {"who unlocks", "lock 101; write 101 1,3,0; boot 1,2,1; user 101", "unlock 101",
+        "1,3,0 user 101 | 1,3,0 | 1,3,0 | 1,3 | hide, show 3, permit 0 | 2 | 0", "~switchToUserId 101 not verified"},
+    {"locked at the start", "lock 100", "boot 1,2,1", "0,0,0 nobody | 1,2,1 | -,-,- | none | - | 0 | 0",
+        "switchToUserId 100 not verified"},
+    {"locked at the start, unlocked", "lock 100; boot 1,2,1", "unlock 100",
+        "1,2,1 | 1,2,1 | 1,2,1 | 1,2 | show 2, permit 1 | 1 | 0", "~switchToUserId 100 not verified"},
+    {"settings not ready", "fail datashare.Create", "boot 1,2,1", "0,0,0 nobody | 1,2,1 | -,-,- | none | - | 0 | 0",
+        "helper is nullptr|dataShare not ready|verifiedForegroundUserId -1 not equal to switchToUserId 100"},
+    {"settings ready", "fail datashare.Create; boot 1,2,1; mend", "event ready",
+        "1,2,1 | 1,2,1 | 1,2,1 | 1,2 | show 2, permit 1 | 1 | 0",
+        "~helper is nullptr|~dataShare not ready|~not equal to switchToUserId 100"},
+    // Meant: nobody is taken up like anybody, as far as the first question to the settings.
+    {"settings ready, nobody in front", "boot 1,2,1; user -1", "event ready",
+        "0,0,0 nobody | 1,2,1 | 0,0,0 / 1,2,1 | 1,2 | hide | 1 | 0", "userId is invalid|DisableShareByUserSwitched|"
+        "Oobe not ready.|~switchToUserId -1 not verified|~GetCurrentForegroundUserId failed|"
+        "~GetForegroundOsAccountLocalId failed|~helper->Query return nullptr"},
+    {"unlocked again", "boot 1,2,1", "event unlocked 100", "1,2,1 | 1,2,1 | 1,2,1 | 1,2 | - | 0 | 0",
+        "user not change, 100 -> 100"},
+    {"another unlocked in the background", "boot 1,2,1", "event unlocked 101",
+        "1,2,1 | 1,2,1 | 1,2,1 | 1,2 | - | 0 | 0", "verifiedForegroundUserId 100 not equal to switchToUserId 101"},
+    // Meant: the background unlock moves the user without a load, and the switch behind it finds nothing to change.
+    {"a switch overtaken by another unlock", "boot 1,2,1", "user 101 & unlocked 102",
+        "1,2,1 user 101 | none | 1,2,1 / -,-,- | none | - | 0 | 0",
+        "verifiedForegroundUserId 101 not equal to switchToUserId 102|user not change, 101 -> 101"},
+    {"known: a request that waits does not know whose it was",
+        "write 101 2,0,0; boot 2,0,0; wifi off; fail wifi.EnableWifi; on 2; user 101", "wifi on",
+        "1,2,0 user 101 | 1,2,0 | 1,2,0 | 0,0 | show 2, permit 0 | 1 | 0", "~fail to EnableWifi()"},
+
+    {"private, agreed at set-up", "private 101; set agreed 1 101; boot 2,0,0", "user 101",
+        "1,2,1 user 101 private | 1,2,1 | 1,2,1 | 1,2 | hide, show 2, permit 1 | 2 | 0", "!Dialog"},
+    {"private, declined at set-up, the device agreed", "private 101; set agreed 0 101; set enhance 1; boot 2,0,0",
+        "user 101", "0,0,0 user 101 private | none | 0,0,0 / -,-,- | none | hide | 1 | 0",
+        "GetShareStateInfoFromFile failed"},
+    {"private, agreed, and chose off since", "private 101; set agreed 1 101; write 101 2,0,0; boot 2,0,0", "user 101",
+        "2,0,0 user 101 private | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | hide | 1 | 0"},
+    {"not private, agreed", "set agreed 1 101; boot 2,0,0", "user 101",
+        "0,0,0 user 101 | none | 0,0,0 / -,-,- | none | hide | 1 | 0", "GetShareStateInfoFromFile failed"},
 };
 
-TEST_F(SwitchUsers, TakeTheirStateWithThemAndFindItAgain)
-{
-    WriteFields(StateFile(OTHER_USER), {1, 3, 0});
-    Boot({1, 2, 1});
-    SwitchUser(OTHER_USER);
-    EXPECT_EQ(State().localUserId, OTHER_USER);
-    EXPECT_EQ(State().detectableType, DETECTABLE_SWING);
-    EXPECT_EQ(Heard(), 2); // off for the one, on for the other
-    EXPECT_EQ(File(STATE), "1,2,1");
-    EXPECT_EQ(File(RECOVER), "1,2");
-    EXPECT_EQ(State().accountPermission, ACCOUNT_PERMISSION_OFF);
-    SwitchUser(USER);
-    EXPECT_EQ(State().detectableType, DETECTABLE_LASTING);
-    EXPECT_EQ(State().accountPermission, ACCOUNT_PERMISSION_ON);
-}
-
-TEST_F(SwitchUsers, WithoutAFileAreAtFirstUseAndGetNone)
-{
-    AllowFirstLoad();
-    Boot({1, 2, 1});
-    SwitchUser(OTHER_USER);
-    EXPECT_EQ(State().enableState, STATE_SHARE_FIRST_USE);
-    EXPECT_EQ(State().accountPermission, ACCOUNT_PERMISSION_OFF);
-    EXPECT_EQ(Setting(SettingKey::PERMISSION_STATE) + Setting(SettingKey::PERMISSION_STATE, OTHER_USER), "0-");
-    EXPECT_EQ(File(STATE, OTHER_USER), "none");
-    EXPECT_EQ(File(RECOVER, OTHER_USER), "none");
-    EXPECT_EQ(Heard(), 1);
-}
-
-TEST_F(SwitchUsers, WhoAreLockedComeInWithTheirUnlock)
-{
-    ASSERT_TRUE(Device::Instance().SetVerified(OTHER_USER, false));
-    WriteFields(StateFile(OTHER_USER), {1, 3, 0});
-    Boot({1, 2, 1});
-    SwitchUser(OTHER_USER);
-    EXPECT_EQ(State().localUserId, USER); // whose state stays in force
-    EXPECT_TRUE(LoggedError("switchToUserId 101 not verified"));
-    ASSERT_TRUE(Device::Instance().SetVerified(OTHER_USER, true));
-    Settle();
-    EXPECT_EQ(State().localUserId, OTHER_USER);
-    EXPECT_EQ(State().detectableType, DETECTABLE_SWING);
-}
-
-TEST_F(SwitchUsers, LockedAtStartComeInWithTheirUnlock)
-{
-    ASSERT_TRUE(Device::Instance().SetVerified(USER, false));
-    AllowError("switchToUserId 100 not verified");
-    Boot({1, 2, 1});
-    EXPECT_EQ(State().localUserId, USER_ID_INVALID);
-    EXPECT_EQ(State().enableState, STATE_SHARE_FIRST_USE);
-    ASSERT_TRUE(Device::Instance().SetVerified(USER, true));
-    Settle();
-    EXPECT_EQ(State().enableState, STATE_SHARE_ENABLE);
-}
-
-TEST_F(SwitchUsers, ComeInWhenTheSettingsAreReady)
-{
-    Faults::Inject("datashare.Create", Faults::ALWAYS);
-    AllowErrors({"helper is nullptr", "dataShare not ready", "not equal to switchToUserId"});
-    Boot({1, 2, 1});
-    EXPECT_EQ(State().localUserId, USER_ID_INVALID);
-    Faults::Clear();
-    Publish(Host::EventName::DATA_SHARE_READY, 0);
-    EXPECT_EQ(State().enableState, STATE_SHARE_ENABLE);
-}
-
-TEST_F(SwitchUsers, UnlockedAgainOrInTheBackgroundChangeNothing)
-{
-    Boot({1, 2, 1});
-    Publish(Host::EventName::USER_UNLOCKED, USER);
-    EXPECT_TRUE(Logged("user not change, 100 -> 100"));
-    Publish(Host::EventName::USER_UNLOCKED, OTHER_USER);
-    EXPECT_TRUE(LoggedError("verifiedForegroundUserId 100 not equal to switchToUserId 101"));
-    EXPECT_EQ(Heard(), 0);
-    EXPECT_EQ(State().enableState, STATE_SHARE_ENABLE);
-}
-
-// Meant: the background unlock moves the user without a load, and the later switch finds nothing to change.
-TEST_F(SwitchUsers, InFrontAreTakenUnloadedByAnUnlockInTheBackground)
-{
-    Boot({1, 2, 1});
-    ASSERT_TRUE(Device::Instance().SwitchUser(OTHER_USER)); // its event is still on the way
-    Switch()->HandleOnUserUnlocked(OTHER_USER + 1);
-    AllowError("verifiedForegroundUserId 101 not equal to switchToUserId 102");
-    Settle();
-    EXPECT_EQ(State().localUserId, OTHER_USER);
-    EXPECT_EQ(State().detectableType, DETECTABLE_LASTING); // of the user before
-    EXPECT_TRUE(Logged("user not change, 101 -> 101"));
-}
-
-TEST_F(SwitchUsers, LeavingWhileARequestWaitsTakeItAlong)
-{
-    WriteFields(StateFile(OTHER_USER), {2, 0, 0});
-    Boot({2, 0, 0});
-    Wifi(WifiMode::OFF);
-    TurnOn();
-    SwitchUser(OTHER_USER);
-    Wifi(WifiMode::ON);
-    EXPECT_EQ(State().localUserId, OTHER_USER);
-    EXPECT_EQ(State().enableState, STATE_SHARE_ENABLE); // known: the request does not know whose it was
-}
-
-struct PrivateSpace {
-    const char* name;
-    const char* agreed; // "": did not say
-    std::vector<int32_t> stateFile;
-    const char* after;
-    int state;
+const Row PERMISSIONS[] = {
+    {"granted while on", "boot 1,2,0", "permit 1", "1,2,1 | 1,2,1 | 1,2,1 | 1,2 | permit 1 | 0 | 0"},
+    {"taken back while on", "boot 1,2,1", "permit 0", "1,2,0 | 1,2,0 | 1,2,0 | 1,2 | permit 0 | 0 | 0"},
+    {"granted while off", "boot 2,0,0", "permit 1", "2,0,1 | 2,0,1 | 0,0,1 / -,-,1 | 0,0 | - | 0 | 0"},
+    {"granted while off: the engine hears with the next on", "boot 2,0,0; permit 1", "on 2",
+        "1,2,1 | 1,2,1 | 1,2,1 | 0,0 | show 2, permit 1 | 1 | 0"},
+    {"refused by the engine", "boot 1,2,0; refuse SetAccountPermission", "permit 1",
+        "1,2,1 | 1,2,1 | 1,2,1 | 1,2 | permit 1 | 0 | 0", "SetAccountPermission failed."},
+    {"too much", "boot 1,2,1", "permit 2", "1,2,1 | 1,2,1 | 1,2,1 | 1,2 | - | 0 | 0",
+        "SetShareAccountPermission paramter error."},
+    {"too little", "boot 1,2,1", "permit -1", "1,2,1 | 1,2,1 | 1,2,1 | 1,2 | - | 0 | 0",
+        "SetShareAccountPermission paramter error."},
 };
 
-const PrivateSpace PRIVATE_SPACES[] = {
-    {"agreed at set-up", "1", {}, "1,2,1", STATE_SHARE_ENABLE},
-    {"declined at set-up", "0", {}, "none", STATE_SHARE_FIRST_USE},
-    {"said nothing", "", {}, "none", STATE_SHARE_FIRST_USE},
-    {"agreed, and chose off since", "1", {2, 0, 0}, "2,0,0", STATE_SHARE_DISABLE},
+// The first use. A device that is being set up, with an unlocked user: the last step is "set ota 1 100".
+const Row FIRST_USES[] = {
+    {"set-up in progress", "set ota - 100", "boot", "0,0,0 | none | 0,0,0 / -,-,- | none | - | 0 | 0",
+        "isOtaFinished not ready, curr userId: 100.|Oobe not ready."},
+    {"the user agrees", "set ota - 100; boot; set agreed 1 100; set enhance 0", "set ota 1 100",
+        "1,2,1 | 1,2,1 | 1,2,1 | 1,2 | show 2, permit 1 | 1 | 0",
+        "HandleOnAgreeCollaborationOobeEnable invoked|IsValidPath failed enter.|~file path is not real path!|!Dialog"},
+    {"the user declines, the device had agreed", "set ota - 100; boot; set agreed 0 100; set enhance 1",
+        "set ota 1 100", "0,0,0 | 0,0,0 | 0,0,0 / -,-,- | none | - | 0 | 0",
+        "HandleOnRejectCollaborationOobeEnable invoked|GetShareStateInfoFromFile failed|IsValidPath failed enter.|"
+        "~file path is not real path!|!EnableSemiWifiAndBluetooth"},
+    {"and sees the dialog when asking", "set ota - 100; boot; set agreed 0 100; set ota 1 100", "ask 1 2 first",
+        "0,0,0 | 0,0,0 | 0,0,0 / -,-,- | none | - | 0 | 0", "StartFirstUseDialog exit|"
+        "~GetShareStateInfoFromFile failed|~IsValidPath failed enter.|~file path is not real path!"},
+    {"the user says nothing, the device agrees", "set ota - 100; boot 0,0,0; set enhance 1", "set ota 1 100",
+        "1,2,1 | 1,2,1 | 1,2,1 | 1,2 | show 2, permit 1 | 1 | 0"},
+    {"nobody says anything", "set ota - 100; boot 0,0,0", "set ota 1 100",
+        "0,0,0 | 0,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 0", "HandleOnRejectCollaborationOobeEnable invoked"},
+    {"agrees, and had chosen off", "set ota - 100; boot 2,0,0; set agreed 1 100", "set ota 1 100",
+        "2,0,0 | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 0", "no need to HandleOnAgreeEnhanceOobe."},
+    {"decided once", "set ota - 100; boot 2,0,0; set ota 1 100", "set agreed 1 100; set ota 1 100; set setup 1 100",
+        "2,0,0 | 2,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 0", "Oobe has ready, no need to repeat HandleOnOobeReady."},
+    {"an update waits", "set ota - 100; boot 2,0,0", "set ota 0 100",
+        "0,0,0 | 2,0,0 | 0,0,0 / -,-,- | none | - | 0 | 0", "Ota activated.|!CheckIfOobeReady invoked."},
+    {"an update waits: another step of the set-up", "set ota 0 100; boot 2,0,0", "set provisioned 1",
+        "0,0,0 | 2,0,0 | 0,0,0 / -,-,- | none | - | 0 | 0", "isOtaFinished not ready, curr userId: 100."},
+    {"the update is done, the user is not", "set ota 0 100; set setup - 100; boot 2,0,0", "set ota 1 100",
+        "0,0,0 | 2,0,0 | 0,0,0 / -,-,- | none | - | 0 | 0", "userSetupComplete not ready, curr userId: 100."},
+    {"the user is, the device is not", "set provisioned 0; boot 2,0,0", "set setup 1 100",
+        "0,0,0 | 2,0,0 | 0,0,0 / -,-,- | none | - | 0 | 0", "deviceProvisioned not ready."},
+    {"in the background: decided for the user who is set up", "set ota - 101; boot 2,0,0; user 101; user 100",
+        "set agreed 1 101; set ota 1 101; user 101",
+        "1,2,1 user 101 | 1,2,1 | 1,2,1 | 1,2 | hide, show 2, permit 1 | 2 | 0"},
+
+    // Meant: to agree writes the file of whoever agreed and loads the user in front; to decline loads one's own alone.
+    {"another agrees: the user in front is loaded", "boot 2,0,0; write 100 1,2,0", "agree 101",
+        "1,2,0 | 1,2,0 | 1,2,0 | 1,2 | show 2, permit 0 | 1 | 0"},
+    {"another agrees: it is written for that user", "boot 2,0,0; agree 101", "user 101",
+        "1,2,1 user 101 | 1,2,1 | 1,2,1 | 1,2 | hide, show 2, permit 1 | 2 | 0"},
+    {"another declines: nothing", "boot 2,0,0; write 100 1,2,0", "decline 101",
+        "2,0,0 | 1,2,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 0"},
+    {"loaded anew while on: what the file says now counts", "boot 1,2,1; write 100 2,0,9; recover 100 2,0", "agree 100",
+        "2,0,0 | 2,0,9 | 1,2,1 | 2,0 | - | 0 | 0", "SetShareAccountPermission paramter error."},
+    // Meant: an older file moves to the user in front, whoever it is read for.
+    {"the primary user in the background has an older file", "user 101; boot; legacy 2,0,1", "agree 100",
+        "0,0,0 user 101 | 2,0,1 | 0,0,0 / -,-,- | none | - | 0 | 0", "~GetShareStateInfoFromFile failed"},
+
+    {"radios are started when the device agreed and collaborates, whatever the user says",
+        "set ota - 100; boot 0,0,0; wifi off; bluetooth off; set service 1; set enhance 1; set agreed 0 100",
+        "set ota 1 100; wait 1500", "0,0,0 | 0,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 0",
+        "EnableSemiWifi invoked, ret: 0|EnableBluetoothToRestrictMode invoked, ret: 0."},
+    {"radios are started, and sharing with them",
+        "set ota - 100; boot 0,0,0; wifi off; bluetooth off; set service 1; set enhance 1", "set ota 1 100; wait 1500",
+        "1,2,1 | 1,2,1 | 1,2,1 | 1,2 | show 2, permit 1 | 1 | 0", "need wifi and bluetooth to recover state"},
+    {"radios that are up are left alone", "set ota - 100; boot 0,0,0; set service 1; set enhance 1; set agreed 0 100",
+        "set ota 1 100", "0,0,0 | 0,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 0", "EnableSemiWifiAndBluetooth invoked.|"
+        "!EnableSemiWifi invoked|!EnableBluetoothToRestrictMode invoked"},
+    {"no radio without collaboration", "set ota - 100; boot 0,0,0; wifi off; set enhance 1; set agreed 0 100",
+        "set ota 1 100", "0,0,0 | 0,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 0", "!EnableSemiWifiAndBluetooth invoked."},
+    {"no radio in airplane mode", "set ota - 100; boot 0,0,0; wifi off; set service 1; set enhance 1; set agreed 0 100;"
+        "set airplane 1", "set ota 1 100", "0,0,0 | 0,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 0",
+        "airPlaneMode, can not EnableSemiWifi or EnableBluetoothToRestrictMode|!EnableSemiWifi invoked"},
+    {"a refused Bluetooth waits for its ability to go", "set ota - 100; boot 0,0,0; bluetooth off; set service 1; "
+        "set enhance 1; set agreed 0 100; fail bluetooth.EnableBluetoothToRestrictMode", "set ota 1 100",
+        "0,0,0 retry | 0,0,0 | 0,0,0 / -,-,0 | 0,0 | - | 0 | 1"},
 };
+// clang-format on
 
-class SwitchPrivateSpaces : public SwitchUsers, public testing::WithParamInterface<PrivateSpace> {};
-
-TEST_P(SwitchPrivateSpaces, ComeUpAsTheirUserAgreed)
-{
-    const PrivateSpace& row = GetParam();
-    ASSERT_TRUE(Device::Instance().PutUser({OTHER_USER, Host::UserType::PRIVATE, true, {}}));
-    if (row.agreed[0] != '\0') {
-        Put(SettingKey::PELAGO_OOBE_STATE, row.agreed, OTHER_USER);
-    }
-    if (!row.stateFile.empty()) {
-        WriteFields(StateFile(OTHER_USER), row.stateFile);
-    }
-    AllowFirstLoad();
-    Boot({2, 0, 0});
-    SwitchUser(OTHER_USER);
-    EXPECT_TRUE(State().isPrivateUser);
-    EXPECT_EQ(File(STATE, OTHER_USER), row.after);
-    EXPECT_EQ(State().enableState, row.state);
-    EXPECT_FALSE(Logged("Dialog"));
-}
-
-INSTANTIATE_TEST_SUITE_P(Switch, SwitchPrivateSpaces, testing::ValuesIn(PRIVATE_SPACES), RowName());
-
-// Account permission
-
-struct Permission {
-    const char* name;
-    std::vector<int32_t> stateFile;
-    int value;
-    bool result;
-    int permission;
-    const char* after; // the state file
-    const char* asked;
-};
-
-const Permission PERMISSIONS[] = {
-    {"granted while on", {1, 2, 0}, 1, true, 1, "1,2,1", "SetAccountPermission 1"},
-    {"taken back while on", {1, 2, 1}, 0, true, 0, "1,2,0", "SetAccountPermission 0"},
-    {"granted while off: the engine hears with the next on", {2, 0, 0}, 1, true, 1, "2,0,1", ""},
-    {"too much", {1, 2, 1}, 2, false, 1, "1,2,1", ""},
-    {"too little", {1, 2, 1}, -1, false, 1, "1,2,1", ""},
-};
-
-class SwitchPermissions : public SwitchScene, public testing::WithParamInterface<Permission> {};
-
-TEST_P(SwitchPermissions, AreKeptAndToldWhileSharingIsOn)
-{
-    const Permission& row = GetParam();
-    Boot(row.stateFile);
-    EXPECT_EQ(Service()->SetShareAccountPermission(row.value), row.result);
-    Settle();
-    EXPECT_EQ(Switch()->GetAccountPermission(), row.permission);
-    EXPECT_EQ(File(STATE), row.after);
-    EXPECT_EQ(Setting(SettingKey::PERMISSION_STATE), std::to_string(row.permission));
-    EXPECT_EQ(Setting(SettingKey::PERMISSION_STATE, USER), std::to_string(row.permission));
-    EXPECT_EQ(Engine().TakeAsked(), row.asked);
-    EXPECT_EQ(LoggedError("SetShareAccountPermission paramter error."), !row.result);
-}
-
-INSTANTIATE_TEST_SUITE_P(Switch, SwitchPermissions, testing::ValuesIn(PERMISSIONS), RowName());
-
-// The first-run experience
-
-class SwitchFirstRun : public SwitchScene {
-protected:
-    // A device that is being set up; the user has unlocked it.
-    void BootUnfinished(const std::vector<int32_t>& stateFile = {})
-    {
-        AllowFirstLoad();
-        ASSERT_TRUE(HostSettings::Put(SettingKey::IS_OTA_FINISHED, "", USER));
-        Boot(stateFile);
-        ASSERT_EQ(State().localUserId, USER);
-        ASSERT_EQ(State().enableState, STATE_SHARE_FIRST_USE);
-    }
-    static void Finish()
-    {
-        Put(SettingKey::IS_OTA_FINISHED, "1", USER);
-    }
-};
-
-struct Agreement {
-    const char* name;
-    const char* ofUser; // "": did not say
-    const char* ofDevice;
-    std::vector<int32_t> stateFile;
-    const char* after;
-    int state;
-};
-
-const Agreement AGREEMENTS[] = {
-    {"the user agrees", "1", "0", {}, "1,2,1", STATE_SHARE_ENABLE},
-    {"the user declines, the device had agreed", "0", "1", {}, "0,0,0", STATE_SHARE_FIRST_USE},
-    {"the user says nothing, the device had agreed", "", "1", {}, "1,2,1", STATE_SHARE_ENABLE},
-    {"nobody says anything", "", "", {}, "0,0,0", STATE_SHARE_FIRST_USE},
-    {"the user agrees, and had chosen off", "1", "", {2, 0, 0}, "2,0,0", STATE_SHARE_DISABLE},
-    {"the user declines, and had chosen off", "0", "", {2, 0, 0}, "2,0,0", STATE_SHARE_DISABLE},
-};
-
-class SwitchAgreements : public SwitchFirstRun, public testing::WithParamInterface<Agreement> {};
-
-TEST_P(SwitchAgreements, DecideHowSharingStarts)
-{
-    const Agreement& row = GetParam();
-    BootUnfinished(row.stateFile);
-    Put(SettingKey::PELAGO_OOBE_STATE, row.ofUser, USER);
-    Put(SettingKey::COLLABORATION_OOBE_ENHANCE, row.ofDevice);
-    Finish();
-    EXPECT_EQ(File(STATE), row.after);
-    EXPECT_EQ(State().enableState, row.state);
-    Finish();
-    EXPECT_TRUE(Logged("Oobe has ready, no need to repeat HandleOnOobeReady."));
-}
-
-INSTANTIATE_TEST_SUITE_P(Switch, SwitchAgreements, testing::ValuesIn(AGREEMENTS), RowName());
-
-TEST_F(SwitchFirstRun, IsNotOverWhileAnUpdateWaits)
-{
-    BootUnfinished();
-    Put(SettingKey::IS_OTA_FINISHED, "0", USER);
-    EXPECT_TRUE(Logged("Ota activated."));
-    EXPECT_FALSE(Logged("CheckIfOobeReady invoked."));
-    Put(SettingKey::DEVICE_PROVISIONED, "1");
-    EXPECT_TRUE(Logged("isOtaFinished not ready, curr userId: 100."));
-    Finish();
-    EXPECT_TRUE(Logged("HandleOnOobeReady invoked."));
-}
-
-// Meant: agreeing writes the file of the user who agreed and loads the one in front; declining loads only one's own.
-TEST_F(SwitchFirstRun, OfAnotherUserWritesThatFileAndLoadsTheUserInFront)
-{
-    Boot({2, 0, 0});
-    WriteFields(StateFile(USER), {1, 2, 0}); // so that a load shows
-    Switch()->HandleOnRejectEnhanceOobe(OTHER_USER);
-    Settle();
-    EXPECT_EQ(State().enableState, STATE_SHARE_DISABLE);
-    Switch()->HandleOnAgreeEnhanceOobe(OTHER_USER);
-    Settle();
-    EXPECT_EQ(File(STATE, OTHER_USER), "1,2,1");
-    EXPECT_EQ(State().enableState, STATE_SHARE_ENABLE);
-}
-
-// A reload while on: whatever the file says now counts, and what it does not say is off.
-TEST_F(SwitchFirstRun, OfAUserWithAChoiceLoadsTheChoice)
-{
-    Boot({1, 2, 1});
-    WriteFields(StateFile(USER), {2, 0, 9});
-    WriteFields(StateFile(USER, RECOVER), {2, 0});
-    AllowError("SetShareAccountPermission paramter error.");
-    Switch()->HandleOnAgreeEnhanceOobe(USER);
-    Settle();
-    EXPECT_EQ(State().enableState, STATE_SHARE_DISABLE);
-    EXPECT_EQ(State().accountPermission, ACCOUNT_PERMISSION_OFF);
-    EXPECT_EQ(File(STATE), "2,0,9");
-}
-
-// Meant: the move of an older file goes to the user in front, whoever it is read for.
-TEST_F(SwitchFirstRun, OfThePrimaryUserInTheBackgroundMovesTheOlderFileToTheUserInFront)
-{
-    AllowFirstLoad();
-    ASSERT_TRUE(Device::Instance().SwitchUser(OTHER_USER));
-    Boot({});
-    WriteFields(Root() / "data/service/el1/public/pelago/switch_100.cfg", {2, 0, 1});
-    Switch()->HandleOnAgreeEnhanceOobe(USER);
-    Settle();
-    EXPECT_EQ(File(STATE, OTHER_USER), "2,0,1");
-    EXPECT_EQ(File(STATE, USER), "none");
-}
-
-struct RadioStart {
-    const char* name;
-    const char* airplane;
-    const char* service; // the device's collaboration switch
-    bool starts;
-};
-
-const RadioStart RADIO_STARTS[] = {
-    {"collaboration is on", "0", "1", true},
-    {"collaboration is off", "0", "0", false},
-    {"in airplane mode", "1", "1", false},
-};
-
-class SwitchRadioStarts : public SwitchFirstRun, public testing::WithParamInterface<RadioStart> {};
-
-TEST_P(SwitchRadioStarts, FollowTheDeviceWhateverTheUserAnswered)
-{
-    const RadioStart& row = GetParam();
-    BootUnfinished();
-    Wifi(WifiMode::OFF);
-    Bluetooth(BluetoothMode::OFF);
-    Put(SettingKey::AIRPLANE_MODE, row.airplane);
-    Put(SettingKey::COLLABORATION_SERVICE_SWITCH, row.service);
-    Put(SettingKey::COLLABORATION_OOBE_ENHANCE, "1");
-    Put(SettingKey::PELAGO_OOBE_STATE, "0", USER); // declined
-    Finish();
-    Advance(RADIO_MS);
-    const auto radios = Device::Instance().Radios();
-    EXPECT_EQ(radios.wifi == Host::WifiState::SEMI_ACTIVE, row.starts);
-    EXPECT_EQ(radios.ble, row.starts);
-    EXPECT_EQ(State().enableState, STATE_SHARE_FIRST_USE);
-}
-
-INSTANTIATE_TEST_SUITE_P(Switch, SwitchRadioStarts, testing::ValuesIn(RADIO_STARTS), RowName());
-
-TEST_F(SwitchFirstRun, ArmsASecondTryWhenBluetoothRefuses)
-{
-    BootUnfinished();
-    Bluetooth(BluetoothMode::OFF);
-    Put(SettingKey::COLLABORATION_SERVICE_SWITCH, "1");
-    Put(SettingKey::COLLABORATION_OOBE_ENHANCE, "1");
-    Faults::Inject("bluetooth.EnableBluetoothToRestrictMode");
-    Finish();
-    EXPECT_TRUE(State().waitBluetoothSaRemove);
-}
-
-TEST_F(SwitchFirstRun, IsWatchedNoMoreAfterTheStop)
-{
-    BootUnfinished();
-    StopService();
-    Forget();
-    Finish();
-    Put(SettingKey::AIR_SWITCH, "1");
-    EXPECT_FALSE(Logged("invoked"));
-    EXPECT_EQ(Deadlines(), 0U);
-}
+INSTANTIATE_TEST_SUITE_P(User, SwitchUsers, testing::ValuesIn(USERS), RowName());
+INSTANTIATE_TEST_SUITE_P(Permission, SwitchUsers, testing::ValuesIn(PERMISSIONS), RowName());
+INSTANTIATE_TEST_SUITE_P(FirstUse, SwitchUsers, testing::ValuesIn(FIRST_USES), RowName());
 
 } // namespace
 } // namespace OHOS::Pelago

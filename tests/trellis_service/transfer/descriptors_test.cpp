@@ -52,11 +52,10 @@ protected:
     {
         Settle();
         (void)client->TakeHeard();
-        int64_t engines = 0;
         for (const char* id : {"phone", "a", "b"}) {
             if (auto transfer = Engine().TransferTo(id); transfer != nullptr) {
                 for (FileHolder& file : transfer->bean.uriList) {
-                    engines += ::close(file.fileFd) == 0 ? 1 : 0;
+                    (void)::close(file.fileFd);
                 }
                 transfer->bean.uriList.clear();
             }

@@ -110,8 +110,8 @@ TEST_F(Receiving, EachEventStartsTheExtensionWithItsOwnKeys)
         EXPECT_EQ(Tell(row.event), Lines{row.start}) << row.name;
         EXPECT_EQ(Folded(before), row.folds) << row.name;
     }
-    EXPECT_EQ(Tell([](auto& listener) { listener.OnMotionState(1, 2, 3); }), Lines());
-    EXPECT_TRUE(Logged("trans 1, state 2, code 3"));
+    EXPECT_EQ(Tell([](auto& listener) { listener.OnMotionState(1, 1, 3); }), Lines());
+    EXPECT_TRUE(Logged("trans 1, state 1, code 3"));
 }
 
 TEST_F(Receiving, TheExtensionFetchesPreviewAndReceiverOfTheLatestOffer)

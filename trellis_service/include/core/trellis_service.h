@@ -17,6 +17,7 @@
 #include "share_mutex.h"
 #include "share_radar_dfx.h"
 #include "system_ability.h"
+#include "transfer/descriptor_ledger.h"
 #include "transmit_param.h"
 
 namespace OHOS::Pelago {
@@ -148,17 +149,38 @@ public:
     bool UnregisterShareEventCallback(int32_t eventId, int32_t cbId) override;
     bool IsFocusPidsRegisterSwing() override;
     bool IsAppForeground(const std::string& bundleName) override;
+    // The user's answer to the dialog of HandleOnPopSwing, for the first transfer of the entry. False without one.
     bool SwingConfirm(const ShareDeviceInfo& device, int32_t choice) override;
+
+    // gesture: from the gesture to the application. Gesture 0 asks the application that has the focus for what it
+    // shows, or is remembered until one registers; others mean nothing. `registerSwingPid` is -1 for a live gesture,
+    // and the process that has just registered for a remembered one. The place is not used.
+    static void NotifyCorvaneShareApiCBOnSwingEvent(
+        int32_t gesture, int32_t x, int32_t y, const std::string& concurrentId, int32_t registerSwingPid);
+    // Offers the remembered gesture, if there is one, to process `pid`, and forgets it.
+    static void TryToConsumeSwingCache(int32_t pid);
+
+    // gesture: from the application's answer to the target. Content for the placeholder waits in the cache: true, and
+    // the send goes no further.
     [[nodiscard]] static bool SwingCacheSendBean(
         const ShareDeviceInfo& device, const SendBean& bean, const std::string& packageName);
     [[nodiscard]] static bool SwingCacheDataBean(
         const ShareDeviceInfo& device, const DataBean& bean, const std::string& packageName);
     [[nodiscard]] static bool SwingCacheByteBean(const ShareDeviceInfo& device, const BytesInfo& bytes);
+    // Sends what waits to the device that the hand points at. It waits no longer then, however the send went.
     static void SwingSend(const ShareDeviceInfo& device);
-    // True when `device` was a swing target: the failure has been dealt with.
+    // True when `device` was a swing target: the user and the engine know, and gesture and content are forgotten.
     static bool SwingSendFail(const ShareDeviceInfo& device, int32_t errorCode);
+    static void ClearSwingCache();
+    static void SetSwingShowMode(int32_t showMode);
+    // Shows, or closes, the dialog that asks whether to go on.
     static void HandleOnPopSwing(const ShareDeviceInfo& device, bool show);
+    // How a swing ended or failed, as the engine tells it. `role`: 1 sender, others receive.
     static void HandleOnSwingStatus(int32_t role, std::string& deviceId, int32_t code);
+    // A process of the share API is gone. Nothing here depends on it.
+    static void DownloadingDie(int32_t pid);
+
+    // gesture: who is in front.
     // `pids` becomes the processes that have the focus.
     static void GetFocusedPids(std::vector<int32_t>& pids);
     // Fills `pids` with the processes in the foreground when it is empty, and leaves it alone otherwise.
@@ -166,22 +188,59 @@ public:
     // Those of `pids`, or else of the foreground, that want event `eventId`.
     static std::vector<int32_t> GetMatchedFocusedPidsFromCorvaneShareCallback(
         int32_t eventId, const std::vector<int32_t>& pids);
-    // True when the subscription for swings stands, now or before. It is never given back.
+    // True when the subscription for swings stands, now or before. The service never gives it back; who does must know
+    // that the second one goes by whether taps are subscribed: that is meant.
     static bool RegisterSwingSubscribeListener();
+    [[nodiscard]] static bool UnRegisterSwingSubscribeListener();
 
-    // tap: the two motion callbacks and their ends.
-    [[nodiscard]] static bool RegisterMotionReceiverListener();
-    static bool UnRegisterMotionReceiverListener();
-    // True when taps are subscribed, now or before. A failure is logged and leaves the callback in place.
-    static bool RegisterMotionSenderListener();
+    // The swing as it stands, for the dump. Each field is true for itself.
+    struct SwingView {
+        int32_t gesture;          // 0: one waits for an application; -1: none
+        std::string concurrentId; // of the gesture that waits
+        int32_t showMode;
+        int32_t cacheType; // what waits for a target: 0 nothing, 1 files, 2 URIs, 3 bytes
+        bool sending;      // the last content has gone to the engine
+        bool subscribed;
+    };
+    static SwingView GetSwingView();
+
+    // tap: the two motion callbacks. Registering asks the collaboration framework under the callback's mutex; a failure
+    // is logged and leaves the callback in place. True when the registration stands, now or before.
+    [[nodiscard]] bool RegisterMotionSenderListener();
+    // The callback ends with the tap that runs, or at once when it cannot be told. Always true.
     static bool UnRegisterMotionSenderListener();
-    static void HandleOnNudgeCancel(const std::string& deviceId);
+    // Asks the framework each time.
+    [[nodiscard]] bool RegisterMotionReceiverListener();
+    // The framework keeps its reference and may go on delivering. Always true.
+    static bool UnRegisterMotionReceiverListener();
+    // Lets go of a sender whose time has come: by its runner, once no event waits there.
+    static void ReleaseMotionSenderCb();
+
+    // tap: reports of a transfer that began with a gesture. `trans` is the TransmitEventType: a swing that failed is
+    // told to the user, everything else is the tap's.
     static void HandleOnMotionState(int32_t trans, int32_t state, int32_t errorCode);
     static void HandleOnMotionReceiverState(int32_t trans, int32_t state, int32_t errorCode);
+    // Both sides take new taps again; their timers run on.
     void ClearNudgePendingFlag();
+
+    // tap: ends. The transfer to the device is told to stop, its record and its payload go, clients hear of a cancel.
+    static bool CancelForNudgeConnectTimeOut(const std::string& deviceId);
+    static void HandleOnNudgeCancel(const std::string& deviceId);
     // What the user is told of a tap or a swing. Always true.
     static bool NudgeNotifyEnableShare();
     static bool NudgeNotifyConnectFailed(int32_t errorCode);
+    // What this device tells of itself to one that taps it: a JSON text; empty on failure.
+    [[nodiscard]] static std::string GetNudgePublishInfo();
+
+    // The tap as it stands, for the dump. Each field is true for itself.
+    struct TapView {
+        bool senderRequested; // the framework knows the sender's callback
+        bool senderDeleting;  // the callback goes as soon as nothing waits
+        bool preparing;       // a tap runs on the sending side
+        bool receiver;        // there is a receiver's callback
+        bool delivering;      // a tap runs on the receiving side
+    };
+    static TapView GetTapView();
 
     // How many entries each list has now, for the dump.
     struct ListSizes {
@@ -261,6 +320,14 @@ private:
     static sptr<ISubscribeListener> NudgeSubListener();
     static sptr<MotionSenderCallback> MotionSender();
 
+    // gesture. `pids` becomes those who may be told of the gesture. A gesture needs to be remembered when nobody may.
+    [[nodiscard]] static bool IsSwingEventNeedCache(int32_t registerSwingPid, std::vector<int32_t>& pids);
+    [[nodiscard]] static bool HasFocusedPidsRegisterSwing(std::vector<int32_t>& pids);
+    static void RememberGesture(const std::string& concurrentId);
+    static void ForgetGesture();
+    [[nodiscard]] static bool NotSupportSwingByteShare(const ShareDeviceInfo& device);
+    [[nodiscard]] static bool SendSwingCache(const ShareDeviceInfo& device, int32_t type, std::string& concurrentId);
+
     // transfer. The templates are told over the kinds of payload and stand with them in trellis_service_send.cpp.
     using ContactReporter = std::function<void(const ShareDeviceInfo& member, size_t memberCount)>;
     template <typename Payload>
@@ -282,9 +349,9 @@ private:
     using CallbackVector = std::vector<sptr<PelagoTrellisServiceCallback>>;
 
     // The static state. Order of locks, outermost first; the ranks in share_mutex.h hold the same:
-    //   deathTrellisCallbackMutex_, deathReceiveCallbackMutex_, swingcacheMutex_, publishMutex_, subscribeMutex_,
-    //   trellisCallbackMutex_, corvaneShareApiCBMutex_, senderActionCallbackMutex_, receiveMutex_,
-    //   motionSenderMutex_, motionReceiverMutex_; swingSubscribeMutex_ is a leaf.
+    //   replayMutex_, deathTrellisCallbackMutex_, deathReceiveCallbackMutex_, swingcacheMutex_, publishMutex_,
+    //   subscribeMutex_, trellisCallbackMutex_, corvaneShareApiCBMutex_, senderActionCallbackMutex_, receiveMutex_,
+    //   motionSenderMutex_, motionReceiverMutex_; swingSubscribeMutex_ and swingMemoryMutex_ are leaves.
     // The lists of callbacks stay locked while clients are called, so that what they are told comes in one order.
 
     // Registered clients, in order of registration, no object twice.
@@ -304,9 +371,29 @@ private:
     static sptr<ISubscribeListener> subscribeListener_ SHARE_GUARDED_BY(subscribeMutex_);
     static bool isSubscribe_ SHARE_GUARDED_BY(subscribeMutex_);
 
-    // The second subscription, for swings: null until the first.
+    // The second subscription, for swings: null until the first; and whether it stands.
     static Mutex swingSubscribeMutex_;
     static sptr<ISubscribeListener> swingSubscribeListener_ SHARE_GUARDED_BY(swingSubscribeMutex_);
+    static bool isSwingShareRegistered_ SHARE_GUARDED_BY(swingSubscribeMutex_);
+
+    // One replay of a remembered gesture at a time; guards nothing else.
+    static Mutex replayMutex_;
+
+    // Held while content is put into the swing's cache, and across the send that takes it out. Recursive: that send may
+    // fail as a swing, which empties the cache.
+    static RecursiveMutex swingcacheMutex_;
+
+    // The remembered gesture (-1 none, 0 one waits) with its concurrent id, and the cached content: by swingcacheType_
+    // the bean that counts, the client's package, and what keeps the descriptors of the files open. Roads that may not
+    // wait for a running send read, copy and swap these under this lock alone; what is swapped out goes after it.
+    static Mutex swingMemoryMutex_;
+    static int32_t cashGesture_ SHARE_GUARDED_BY(swingMemoryMutex_);
+    static std::string cacheConcurrentId_ SHARE_GUARDED_BY(swingMemoryMutex_);
+    static sptr<SendBean> swingCacheSendBean_ SHARE_GUARDED_BY(swingMemoryMutex_);
+    static sptr<DataBean> swingCacheDataBean_ SHARE_GUARDED_BY(swingMemoryMutex_);
+    static sptr<BytesInfo> swingCacheByteBean_ SHARE_GUARDED_BY(swingMemoryMutex_);
+    static std::string swingcachePackage_ SHARE_GUARDED_BY(swingMemoryMutex_);
+    static DescriptorShare swingCacheFiles_ SHARE_GUARDED_BY(swingMemoryMutex_);
 
     // The receive listener; null after a stop.
     static Mutex receiveMutex_;
@@ -316,7 +403,7 @@ private:
     static Mutex senderActionCallbackMutex_;
     static sptr<ISenderActionCallback> senderActionCallback_ SHARE_GUARDED_BY(senderActionCallbackMutex_);
 
-    // The tap callbacks; null until a tap was asked for.
+    // The tap callbacks: the receiver's is null until the framework is up, the sender's while nobody wants taps.
     static Mutex motionReceiverMutex_;
     static sptr<MotionReceiverCallback> motionReceiverCb_ SHARE_GUARDED_BY(motionReceiverMutex_);
     static Mutex motionSenderMutex_;
@@ -336,10 +423,15 @@ private:
     static sptr<ISubscribeListener> nudgeSubListener_ SHARE_GUARDED_BY(nudgeSubListenerMutex_);
 
     // Atomics, each read where its lock may not be taken. The size of trellisCBProxyVector_, for roads that hold
-    // subscribeMutex_; the time of the last thermal notice in milliseconds, 0 for never.
+    // subscribeMutex_, and that of corvaneShareApiCBVector_; the time of the last thermal notice in milliseconds, 0 for
+    // never.
     static std::atomic<size_t> trellisCallbackCount_;
+    static std::atomic<size_t> shareApiCallbackCount_;
     static std::atomic<int64_t> lastNotifyThermalTime_;
-    static std::atomic<int32_t> swingcacheType_; // 0: no payload waits for a swing target
+    static std::atomic<int32_t> swingcacheType_;      // 0 nothing waits; written under swingMemoryMutex_
+    static std::atomic<int32_t> swingShowMode_;       // how the framework shows the content of the next swings
+    static std::atomic<bool> swingSending_;           // content has gone to the engine; set until the next is cached
+    static std::atomic<bool> isKnockShareRegistered_; // taps are requested; written under motionSenderMutex_
 };
 
 template <typename Call>

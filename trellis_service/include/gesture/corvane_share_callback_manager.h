@@ -2,7 +2,9 @@
 #define PELAGO_GESTURE_CORVANE_SHARE_CALLBACK_MANAGER_H
 
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 #include "pelago_api_callback.h"
@@ -16,28 +18,133 @@ namespace OHOS::Pelago {
 
 class TrellisService;
 
-// Which applications want to hear of a knock or a gesture, by process. One per process (DelayedSingleton), set up by
-// the service in OnStart. Any thread. Gestures are not served yet: every registration is refused, and nobody is told of
-// a device.
-class CorvaneShareCallbackManager {
+// The events that an application may ask for. Not to be mistaken for the flags of Discoverer.
+namespace ShareEvent {
+inline constexpr int32_t KNOCK = 2;    // "knockShare"
+inline constexpr int32_t GESTURES = 3; // "gesturesShare"
+} // namespace ShareEvent
+
+// Which applications want to hear of a knock or a gesture, and which one of them does. Keeps, by process, one callback
+// object, and by event the callback ids that the process asked for, until it takes them back or dies; with the first
+// registration the service subscribes to the event, and with the last one gone it lets go of knocks, never of gestures.
+//
+// One per process (DelayedSingleton), set up by the service in OnStart, dropped when it stops: whoever still works with
+// it holds it. Any thread. An application is called synchronously with the callbacks' mutex held, so one that hangs
+// costs the others its wait time. A dead process is known by its death alone; it does not watch who has the focus.
+class CorvaneShareCallbackManager : public std::enable_shared_from_this<CorvaneShareCallbackManager> {
 public:
     void Init(const wptr<TrellisService>& service);
     void Release();
 
-    // Remember, or forget, the callback object of a process. False: not served.
+    // Remembers the callback object of a process, in place of an older one. False for null.
     [[nodiscard]] bool AddShareApiCallback(int32_t pid, const sptr<PelagoApiCallback>& callback);
+    // Forgets it, and leaves the events that the process asked for. Always true.
     [[nodiscard]] bool DelShareApiCallback(int32_t pid);
-    // Remember, or forget, that callback `cbId` of a process wants event `eventId`. False: not served.
+    // Remembers that callback `cbId` of a process wants event `eventId`; asked again it is the newest. A gesture that
+    // waits is offered to the process at once, on a thread of its own: std::system_error when that cannot be started.
+    // False for a process without callback object and, with one, for an unknown event.
     [[nodiscard]] bool AddShareEventCallback(int32_t pid, int32_t cbId, int32_t eventId);
+    // Forgets it; all of the process with cbId -1. False when there was nothing to forget.
     [[nodiscard]] bool DelShareEventCallback(int32_t pid, int32_t cbId, int32_t eventId);
+    // Forgets everything of a process.
+    void ApiCallbackDeath(int32_t pid);
 
-    // Tells the one application among `focusedPids` that wants the event which brought `device`.
+    // Whether one of `pids` wants the event.
+    [[nodiscard]] bool IsPidRegistered(int32_t eventId, const std::vector<int32_t>& pids);
+    // Those of `queryPids` that want the event, or else those of the foreground. For knocks; empty for the rest.
+    [[nodiscard]] std::vector<int32_t> GetMatchedFocusedPids(int32_t eventId, const std::vector<int32_t>& queryPids);
+    // Tells the one application that wants the event which brought `device`: of those that have the focus the callback
+    // that registered last. A device of both kinds is a knock's. `radar` may be null.
     void NotifyUserDeviceFound(
         ShareDeviceInfo& device, const std::vector<int32_t>& focusedPids, const std::shared_ptr<ShareRadarDfx>& radar);
 
+    // How many processes are known, for the dump.
+    struct Sizes {
+        size_t apps;
+        size_t knock;
+        size_t swing;
+        size_t deaths; // callback objects that are watched
+    };
+    Sizes GetSizes() const;
+
 private:
-    Mutex mutex_{"CorvaneShareCallbackManager::mutex_", LockRank::LEAF};
+    friend class DelayedSingleton<CorvaneShareCallbackManager>;
+
+    // The registrations for one event: process, then callback id, to the moment of registration in milliseconds. A
+    // process without callback ids is not in it.
+    struct EventCallbacks {
+        EventCallbacks(const char* name, const char* mutexName) : eventName(name), mutex(mutexName, EVENT_RANK)
+        {}
+
+        static constexpr LockRank EVENT_RANK = LockRank::EVENT_CALLBACKS;
+        const char* const eventName;
+        mutable RecursiveMutex mutex;
+        std::map<int32_t, std::map<int32_t, uint64_t>> callbacks; // guarded by the mutex
+    };
+
+    // One who may be told: process, callback id, moment of registration.
+    using AlternativeCb = std::tuple<int32_t, int32_t, uint64_t>;
+
+    // Hears that the process of a callback object is gone.
+    class ApiDeathRecipient : public IRemoteObject::DeathRecipient {
+    public:
+        explicit ApiDeathRecipient(int32_t pid);
+        void OnRemoteDied(const wptr<IRemoteObject>& object) override;
+
+    private:
+        const int32_t pid_;
+    };
+
+    CorvaneShareCallbackManager() = default;
+
+    // The service; null, and said in the log, when there is none.
+    sptr<TrellisService> Service() const;
+    std::shared_ptr<ShareRadarDfx> Radar() const;
+    void ReportKnockFailure(int32_t result, int32_t errorCode) const;
+
+    void RegisterDeath(int32_t pid, const sptr<PelagoApiCallback>& callback);
+    void UnregisterDeath(const sptr<PelagoApiCallback>& callback);
+    void ForgetIfDead(int32_t pid, const sptr<PelagoApiCallback>& callback);
+    sptr<PelagoApiCallback> FindApiCallback(int32_t pid) const;
+
+    // The registrations for an event; null, and said in the log, for an unknown one.
+    EventCallbacks* FindEvent(int32_t eventId);
+    static void AddCallback(EventCallbacks& event, int32_t pid, int32_t cbId);
+    [[nodiscard]] static bool DelCallback(EventCallbacks& event, int32_t pid, int32_t cbId);
+    static void AppendCallbacks(
+        const EventCallbacks& event, const std::vector<int32_t>& pids, std::vector<AlternativeCb>& alternativeCbs);
+    static std::vector<int32_t> MatchPids(
+        const EventCallbacks& event, const std::vector<int32_t>& pids, const char* source);
+    static size_t CountPids(const EventCallbacks& event);
+
+    void TryToSubscribeKnock();
+    void TryToUnsubscribeKnock();
+    void TryToSubscribeSwing();
+    void TryToConsumeSwingCache(int32_t pid);
+
+    void NotifyUserKnock(ShareDeviceInfo& device, const std::vector<int32_t>& focusedPids);
+    void NotifyUserSwing(ShareDeviceInfo& device, const std::vector<int32_t>& focusedPids);
+    void UpdateAlternativeCbsByForeground(std::vector<AlternativeCb>& alternativeCbs);
+    [[nodiscard]] bool TellNewest(
+        int32_t eventId, const std::vector<AlternativeCb>& alternativeCbs, const ShareDeviceInfo& device);
+
+    mutable Mutex mutex_{"CorvaneShareCallbackManager::mutex_", LockRank::LEAF};
     wptr<TrellisService> trellisServicePtr_ SHARE_GUARDED_BY(mutex_);
+    std::shared_ptr<ShareRadarDfx> lastRadar_ SHARE_GUARDED_BY(mutex_); // of the device that came last
+
+    // The callback object of each process, never null.
+    mutable Mutex apiMutex_{"CorvaneShareCallbackManager::apiMutex_", LockRank::API_CALLBACKS};
+    std::map<int32_t, sptr<PelagoApiCallback>> apiCallbacks_ SHARE_GUARDED_BY(apiMutex_);
+
+    // Who hears of their deaths. Held from the request for the death on: a death in between waits for the entry.
+    mutable Mutex deathMutex_{"CorvaneShareCallbackManager::deathMutex_", LockRank::LEAF};
+    std::map<sptr<IRemoteObject>, sptr<IRemoteObject::DeathRecipient>> deathRecipients_ SHARE_GUARDED_BY(deathMutex_);
+
+    // Held while the subscription for knocks is brought in line with the registrations, so that the last decision is
+    // the one that stands. Taken before the mutex of the registrations, which is never held across the request.
+    Mutex knockSubscriptionMutex_{"CorvaneShareCallbackManager::knockSubscriptionMutex_", LockRank::EVENT_SUBSCRIPTION};
+    EventCallbacks knockCallbacks{"knockShare", "CorvaneShareCallbackManager::knockMutex"};
+    EventCallbacks swingCallbacks{"gesturesShare", "CorvaneShareCallbackManager::swingMutex"};
 };
 
 } // namespace OHOS::Pelago

@@ -14,6 +14,7 @@ inline constexpr const char* FRONT_END_BUNDLE = "com.corvane.velos.pelago";
 inline constexpr const char* ABILITY_SHARE_SERVICE_EXTENSION = "ShareServiceExtension";
 inline constexpr const char* ABILITY_SHARE_API_EXTENSION = "CorvaneShareApiServiceExtension";
 inline constexpr const char* ABILITY_PERMISSION_EXTENSION = "PermissionServiceExtension";
+inline constexpr const char* ABILITY_SWING_SEND_CONFIRM = "SwingSendConfirmDialogService";
 inline constexpr const char* ABILITY_SWING_RECEIVE_CONFIRM = "SwingReceiveConfirmDialogService";
 inline constexpr const char* INTENT_KEY_SHARE = "ShareIntent";
 inline constexpr const char* INTENT_KEY_SHARE_API = "CorvaneShareIntent";

@@ -1,5 +1,7 @@
 #include "core/trellis_service.h"
 
+#include <utility>
+
 #include "common_utils.h"
 #include "discovery/sm_publish_callback.h"
 #include "discovery/sm_subscribe_callback.h"
@@ -27,7 +29,6 @@ Mutex TrellisService::trellisCallbackMutex_{"trellisCallbackMutex_", LockRank::T
 Mutex TrellisService::corvaneShareApiCBMutex_{"corvaneShareApiCBMutex_", LockRank::SHARE_API_CALLBACKS};
 Mutex TrellisService::publishMutex_{"publishMutex_", LockRank::PUBLISH};
 Mutex TrellisService::subscribeMutex_{"subscribeMutex_", LockRank::SUBSCRIBE};
-Mutex TrellisService::swingSubscribeMutex_{"swingSubscribeMutex_", LockRank::LEAF};
 Mutex TrellisService::receiveMutex_{"receiveMutex_", LockRank::RECEIVE};
 Mutex TrellisService::senderActionCallbackMutex_{"senderActionCallbackMutex_", LockRank::SENDER_ACTION};
 Mutex TrellisService::motionReceiverMutex_{"motionReceiverMutex_", LockRank::MOTION_RECEIVER};
@@ -38,7 +39,6 @@ RecursiveMutex TrellisService::deathReceiveCallbackMutex_{"deathReceiveCallbackM
 
 sptr<IPublishListener> TrellisService::publishListener_ = new SMPublishCallback();
 sptr<ISubscribeListener> TrellisService::subscribeListener_ = new SMSubscribeCallback();
-sptr<ISubscribeListener> TrellisService::swingSubscribeListener_;
 sptr<SMReceiveCallback> TrellisService::receiveListener_ = new SMReceiveCallback();
 TrellisService::CallbackVector TrellisService::trellisCBProxyVector_;
 TrellisService::CallbackVector TrellisService::corvaneShareApiCBVector_;
@@ -51,8 +51,9 @@ sptr<MotionReceiverCallback> TrellisService::motionReceiverCb_;
 sptr<MotionSenderCallback> TrellisService::motionSenderCb_;
 sptr<ISubscribeListener> TrellisService::nudgeSubListener_;
 std::atomic<size_t> TrellisService::trellisCallbackCount_{0};
+std::atomic<size_t> TrellisService::shareApiCallbackCount_{0};
 std::atomic<int64_t> TrellisService::lastNotifyThermalTime_{0};
-std::atomic<int32_t> TrellisService::swingcacheType_{0};
+std::atomic<bool> TrellisService::isKnockShareRegistered_{false};
 
 TrellisService::TrellisService(int32_t systemAbilityId, bool runOnCreate) : SystemAbility(systemAbilityId, runOnCreate)
 {
@@ -80,6 +81,7 @@ void TrellisService::OnStart()
         trellisCBProxyVector_.clear();
         trellisCallbackCount_ = 0;
         corvaneShareApiCBVector_.clear();
+        shareApiCallbackCount_ = 0;
         senderActionCallback_ = nullptr;
     }
     DelayedSingleton<ShareSwitchManager>::GetInstance()->Init(this);
@@ -239,10 +241,12 @@ void TrellisService::OnRemoveSystemAbility(int32_t systemAbilityId, const std::s
     }
 }
 
-// The locks nest, each taken where the thing that it guards is reached. What is dropped is destroyed under them: none
-// of the destructors waits for a thread.
+// The locks nest, each taken where the thing that it guards is reached. What is dropped is destroyed under them, since
+// none of the destructors waits for a thread; but for the tap callbacks, which may wait for the framework.
 void TrellisService::ClearResource()
 {
+    sptr<MotionSenderCallback> sender;
+    sptr<MotionReceiverCallback> receiver;
     MutexLock publish(publishMutex_);
     publishListener_ = nullptr;
     MutexLock subscribe(subscribeMutex_);
@@ -254,9 +258,9 @@ void TrellisService::ClearResource()
     DelayedSingleton<CorvaneShareCallbackManager>::GetInstance()->Release();
     DelayedSingleton<CorvaneShareCallbackManager>::DestroyInstance();
     MutexLock motionSender(motionSenderMutex_);
-    motionSenderCb_ = nullptr;
+    sender = std::exchange(motionSenderCb_, nullptr);
     MutexLock motionReceiver(motionReceiverMutex_);
-    motionReceiverCb_ = nullptr;
+    receiver = std::exchange(motionReceiverCb_, nullptr);
 }
 
 bool TrellisService::SetPublishAndReceiveState(bool enable)
@@ -320,8 +324,8 @@ bool TrellisService::SetReceiveState(bool enable, const sptr<SMReceiveCallback>&
 // The hubs of the share API are not told.
 void TrellisService::NotifyCallbackOnEnableStatusChanged()
 {
-    ForEachTrellisCallback([](const sptr<PelagoTrellisServiceCallback>& callback) {
-        SHARE_LOGI(Log::SERVICE, "OnEnableStatusChanged");
+    ForEachTrellisCallback([function = __FUNCTION__](const sptr<PelagoTrellisServiceCallback>& callback) {
+        SHARE_LOGI_AS(function, Log::SERVICE, "OnEnableStatusChanged");
         callback->OnEnableStatusChanged();
     });
 }

@@ -226,6 +226,7 @@ bool TrellisService::RegisterCorvaneShareApiTrellisCallback(const Callback& call
             return false;
         }
         corvaneShareApiCBVector_.push_back(callback);
+        shareApiCallbackCount_ = corvaneShareApiCBVector_.size();
         SHARE_LOGI(Log::SERVICE, "exit size %{public}ld", static_cast<long>(corvaneShareApiCBVector_.size()));
     }
     // Nothing is sent to the newcomer: it learns the number of clients at the next change.
@@ -267,6 +268,7 @@ bool TrellisService::RemoveCorvaneShareApiTrellisCallback(const sptr<IRemoteObje
     SHARE_LOGD(Log::SERVICE, "find corvaneShareApiCBVector_.");
     SHARE_LOGD(Log::SERVICE, "set corvaneShareApiCBVector_ nullptr.");
     corvaneShareApiCBVector_.erase(found);
+    shareApiCallbackCount_ = corvaneShareApiCBVector_.size();
     SHARE_LOGI(Log::SERVICE, "exit size %{public}ld", static_cast<long>(corvaneShareApiCBVector_.size()));
     return true;
 }

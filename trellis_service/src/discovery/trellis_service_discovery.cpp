@@ -197,9 +197,10 @@ void TrellisService::TapDeviceFound(ShareDeviceInfo& device)
     }
     UpdateAlternativePidsByForeground(pids);
     DelayedSingleton<CorvaneShareCallbackManager>::GetInstance()->NotifyUserDeviceFound(device, pids, radar);
-    const auto logSize = [&](size_t size) {
-        SHARE_LOGI(Log::SERVICE, "corvaneShareApiCBVector size %{public}ld type %{public}d discov %{public}d",
-            static_cast<long>(size), device.deviceType, static_cast<int32_t>(device.discoveredBy));
+    const auto logSize = [&, function = __FUNCTION__](size_t size) {
+        SHARE_LOGI_AS(function, Log::SERVICE,
+            "corvaneShareApiCBVector size %{public}ld type %{public}d discov %{public}d", static_cast<long>(size),
+            device.deviceType, static_cast<int32_t>(device.discoveredBy));
     };
     ForEachShareApiCallback(
         logSize, [&](const sptr<PelagoTrellisServiceCallback>& hub) { hub->OnDeviceFound(device); });
@@ -217,8 +218,9 @@ void TrellisService::DeviceLost(const ShareDeviceInfo& device)
     const auto tell = [&](const sptr<PelagoTrellisServiceCallback>& client) { client->OnDeviceLost(device); };
     ForEachTrellisCallback(tell);
     ForEachShareApiCallback(
-        [](size_t size) {
-            SHARE_LOGI(Log::SERVICE, "DeviceLost, corvaneShareApiCBVector size %{public}ld", static_cast<long>(size));
+        [function = __FUNCTION__](size_t size) {
+            SHARE_LOGI_AS(function, Log::SERVICE, "DeviceLost, corvaneShareApiCBVector size %{public}ld",
+                static_cast<long>(size));
         },
         tell);
 }
@@ -240,8 +242,8 @@ void TrellisService::HandleOnDeviceLost(const ShareDeviceInfo& device)
     const auto tell = [&](const sptr<PelagoTrellisServiceCallback>& client) { client->OnDeviceLost(*view); };
     ForEachTrellisCallback(tell);
     ForEachShareApiCallback(
-        [](size_t size) {
-            SHARE_LOGI(Log::SERVICE, "corvaneShareApiCBVector size %{public}ld", static_cast<long>(size));
+        [function = __FUNCTION__](size_t size) {
+            SHARE_LOGI_AS(function, Log::SERVICE, "corvaneShareApiCBVector size %{public}ld", static_cast<long>(size));
         },
         tell);
 }

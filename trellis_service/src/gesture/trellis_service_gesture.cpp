@@ -1,96 +1,153 @@
 #include "core/trellis_service.h"
 
-#include "gesture/corvane_share_callback_manager.h"
-#include "ipc_skeleton.h"
+#include <optional>
 
-// What applications ask of the share API, and what a swing asks of the send path. Swings and focus are not served yet:
-// a request is never swing content, nobody is in the foreground, and a failure is never that of a swing.
+#include "app_mgr_interface.h"
+#include "gesture/corvane_share_callback_manager.h"
+#include "gesture/share_focus_listener.h"
+#include "ipc_skeleton.h"
+#include "iservice_registry.h"
+#include "system_ability_definition.h"
+
+// What applications ask of the share API, and who of them is in front.
 namespace OHOS::Pelago {
+namespace {
+
+constexpr int32_t PID_INVALID = -1;
+
+std::shared_ptr<CorvaneShareCallbackManager> ShareApi()
+{
+    return DelayedSingleton<CorvaneShareCallbackManager>::GetInstance();
+}
+
+// The applications on the screen, the topmost first; nothing when there is nobody to ask.
+std::optional<std::vector<AppExecFwk::AppStateData>> ForegroundApplications()
+{
+    const sptr<ISystemAbilityManager> manager = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
+    if (manager == nullptr) {
+        SHARE_LOGE(Log::SERVICE, "failed to get ISystemAbilityManager");
+        return std::nullopt;
+    }
+    const sptr<IRemoteObject> object = manager->GetSystemAbility(APP_MGR_SERVICE_ID);
+    if (object == nullptr) {
+        SHARE_LOGE(Log::SERVICE, "failed to get app Manager service");
+        return std::nullopt;
+    }
+    const sptr<AppExecFwk::IAppMgr> appMgr = iface_cast<AppExecFwk::IAppMgr>(object);
+    if (appMgr == nullptr) {
+        SHARE_LOGE(Log::SERVICE, "failed to get app mgr proxy");
+        return std::nullopt;
+    }
+    std::vector<AppExecFwk::AppStateData> applications;
+    const int32_t result = appMgr->GetForegroundApplications(applications); // an error leaves the list empty
+    SHARE_LOGI(Log::SERVICE, "GetForegroundApplications ret: %{public}d", result);
+    return applications;
+}
+
+} // namespace
 
 bool TrellisService::RegisterShareApiCallback(const sptr<PelagoApiCallback>& callback)
 {
-    return DelayedSingleton<CorvaneShareCallbackManager>::GetInstance()->AddShareApiCallback(
-        IPCSkeleton::GetCallingPid(), callback);
+    return ShareApi()->AddShareApiCallback(IPCSkeleton::GetCallingPid(), callback);
 }
 
 // The process counts, not the object that it names.
 bool TrellisService::UnregisterShareApiCallback(const sptr<PelagoApiCallback>&)
 {
-    return DelayedSingleton<CorvaneShareCallbackManager>::GetInstance()->DelShareApiCallback(
-        IPCSkeleton::GetCallingPid());
+    return ShareApi()->DelShareApiCallback(IPCSkeleton::GetCallingPid());
 }
 
 bool TrellisService::RegisterShareEventCallback(int32_t eventId, int32_t cbId)
 {
-    return DelayedSingleton<CorvaneShareCallbackManager>::GetInstance()->AddShareEventCallback(
-        IPCSkeleton::GetCallingPid(), cbId, eventId);
+    return ShareApi()->AddShareEventCallback(IPCSkeleton::GetCallingPid(), cbId, eventId);
 }
 
 bool TrellisService::UnregisterShareEventCallback(int32_t eventId, int32_t cbId)
 {
-    return DelayedSingleton<CorvaneShareCallbackManager>::GetInstance()->DelShareEventCallback(
-        IPCSkeleton::GetCallingPid(), cbId, eventId);
+    return ShareApi()->DelShareEventCallback(IPCSkeleton::GetCallingPid(), cbId, eventId);
+}
+
+void TrellisService::DownloadingDie(int32_t)
+{}
+
+// One process is the rule; with any other number it goes on with those that there are.
+void TrellisService::GetFocusedPids(std::vector<int32_t>& pids)
+{
+    pids.clear();
+    if (const sptr<ShareFocusListener> listener = ShareFocusListener::GetInstance(); listener != nullptr) {
+        listener->GetFocusedPids(pids);
+    }
+    if (pids.size() != 1) {
+        SHARE_LOGE(Log::SERVICE, "FocusedPid size err %{public}lu.", static_cast<unsigned long>(pids.size()));
+    }
+}
+
+void TrellisService::UpdateAlternativePidsByForeground(std::vector<int32_t>& pids)
+{
+    if (!pids.empty()) {
+        SHARE_LOGI(Log::SERVICE, "No need update");
+        return;
+    }
+    const auto applications = ForegroundApplications();
+    if (!applications) {
+        return;
+    }
+    for (const AppExecFwk::AppStateData& application : *applications) {
+        SHARE_LOGI(Log::SERVICE, "appData %{public}s", application.bundleName.c_str());
+        if (application.pid != PID_INVALID) {
+            pids.push_back(application.pid);
+        }
+    }
+}
+
+bool TrellisService::IsAppForeground(const std::string& bundleName)
+{
+    const auto applications = ForegroundApplications();
+    if (!applications) {
+        return false;
+    }
+    for (const AppExecFwk::AppStateData& application : *applications) {
+        if (application.bundleName == bundleName) {
+            SHARE_LOGI(Log::SERVICE, "%{public}s is Foreground", bundleName.c_str());
+            return true;
+        }
+    }
+    SHARE_LOGI(Log::SERVICE, "%{public}s is not Foreground", bundleName.c_str());
+    return false;
+}
+
+std::vector<int32_t> TrellisService::GetMatchedFocusedPidsFromCorvaneShareCallback(
+    int32_t eventId, const std::vector<int32_t>& pids)
+{
+    SHARE_LOGI(Log::PROXY, "enter, eventId %{public}d, queryPids %{public}lu.", eventId,
+        static_cast<unsigned long>(pids.size()));
+    const std::vector<int32_t> matched = ShareApi()->GetMatchedFocusedPids(eventId, pids);
+    SHARE_LOGI(Log::PROXY, "exit, eventId %{public}d, matchedPids %{public}lu.", eventId,
+        static_cast<unsigned long>(matched.size()));
+    return matched;
 }
 
 bool TrellisService::IsFocusPidsRegisterSwing()
 {
-    return false;
+    std::vector<int32_t> pids;
+    return HasFocusedPidsRegisterSwing(pids);
 }
 
-bool TrellisService::IsAppForeground(const std::string&)
+// After a miss `pids` holds the foreground.
+bool TrellisService::HasFocusedPidsRegisterSwing(std::vector<int32_t>& pids)
 {
-    return false;
-}
-
-bool TrellisService::SwingConfirm(const ShareDeviceInfo&, int32_t)
-{
-    return false;
-}
-
-bool TrellisService::SwingCacheSendBean(const ShareDeviceInfo&, const SendBean&, const std::string&)
-{
-    return false;
-}
-
-bool TrellisService::SwingCacheDataBean(const ShareDeviceInfo&, const DataBean&, const std::string&)
-{
-    return false;
-}
-
-bool TrellisService::SwingCacheByteBean(const ShareDeviceInfo&, const BytesInfo&)
-{
-    return false;
-}
-
-void TrellisService::SwingSend(const ShareDeviceInfo&)
-{}
-
-bool TrellisService::SwingSendFail(const ShareDeviceInfo&, int32_t)
-{
-    return false;
-}
-
-void TrellisService::HandleOnPopSwing(const ShareDeviceInfo&, bool)
-{}
-
-void TrellisService::HandleOnSwingStatus(int32_t, std::string&, int32_t)
-{}
-
-void TrellisService::GetFocusedPids(std::vector<int32_t>& pids)
-{
+    GetFocusedPids(pids);
+    if (ShareApi()->IsPidRegistered(ShareEvent::GESTURES, pids)) {
+        SHARE_LOGI(Log::SERVICE, "Focus pid has registered");
+        return true;
+    }
     pids.clear();
-}
-
-void TrellisService::UpdateAlternativePidsByForeground(std::vector<int32_t>&)
-{}
-
-std::vector<int32_t> TrellisService::GetMatchedFocusedPidsFromCorvaneShareCallback(int32_t, const std::vector<int32_t>&)
-{
-    return {};
-}
-
-bool TrellisService::RegisterSwingSubscribeListener()
-{
+    UpdateAlternativePidsByForeground(pids);
+    if (ShareApi()->IsPidRegistered(ShareEvent::GESTURES, pids)) {
+        SHARE_LOGI(Log::SERVICE, "UpdateAlternativePidsByForeground pid has registered");
+        return true;
+    }
+    SHARE_LOGI(Log::SERVICE, "Focus pid has not registered");
     return false;
 }
 

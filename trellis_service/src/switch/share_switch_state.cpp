@@ -349,6 +349,9 @@ void ShareSwitchManager::SendSwitchDetectableStateScheduledTask()
     } else {
         SHARE_LOGE(Log::SERVICE, "StartSwitchDetectableTypeScheduledTask failed.");
     }
+    if (IsReleased()) {
+        timer->Release(); // released under this event: nobody else takes it back
+    }
 }
 
 void ShareSwitchManager::ExcuteSwitchDetectableStateScheduledTask()
@@ -413,6 +416,9 @@ void ShareSwitchManager::InitSwingState()
     SHARE_LOGI(Log::SERVICE, "InitSwingState invoked");
     if (const auto helper = AirHelper(); helper != nullptr) {
         helper->RegisterDataChangeListener();
+        if (IsReleased()) {
+            helper->UnRegisterDataChangeListener(); // released under this event: nobody else takes it back
+        }
     }
     int swingState = SWING_STATE_OFF;
     if (GetSwingStateInfoFromSettings(swingState)) {

@@ -1,17 +1,10 @@
 #include "core/trellis_service.h"
 
 #include "discovery/cache_map_manager.h"
-#include "event_handler.h"
 #include "tap/motion_sender_callback.h"
 
 // What ends a send but its own reports: the user, a decided contest, a device that went away.
 namespace OHOS::Pelago {
-namespace {
-
-// How long a tap waits before it is cancelled for a reason that the client gave: its window has to close first.
-constexpr int64_t NOTIFY_INFO_DELAY_MS = 1500;
-
-} // namespace
 
 bool TrellisService::Cancel(const ShareDeviceInfo& device)
 {
@@ -113,14 +106,13 @@ bool TrellisService::NotifyInfo(const ShareDeviceInfo& device, int32_t infoReaso
         SHARE_LOGE(Log::SERVICE, "motionSenderCb_ nullptr");
         return false;
     }
-    std::shared_ptr<AppExecFwk::EventHandler> handler = motionSenderCb_->GetEventHandler();
-    if (handler == nullptr) {
+    const auto& machine = motionSenderCb_->GetEventHandler();
+    if (machine == nullptr) {
         SHARE_LOGE(Log::SERVICE, "MotionEventHandler nullptr");
         return false;
     }
-    auto event = AppExecFwk::InnerEvent::Get(MotionSenderCallback::MSG_NUDGE_MOTION_CANCEL, infoReason);
     // A tap whose runner is gone has ended by itself.
-    (void)handler->SendEvent(event, NOTIFY_INFO_DELAY_MS, AppExecFwk::EventQueue::Priority::LOW);
+    (void)machine->Post(MotionSenderCallback::MotionEventHandler::MSG_NUDGE_MOTION_CANCEL, infoReason);
     TransmitEventType type = TransmitEventType::ORDINARY;
     if (!CheckAndClearDeviceDiscoveredByFlag(device, true, type)) {
         SHARE_LOGE(Log::SERVICE, "CheckAndClearDeviceDiscoveredByFlag() failed.");

@@ -27,8 +27,8 @@ void TrellisService::HandleOnTransStateChange(
     };
     ForEachTrellisCallback(tell);
     ForEachShareApiCallback(
-        [](size_t size) {
-            SHARE_LOGI(Log::SERVICE, "corvaneShareApiCBVector size %{public}ld", static_cast<long>(size));
+        [function = __FUNCTION__](size_t size) {
+            SHARE_LOGI_AS(function, Log::SERVICE, "corvaneShareApiCBVector size %{public}ld", static_cast<long>(size));
         },
         tell);
 }

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -26,6 +27,14 @@ struct ExtensionInfo {
     size_t connections = 0;
 };
 
+/// One want by which the service started an extension: a dialog, a notification, an offer.
+struct StartedWant {
+    uint64_t sequence = 0; // from 1 on
+    std::string ability;
+    AAFwk::WantParams params;
+    int32_t result = 0; // an AbilityManagerError: whether somebody was there, or is to be started, to show it
+};
+
 /// The ability manager of the device: knows who serves which abilities, carries wants and connections to them, and
 /// starts the command of a bundle that nobody serves.
 ///
@@ -38,6 +47,7 @@ class AbilityRegistry {
 public:
     static constexpr size_t MAX_WAITING_WANTS = 32; // per registration, and per process that is waited for
     static constexpr size_t MAX_REGISTRATIONS = 64; // of all processes together
+    static constexpr size_t KEPT_WANTS = 32;        // that were started last, for people
     static constexpr std::chrono::milliseconds REGISTER_LIMIT{10000}; // for a started process to register
 
     static AbilityRegistry& Instance();
@@ -63,6 +73,8 @@ public:
 
     /// Everything that is served, by age, then what is waited for.
     [[nodiscard]] std::vector<ExtensionInfo> List() const;
+    /// The last KEPT_WANTS that were started, newest last.
+    [[nodiscard]] std::vector<StartedWant> Started() const;
 
 private:
     friend struct StaticState;
@@ -108,6 +120,8 @@ private:
     std::vector<RegistrationRef> registrations_; // by age
     std::map<std::string, Launch> launches_;     // by bundle
     std::map<sptr<AAFwk::IAbilityConnection>, ConnectionRef> connections_;
+    std::deque<StartedWant> started_;
+    uint64_t lastStarted_ = 0;
     std::shared_ptr<TaskQueue> wants_;
     std::shared_ptr<TaskQueue> callbacks_;
     std::unique_ptr<ExtensionLauncher> launcher_;

@@ -32,7 +32,9 @@ public:
     void AddCommand(const std::string& name, Command command);
     void AddSection(const std::string& name, Section section);
 
-    // Makes it findable. False when the ability is taken.
+    // Makes it findable, on the device as it was remembered in its folder when it was last published: radios, airplane
+    // mode, users and commands, which from here on are kept there. Before the service starts. False when the ability is
+    // taken.
     [[nodiscard]] bool Publish();
     void Unpublish();
 

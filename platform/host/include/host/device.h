@@ -65,12 +65,19 @@ struct RadioTimings {
     std::chrono::milliseconds bluetoothOn{800};
     std::chrono::milliseconds bleOn{400};
     std::chrono::milliseconds bluetoothOff{300};
+    std::chrono::milliseconds away{500}; // how long a radio that restarts itself stays off
 };
 
 struct RadioStates {
     WifiState wifi = WifiState::ACTIVE;
     BluetoothState bluetooth = BluetoothState::ON;
     bool ble = true; // may be up without classic Bluetooth
+};
+
+/// How a radio that restarts itself goes on.
+enum class RestartEnd {
+    COMES_BACK,
+    STAYS_AWAY
 };
 
 /// What the account service knows of the account that a user is signed in with; all empty: signed in with none.
@@ -95,7 +102,7 @@ struct User {
     AccountInfo account;
 };
 
-/// An application that is on the screen.
+/// An application: one process of a bundle.
 struct Application {
     int32_t pid = -1;
     int32_t uid = -1;
@@ -143,12 +150,18 @@ inline constexpr int32_t COLLABORATION_DETECT = 70635;
 struct DeviceSnapshot {
     DeviceIdentity identity;
     RadioStates radios;
+    WifiMode wifiMode = WifiMode::ON; // what the radio is, is becoming, or comes back as
+    BluetoothMode bluetoothMode = BluetoothMode::ON;
+    bool airplane = false;
+    WifiMode wifiAfterAirplane = WifiMode::OFF; // meaningful in airplane mode, as the next
+    BluetoothMode bluetoothAfterAirplane = BluetoothMode::OFF;
     RadioTimings timings;
     std::vector<User> users; // by id
     int32_t foregroundUser = -1;
-    std::vector<int32_t> activeUsers; // the foreground user first
-    std::set<int32_t> abilities;      // those present
-    std::vector<int32_t> focusedPids; // in the order in which they got the focus
+    std::vector<int32_t> activeUsers;      // the foreground user first
+    std::set<int32_t> abilities;           // those present
+    std::vector<int32_t> focusedPids;      // in the order in which they got the focus
+    std::vector<Application> applications; // attached ones, by age
     std::vector<Application> foregroundApplications;
     std::vector<Token> tokens;
     std::map<std::string, std::vector<std::string>> commands;
@@ -163,7 +176,8 @@ struct DeviceSnapshot {
 ///
 /// Any thread may call anything. Listeners run on the queue's thread with no lock held.
 ///
-/// It keeps nothing on disk (settings stand in the database of the datashare module) and does not check who calls.
+/// It keeps nothing on disk (settings stand in the database of the datashare module; who wants the rest kept follows
+/// SetChangeListener and calls Become at the next start) and does not check who calls.
 /// Calls of the platform modules ask Faults before they come here; two faults are of the hardware itself, "wifi.arrive"
 /// and "bluetooth.arrive": the radio sets out for a mode and never gets there.
 class Device {
@@ -171,6 +185,7 @@ public:
     using EventSink = std::function<void(const DeviceEvent&)>;
     using AbilityListener = std::function<void(int32_t id, bool present)>;
     using FocusListener = std::function<void(int32_t pid, bool focused)>;
+    using ChangeListener = std::function<void()>;
 
     static Device& Instance();
 
@@ -196,6 +211,9 @@ public:
     [[nodiscard]] bool AddFocusListener(const void* key, FocusListener listener);
     /// False for one that is not there. A call that is under way ends.
     [[nodiscard]] bool RemoveFocusListener(const void* key);
+    /// Hears that something of the model has changed, once for changes that come together. Replaces the listener
+    /// before.
+    void SetChangeListener(ChangeListener listener);
     /// Publishes an event that no change of the model causes, as a person at `pelago sim event` wants it.
     void Publish(DeviceEvent event);
     /// Publishes that the data of this package was cleared.
@@ -214,6 +232,14 @@ public:
     /// The same, but never downwards: nothing when the radio is in a later mode or on its way there.
     void RaiseWifi(WifiMode mode);
     void RaiseBluetooth(BluetoothMode mode);
+    /// The radio restarts itself: says so, goes off, and after a while comes back as `after`, or as what it was; or it
+    /// stays away until somebody switches it. A request meanwhile wins. False for a radio that is off or away already.
+    [[nodiscard]] bool RestartWifi(RestartEnd end);
+    [[nodiscard]] bool RestartBluetooth(RestartEnd end, std::optional<BluetoothMode> after = std::nullopt);
+    /// Airplane mode takes both radios down; its end brings them back as what they were. While it lasts, people may
+    /// switch a radio on, but requests of services are refused by the radio modules. Nothing when it is so already.
+    void SetAirplane(bool on);
+    [[nodiscard]] bool IsAirplane() const;
 
     // Users
 
@@ -249,6 +275,12 @@ public:
     /// Replaces the list of applications on the screen, the topmost first. They do not gain focus by this.
     void SetForegroundApplications(std::vector<Application> applications);
     [[nodiscard]] std::vector<Application> ForegroundApplications() const;
+    /// A process says which application it is; a pid once, the last word holds. False at the limit.
+    [[nodiscard]] bool AttachApplication(const Application& application);
+    /// The process has ended: it leaves screen and focus.
+    void DetachApplication(int32_t pid);
+    [[nodiscard]] std::vector<Application> AttachedApplications() const;
+    static constexpr size_t MAX_APPLICATIONS = 256;
 
     // Callers
 
@@ -268,9 +300,31 @@ public:
     [[nodiscard]] std::vector<std::string> Command(const std::string& bundleName) const;
 
     [[nodiscard]] DeviceSnapshot Snapshot() const;
+    /// Takes over radios, airplane mode, timings, users and commands of an earlier device, at once and silently: before
+    /// anybody listens. The rest of the snapshot is not looked at. False, and nothing changed, when its users are not
+    /// those of a device: two with one id, or one in front or active who is not there.
+    [[nodiscard]] bool Become(const DeviceSnapshot& earlier);
 
 private:
     friend struct StaticState;
+
+    // Where one radio is on its way.
+    template <typename Mode>
+    struct Course {
+        std::optional<Mode> goal = Mode::ON; // what it is or is becoming; none: stuck, or restarting itself
+        std::optional<Mode> comesBackAs;     // while it restarts itself and does not stay away
+        uint64_t attempt = 0;                // an arrival of any but the last attempt is void
+
+        [[nodiscard]] Mode Remembered() const
+        {
+            return goal.value_or(comesBackAs.value_or(Mode::OFF));
+        }
+        void Restart(RestartEnd end, Mode as)
+        {
+            goal.reset();
+            comesBackAs = end == RestartEnd::COMES_BACK ? std::optional<Mode>(as) : std::nullopt;
+        }
+    };
 
     Device();
     ~Device() = default;
@@ -278,7 +332,9 @@ private:
     // All below: with mutex_ held.
     void Post(std::function<void()> task, std::chrono::milliseconds delay = {});
     void PostEvent(DeviceEvent event);
+    void PostRadioEvent(int32_t ability, DeviceEvent event);
     void PostAbility(int32_t id, bool present);
+    void Changed();
     void StartWifi(WifiMode mode);
     void SetWifiState(WifiState state);
     void StartBluetooth(BluetoothMode mode);
@@ -287,6 +343,9 @@ private:
     // On the device's queue.
     void ArriveWifi(uint64_t attempt, WifiState state);
     void ArriveBluetooth(uint64_t attempt, BluetoothState state, bool ble);
+    void ComeBackWifi(uint64_t attempt);
+    void ComeBackBluetooth(uint64_t attempt);
+    void TellChange();
 
     mutable std::mutex mutex_; // nothing else of ours is taken under it; tasks are posted under it, so that their order
                                // is that of the changes
@@ -294,13 +353,11 @@ private:
     EventSink sink_;
     std::vector<AbilityListener> abilityListeners_;
     std::map<const void*, FocusListener> focusListeners_;
+    ChangeListener changeListener_;
+    bool changeIsTold_ = true;         // false while a call of the listener is due
     std::shared_ptr<TaskQueue> queue_; // made at first use, when the face of the scheduler has been chosen
-    // What each radio is or is becoming; nothing after it failed to get there. An attempt that is not the last one made
-    // is void when its time comes.
-    std::optional<WifiMode> wifiGoal_ = WifiMode::ON;
-    std::optional<BluetoothMode> bluetoothGoal_ = BluetoothMode::ON;
-    uint64_t wifiAttempt_ = 0;
-    uint64_t bluetoothAttempt_ = 0;
+    Course<WifiMode> wifi_;
+    Course<BluetoothMode> bluetooth_;
 };
 
 } // namespace OHOS::Host

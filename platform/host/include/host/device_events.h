@@ -29,9 +29,14 @@ inline constexpr int32_t ENABLED = 3;
 
 namespace WifiSemiCode {
 inline constexpr int32_t RESTARTING = 0; // the radio takes itself down and will come back by itself
+inline constexpr int32_t INACTIVE = 1;
 inline constexpr int32_t ACTIVATING = 4;
 inline constexpr int32_t ACTIVE = 5;
 } // namespace WifiSemiCode
+
+namespace BluetoothRestrictCode {
+inline constexpr int32_t RESTARTING = 0; // as WifiSemiCode::RESTARTING
+} // namespace BluetoothRestrictCode
 
 namespace PublisherUid {
 inline constexpr int32_t SYSTEM = 1000;

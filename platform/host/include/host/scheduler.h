@@ -94,9 +94,6 @@ public:
     size_t CancelTagged(const void* owner);
     size_t CancelTagged(TaskTag tag);
 
-    // Whether a task with exactly this tag waits.
-    bool HasTagged(TaskTag tag) const;
-
     // Whether nothing waits, neither due nor delayed. The task that is running does not count.
     bool IsIdle() const;
 

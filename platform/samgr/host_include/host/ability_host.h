@@ -77,18 +77,19 @@ private:
     [[nodiscard]] bool AddListener(SystemAbility& ability, int32_t id);
     [[nodiscard]] std::vector<sptr<SystemAbility>> TakeStartable();
     [[nodiscard]] std::vector<sptr<SystemAbility>> TakeStarted();
-    void FollowDevice();
-    void TellPublished(int32_t id, bool present);
-    void TellListeners(int32_t id, bool present);
     void Post(std::function<void()> task);
 
     // With the mutex held:
+    void FollowDevice();
+    void TellPublished(int32_t id, bool present);
+    void TellListeners(int32_t id, bool present);
     [[nodiscard]] bool IsPresent(int32_t id) const;
     void Tell(std::pair<const Listener, bool>& listener, bool present);
     void PostLocked(std::function<void()> task);
     const sptr<ISystemAbilityManager>& LocalManager();
 
-    mutable std::mutex mutex_; // guards everything below; a leaf
+    mutable std::mutex mutex_; // guards everything below; under it the device is asked and tasks are posted, so that
+                               // listeners hear in the order in which things came and went
     std::vector<sptr<SystemAbility>> abilities_;
     std::vector<sptr<SystemAbility>> started_;
     std::map<int32_t, sptr<IRemoteObject>> published_;

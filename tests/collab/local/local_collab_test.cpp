@@ -1,0 +1,320 @@
+#include <map>
+#include <optional>
+
+#include <cJSON.h>
+#include <gtest/gtest.h>
+
+#include "device_picker_client.h"
+#include "host/scheduler.h"
+#include "local_collab.h"
+
+using namespace OHOS;
+using namespace OHOS::Synfold;
+
+namespace {
+
+constexpr int32_t SHARE_ABILITY = 65570;
+
+// The service above one stand-in: does what its case says, and writes down what it hears.
+class Service {
+public:
+    class Publish : public ServicePublishCallbackStub {
+    public:
+        explicit Publish(Service& service) : service_(service)
+        {}
+        int32_t OnKnockEvent(sptr<RequestResultInfo>) override
+        {
+            service_.heard += "knock ";
+            return service_.interested;
+        }
+        int32_t OnPublishEvent(sptr<RequestResultInfo> info) override
+        {
+            service_.heard += "publish ";
+            service_.published = info->GetExtraInfo();
+            return 0;
+        }
+        Service& service_;
+    };
+    class Deliver : public ServiceDeliverCallbackStub {
+    public:
+        explicit Deliver(Service& service) : service_(service)
+        {}
+        int32_t OnDeliver(const std::string& text) override
+        {
+            service_.heard += "deliver ";
+            service_.delivered.push_back(text);
+            return service_.OnDeliver(text);
+        }
+        Service& service_;
+    };
+
+    int32_t OnDeliver(const std::string& text)
+    {
+        std::unique_ptr<cJSON, void (*)(cJSON*)> json(cJSON_Parse(text.c_str()), cJSON_Delete);
+        const cJSON* action = cJSON_GetObjectItemCaseSensitive(json.get(), "actionId");
+        if (action != nullptr && !reply.empty()) {
+            std::string answer = reply;
+            answer.replace(answer.find('#'), 1, std::to_string(action->valueint));
+            EXPECT_EQ(collab->RequestServiceByParam(answer, publish), 0);
+            EXPECT_EQ(collab->RequestServiceByParam(answer, publish), LocalCollab::RESULT_REFUSED)
+                << "answered already";
+        }
+        return deliverResult;
+    }
+
+    std::shared_ptr<LocalCollab> collab;
+    sptr<Publish> publish = new Publish(*this);
+    sptr<Deliver> deliver = new Deliver(*this);
+    int32_t interested = 1;
+    int32_t deliverResult = 0;
+    std::string reply = R"({"serviceCode":9,"concurrentId":"c","actionId":#,"shareState":1,"custData":"{\"OH\":1}"})";
+    std::string heard;
+    std::string published;
+    std::vector<std::string> delivered;
+};
+
+// What is sent arrives as a task of its own.
+class Wire : public NoteCarrier {
+public:
+    explicit Wire(std::string from, std::map<std::string, LocalCollab*>& devices)
+        : from_(std::move(from)), devices_(devices), queue_(Host::Scheduler::Instance().CreateQueue("wire"))
+    {}
+    void Send(const std::string& peer, const std::string& note, std::function<void(bool)> done) override
+    {
+        ASSERT_NE(queue_->Post([this, peer, note, done] {
+            auto found = devices_.find(peer);
+            done(found != devices_.end());
+            if (found != devices_.end()) {
+                found->second->OnNote(from_, note);
+            }
+        }),
+            0U);
+    }
+
+private:
+    const std::string from_;
+    std::map<std::string, LocalCollab*>& devices_;
+    const std::shared_ptr<Host::TaskQueue> queue_;
+};
+
+class LocalCollabTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(Host::Scheduler::Instance().UseManualTime());
+        Restart();
+    }
+    void TearDown() override
+    {
+        a->collab->Close();
+        b->collab->Close();
+    }
+    void Restart()
+    {
+        Connect("A", a.emplace());
+        Connect("B", b.emplace());
+    }
+    void Connect(const std::string& id, Service& service)
+    {
+        service.collab = std::make_shared<LocalCollab>(
+            CollabDevice{id, id + "'s name", 14, "02:00:00:00:00:01"}, std::make_shared<Wire>(id, devices));
+        devices[id] = service.collab.get();
+        EXPECT_EQ(service.collab->RequestService(LocalCollab::TAP_CODE, service.publish), 0);
+        EXPECT_EQ(service.collab->RegisterServiceDeliverCallback(SHARE_ABILITY, service.deliver), 0);
+    }
+    uint32_t Tap()
+    {
+        return a->collab->Tap("B", [this](TapStep end) { ended += NameOf(end); });
+    }
+    static void Settle()
+    {
+        ASSERT_TRUE(Host::Scheduler::Instance().Settle());
+    }
+    static void Advance(int64_t ms)
+    {
+        ASSERT_TRUE(Host::Scheduler::Instance().Advance(ms));
+    }
+
+    std::map<std::string, LocalCollab*> devices;
+    std::optional<Service> a;
+    std::optional<Service> b;
+    std::string ended;
+};
+
+TEST_F(LocalCollabTest, ATapCarriesTheRequestThereAndTheAnswerBackInThreeLevels)
+{
+    EXPECT_EQ(Tap(), 1U);
+    EXPECT_EQ(a->heard, ""); // never inside a request
+    Settle();
+    ASSERT_EQ(b->delivered.size(), 1U);
+    EXPECT_EQ(b->delivered[0].find(R"({"serviceId":"pelago.sender","concurrentId":"A-)"), 0U) << b->delivered[0];
+    EXPECT_EQ(a->published,
+        R"({"deviceId":"B","deviceName":"B's name","deviceTypeId":14,"concurrentId":"c","extraData":)"
+        R"("{\"CONN_ADDR_TYPE\":2,\"BLE_MAC\":\"02:00:00:00:00:01\",\"CUSTOM_DATA\":)"
+        R"(\"{\\\"serviceId\\\":\\\"pelago.receiver\\\",\\\"subId\\\":\\\"4\\\",\\\"shareState\\\":1,)"
+        R"(\\\"discType\\\":\\\"Action\\\",\\\"actionId\\\":1,\\\"custData\\\":\\\"{\\\\\\\"OH\\\\\\\":1}\\\"}\"}"})");
+    EXPECT_EQ(ended, "answered");
+    CollabView view = a->collab->View();
+    ASSERT_EQ(view.texts.size(), 2U);
+    EXPECT_EQ(view.texts[0].what + view.texts[1].what, "knockpublish");
+}
+
+TEST_F(LocalCollabTest, EachTapEndsInOneWayAndTheUserWhoMustKnowIsTold)
+{
+    const std::string BUSY = R"({"serviceCode":9,"actionId":#,"custData":"{\"shareBusy\":1}"})";
+    const struct {
+        const char* end;
+        std::function<void()> given;
+        const char* aHears;
+        const char* bHears;
+        const char* notified; // what the last delivery on either side says
+    } ROWS[] = {
+        {"answered", [] {}, "knock publish ", "deliver ", ""},
+        {"no application", [this] { a->interested = 0; }, "knock ", "deliver ", R"("notifyInfo":1)"},
+        {"no application", [this] { EXPECT_EQ(a->collab->UnRequestService(LocalCollab::TAP_CODE), 0); }, "", "deliver ",
+            R"("notifyInfo":1)"},
+        {"busy", [&] { b->reply = BUSY; }, "knock deliver ", "deliver ", R"("notifyInfo":3)"},
+        {"unreachable", [this] { devices.erase("B"); }, "knock ", "", ""},
+        {"no answer", [this] { b->reply.clear(); }, "knock ", "deliver ", ""},
+        {"no answer", [this] { b->reply.clear(), b->deliverResult = -1; }, "knock ", "deliver ", ""},
+    };
+    for (const auto& row : ROWS) {
+        SCOPED_TRACE(row.end);
+        Restart();
+        ended.clear();
+        row.given();
+        ASSERT_NE(Tap(), 0U);
+        Advance(LocalCollab::ANSWER_LIMIT_MS - 1);
+        EXPECT_EQ(ended, std::string(row.end) == "no answer" ? "" : row.end);
+        Advance(1);
+        EXPECT_EQ(ended, row.end);
+        EXPECT_EQ(a->heard, row.aHears);
+        EXPECT_EQ(b->heard, row.bHears);
+        std::string told;
+        for (const Service* side : {&*a, &*b}) {
+            told += side->delivered.empty() ? "" : side->delivered.back();
+        }
+        EXPECT_NE(told.find(row.notified), std::string::npos) << told;
+    }
+}
+
+TEST_F(LocalCollabTest, NotesThatMakeNoSenseAreDropped)
+{
+    b->reply.clear(); // the tap stays open
+    ASSERT_EQ(Tap(), 1U);
+    Settle();
+    a->heard.clear();
+    const std::string GOOD =
+        R"({"note":"reply","tap":1,"name":"B","type":1,"bleMac":"","reply":"{\"serviceCode\":9,\"actionId\":1,\"custData\":\"\"}"})";
+    auto with = [&GOOD](const std::string& from, const std::string& to) {
+        std::string text = GOOD;
+        return text.replace(text.find(from), from.size(), to);
+    };
+    const std::pair<const char*, std::string> ROWS[] = {
+        {"B", ""},
+        {"B", "[]"},
+        {"B", std::string(100'000, '[')},
+        {"B", std::string(1'000'000, ' ')},
+        {"B", GOOD.substr(0, GOOD.size() - 1)},
+        {"B", with("reply", "replies")},
+        {"B", with(R"("reply")", "7")},
+        {"B", with(R"("tap":1)", R"("tap":"1")")},
+        {"B", with(R"("tap":1)", R"("tap":2)")},
+        {"B", with(R"("tap":1)", R"("tap":4294967297)")},
+        {"B", with(R"("tap":1)", R"("tap":1.5)")},
+        {"B", with(R"("name":"B")", R"("name":null)")},
+        {"B", with(R"("name":"B")", "\"name\":\"" + std::string(2000, 'x') + "\"")},
+        {"B", with(R"("type":1)", R"("type":1e99)")},
+        {"B", with("9,", "8,")},
+        {"B", with("9,", "9 ")},
+        {"B", with(R"(\"actionId\":1)", R"(\"actionId\":-1)")},
+        {"B", with(R"(\"custData\":\"\")", R"(\"custData\":{})")},
+        {"C", GOOD}, // not whom we touched
+        {"B", R"({"note":"request","tap":1})"},
+        {"B", R"({"note":"notice","notifyInfo":"1"})"},
+    };
+    for (const auto& [from, note] : ROWS) {
+        a->collab->OnNote(from, note);
+        Settle();
+        EXPECT_EQ(a->heard, "") << note.substr(0, 200);
+    }
+    a->collab->OnNote("B", GOOD);
+    a->collab->OnNote("B", GOOD); // once is enough
+    Settle();
+    EXPECT_EQ(a->heard, "publish ");
+}
+
+TEST_F(LocalCollabTest, ARequestThatNobodyCanUseIsRefused)
+{
+    const std::string REPLY = R"({"serviceCode":9,"actionId":1,"custData":""})";
+    EXPECT_EQ(a->collab->RequestService(9, a->publish), LocalCollab::RESULT_REFUSED);
+    EXPECT_EQ(a->collab->RequestService(LocalCollab::TAP_CODE, nullptr), LocalCollab::RESULT_REFUSED);
+    EXPECT_EQ(a->collab->RegisterServiceDeliverCallback(SHARE_ABILITY, nullptr), LocalCollab::RESULT_REFUSED);
+    EXPECT_EQ(b->collab->RequestServiceByParam(REPLY, b->publish), LocalCollab::RESULT_REFUSED) << "to nothing";
+    b->reply.clear();
+    ASSERT_NE(Tap(), 0U);
+    Settle();
+    EXPECT_EQ(b->collab->RequestServiceByParam("{", b->publish), LocalCollab::RESULT_REFUSED);
+    EXPECT_EQ(b->collab->RequestServiceByParam(REPLY, nullptr), LocalCollab::RESULT_REFUSED);
+    EXPECT_EQ(b->collab->RequestServiceByParam(REPLY + std::string(LocalCollab::MAX_TEXT, ' '), b->publish),
+        LocalCollab::RESULT_REFUSED);
+    Advance(LocalCollab::ANSWER_LIMIT_MS);
+    EXPECT_EQ(b->collab->RequestServiceByParam(REPLY, b->publish), LocalCollab::RESULT_REFUSED) << "too late";
+}
+
+TEST_F(LocalCollabTest, WhatCanWaitIsLimitedOnBothSides)
+{
+    b->reply.clear();
+    for (size_t i = 0; i < LocalCollab::MAX_UNDER_WAY; ++i) {
+        EXPECT_NE(Tap(), 0U);
+    }
+    EXPECT_EQ(Tap(), 0U);
+    Settle();
+    a->collab->OnNote("B", "not counted");
+    b->collab->OnNote("A", R"({"note":"request","tap":99,"concurrentId":""})");
+    Settle();
+    EXPECT_EQ(b->delivered.size(), LocalCollab::MAX_UNDER_WAY);
+    Advance(LocalCollab::ANSWER_LIMIT_MS);
+    EXPECT_NE(Tap(), 0U);
+}
+
+TEST_F(LocalCollabTest, TheLastStatesAreKeptInOrderAndObserversGetThemWhole)
+{
+    size_t bytes = 0;
+    int changes = 0;
+    a->collab->SetObservers(
+        [&bytes](const ServiceState& state) { bytes += state.extraInfo.size(); }, [&changes] { ++changes; });
+    const std::string LONG(LocalCollab::MAX_TEXT + 10, 'x');
+    for (size_t i = 0; i <= LocalCollab::KEPT; ++i) {
+        EXPECT_EQ(a->collab->PublishServiceState("UI", "UI", i == LocalCollab::KEPT ? LONG : "{}", 2), 0);
+    }
+    EXPECT_EQ(bytes, 0U); // never inside a request
+    Settle();
+    EXPECT_EQ(bytes, 2 * LocalCollab::KEPT + LONG.size());
+    EXPECT_GT(changes, 0);
+    CollabView view = a->collab->View();
+    ASSERT_EQ(view.states.size(), LocalCollab::KEPT);
+    EXPECT_EQ(view.states.front().sequence, 2U);
+    EXPECT_EQ(view.states.back().extraInfo, LONG.substr(0, LocalCollab::MAX_TEXT) + "...");
+}
+
+TEST_F(LocalCollabTest, AnEventPlayedByHandGivesTheServicesAnswerUntilItIsClosed)
+{
+    a->interested = 3;
+    std::vector<int32_t> results;
+    auto play = [&](CollabEvent event) {
+        a->collab->Play(event, "anything", [&results](int32_t result) { results.push_back(result); });
+        Settle();
+    };
+    play(CollabEvent::KNOCK);
+    play(CollabEvent::PUBLISH);
+    EXPECT_EQ(a->published, "anything");
+    EXPECT_EQ(a->collab->UnRequestService(LocalCollab::TAP_CODE), 0);
+    play(CollabEvent::KNOCK);
+    a->collab->Close();
+    play(CollabEvent::DELIVER);
+    EXPECT_EQ(results, (std::vector<int32_t>{3, 0, RESULT_NOT_CALLED, RESULT_NOT_CALLED}));
+    EXPECT_TRUE(a->delivered.empty());
+}
+
+} // namespace

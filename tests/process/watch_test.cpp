@@ -1,0 +1,41 @@
+#include <csignal>
+
+#include "process_scene.h"
+
+// What an observer is told of a device.
+namespace OHOS::Pelago {
+namespace {
+
+class Watching : public ProcessScene {};
+
+TEST_F(Watching, EveryChangeOfTheSwitchIsShownWithItsReason)
+{
+    const struct {
+        std::vector<std::string> words;
+        const char* line;
+    } rows[] = {
+        {{"on"}, "switch: on (lasting): a client asked for it"},
+        {{"sim", "wifi", "off"}, "switch: off (hidden): a radio went away"},
+        {{"sim", "wifi", "on"}, "switch: on (lasting): the radios are back"},
+        {{"sim", "user", "add", "101"}, ""},
+        {{"sim", "user", "unlock", "101"}, ""},
+        {{"sim", "user", "switch", "101"}, "switch: never switched on (hidden): another user came to the front"},
+        {{"sim", "user", "switch", "100"}, "switch: on (lasting): the saved state of the user was loaded"},
+        {{"sim", "event", "package-cleared", "com.corvane.velos.pelago"}, "the data of the front end was cleared"},
+    };
+    auto device = NewDevice("phone");
+    auto watch = Pelago({"watch"});
+    ASSERT_TRUE(WaitUntil([&] { return watch->Output().find("switch: never switched on") != std::string::npos; }));
+    for (const auto& row : rows) {
+        size_t before = watch->Output().size();
+        EXPECT_EQ(Pelago(row.words)->Wait(), 0);
+        EXPECT_TRUE(WaitUntil([&] { return watch->Output().find(row.line, before) != std::string::npos; }))
+            << row.line << " in:\n"
+            << watch->Output();
+    }
+    device->daemon.Signal(SIGKILL);
+    EXPECT_EQ(watch->Wait(), 3) << "and the end of the device is said";
+}
+
+} // namespace
+} // namespace OHOS::Pelago

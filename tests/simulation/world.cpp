@@ -1,0 +1,300 @@
+#include "world.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "common_utils.h"
+#include "discovery/cache_map_manager.h"
+#include "hilog/host_log.h"
+#include "host/ability_host.h"
+#include "host/device.h"
+#include "host/faults.h"
+#include "host/host_settings.h"
+#include "host/scheduler.h"
+#include "runtime_env.h"
+#include "service_fixture.h"
+#include "transfer/descriptor_ledger.h"
+
+namespace OHOS::Pelago {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string StateFileOf(int32_t user)
+{
+    return Host::Device::Instance().Root() + "/data/service/el2/" + std::to_string(user) + "/pelago/switch.cfg";
+}
+
+std::string ContentOf(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+int32_t FieldOf(const std::string& content, size_t index)
+{
+    int32_t field = 0;
+    if (content.size() >= (index + 1) * sizeof(field)) {
+        content.copy(reinterpret_cast<char*>(&field), sizeof(field), index * sizeof(field));
+    }
+    return field;
+}
+
+} // namespace
+
+uint64_t Dice::Next()
+{
+    state_ += 0x9E3779B97F4A7C15ULL;
+    uint64_t value = state_;
+    value = (value ^ (value >> 30U)) * 0xBF58476D1CE4E5B9ULL;
+    value = (value ^ (value >> 27U)) * 0x94D049BB133111EBULL;
+    return value ^ (value >> 31U);
+}
+
+size_t Dice::Below(size_t limit)
+{
+    return static_cast<size_t>(Next() % limit);
+}
+
+World::World(uint64_t seed, const std::string& folder, bool isFirstLife) : dice_(seed)
+{
+    if (!Host::Scheduler::Instance().UseManualTime(dice_.Next())) {
+        fault_ = "no manual time";
+        return;
+    }
+    StartDevice(folder, isFirstLife);
+    (void)Host::HostSettings::Get("any"); // opens the database, which stays open
+    descriptors_ = CountDescriptors();
+    Host::AbilityHost::Instance().Start();
+    Settle();
+    serviceObject_ = Host::AbilityHost::Instance().Find(TRELLIS_SERVICE_ID);
+    for (auto* client : {&auditor_, &neighbour_}) {
+        *client = std::make_unique<TestClient>(nextPid_++, Host::TokenId::OWNER, serviceObject_);
+    }
+    ListenAsAuditor();
+}
+
+World::~World()
+{
+    (void)::close(file_);
+}
+
+// The hardware may be in any state when a process begins.
+void World::StartDevice(const std::string& folder, bool isFirstLife)
+{
+    bool showLog = std::getenv("PELAGO_SIM_LOG") != nullptr;
+    Host::SetLogLevel(showLog ? LOG_DEBUG : LOG_FATAL);
+    Host::SetLogToStderr(showLog);
+    auto& device = Host::Device::Instance();
+    if (!device.Configure({"Blue phone", std::string(64, 'A'), "phone", folder})) {
+        fault_ = "no device";
+    }
+    RuntimeEnv::Install(
+        {folder, [] { return Host::Scheduler::Instance().WallTimeMs(); }, Host::Scheduler::StartDetached});
+    for (int32_t user : USERS) {
+        (void)device.PutUser({user, Host::UserType::ORDINARY, true, {}}); // the ids are valid
+        fs::create_directories(fs::path(StateFileOf(user)).parent_path());
+    }
+    fs::create_directories(folder + "/data/service/el1/public/pelago");
+    if (isFirstLife && !Host::HostSettings::SeedFreshDevice({USERS.begin(), USERS.end()})) {
+        fault_ = "no settings";
+    }
+    if (dice_.OneIn(4)) {
+        device.SwitchWifi(Host::WifiMode::OFF);
+    }
+    if (dice_.OneIn(4)) {
+        device.SwitchBluetooth(Host::BluetoothMode::OFF);
+    }
+    engine_ = std::make_shared<ScriptedEngine>();
+    DelayedRefSingleton<ShareClient>::GetInstance().InstallBackend(engine_);
+    collab_ = std::make_shared<ScriptedCollab>();
+    Synfold::InstallCollabBackend(collab_);
+    file_ = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    Settle(2000); // the radios have arrived
+}
+
+void World::Settle(int64_t ms)
+{
+    if (!Host::Scheduler::Instance().Advance(ms) && fault_.empty()) {
+        fault_ = "time does not come to rest";
+    }
+}
+
+sptr<TrellisService> World::Service()
+{
+    return dynamic_cast<TrellisService*>(serviceObject_.GetRefPtr());
+}
+
+void World::ListenAsAuditor()
+{
+    auditor_->callback->during = [this](const std::string& line) {
+        heard_ += "  heard " + line + "\n";
+        NoteFound(line);
+        if (line == "OnEnableStatusChanged" && fault_.empty()) {
+            bool isOn = DelayedSingleton<ShareSwitchManager>::GetInstance()->IsEnabled();
+            if (isOn && !wasOn_ && !(CommonUtils::IsWifiAvailable() && CommonUtils::IsBleAvailable())) {
+                fault_ = "sharing went on without both radios";
+            }
+            wasOn_ = isOn;
+            told_ = true;
+        }
+    };
+    for (auto* client : {&auditor_, &neighbour_}) {
+        if (!(**client)->RegisterTrellisCallback((*client)->callback)) {
+            fault_ = "an auditor cannot register";
+        }
+    }
+}
+
+void World::NoteFound(const std::string& line)
+{
+    size_t space = line.find(' ');
+    std::string what = line.substr(0, space);
+    if (what == "OnDeviceFound") {
+        shown_.insert(line.substr(space + 1, line.rfind(' ') - space - 1));
+    } else if (what == "OnDeviceLost") {
+        shown_.erase(line.substr(space + 1));
+    }
+}
+
+std::string World::TakeTrace()
+{
+    return std::exchange(heard_, {}) + "  asked " + engine_->TakeAsked() + "\n";
+}
+
+std::string World::FindFault()
+{
+    for (auto find : {&World::FindListFault, &World::FindSendFault, &World::FindSwitchFault, &World::FindFileFault}) {
+        if (fault_.empty()) {
+            fault_ = (this->*find)();
+        }
+    }
+    return fault_;
+}
+
+std::string World::FindListFault()
+{
+    for (const std::string& fault : CacheMapManager::CheckInvariants()) {
+        return fault;
+    }
+    std::set<std::string> listed;
+    for (const ShareDeviceInfo& entry : CacheMapManager::GetAllDeviceList()) {
+        listed.insert(entry.deviceId);
+    }
+    for (const std::string& id : shown_) {
+        if (listed.count(id) == 0) {
+            return "clients still see " + id + ", which is not listed";
+        }
+    }
+    // Meant: a send that ends with a loss goes by the contact that its device had when it began. Where that is another
+    // now, clients are told of the loss of an entry that stays.
+    std::set<std::string> mayBeHidden;
+    for (const std::string& id : moved_) {
+        mayBeHidden.insert(CacheMapManager::FindMergeDeviceId(Entry(id)));
+    }
+    for (const std::string& id : listed) {
+        if (shown_.count(id) == 0 && mayBeHidden.count(id) == 0) {
+            return id + " is listed, and no client was told";
+        }
+    }
+    return {};
+}
+
+std::string World::FindSendFault()
+{
+    if (CacheMapManager::Sizes().sendBeans == 0 && DescriptorLedger::OpenCount() != 0) {
+        return "descriptors of no send are open";
+    }
+    for (const std::string& id : ended_) {
+        SendBean files;
+        DataBean data;
+        BytesInfo bytes;
+        if (CacheMapManager::InSendingList(id) || CacheMapManager::GetSendBean(id, files) ||
+            CacheMapManager::GetDataBean(id, data) || CacheMapManager::GetByteBean(id, bytes) ||
+            CacheMapManager::GetShareSenderById(id) != nullptr) {
+            return "the ended send to " + id + " has left a record";
+        }
+    }
+    return {};
+}
+
+std::string World::FindSwitchFault()
+{
+    auto snapshot = DelayedSingleton<ShareSwitchManager>::GetInstance()->GetSnapshot();
+    if (const char* broken = ShareSwitchManager::BrokenInvariant(snapshot); broken != nullptr) {
+        return broken;
+    }
+    bool isOn = snapshot.enableState == STATE_SHARE_ENABLE;
+    if (!faulted_ && isOn && snapshot.detectableType != UNDETECTABLE && !engine_->IsPublished()) {
+        return "sharing is on and the device is not published";
+    }
+    // Meant: a load of the state of a user who is served already, which a change of the set-up causes, forgets an on
+    // that has not reached the disk, and one whose radios are away just then, without a word to the engine.
+    if (!faulted_ && !reloaded_ && !isOn && engine_->IsPublished()) {
+        return "sharing is off and the device is published";
+    }
+    return {};
+}
+
+// When clients are told of a change the disk has it, but for a radio that heals itself, for what a failure has kept
+// from the disk, and for what a user's own set-up makes of the state that was loaded.
+std::string World::FindFileFault()
+{
+    auto snapshot = DelayedSingleton<ShareSwitchManager>::GetInstance()->GetSnapshot();
+    int32_t inFront = Host::Device::Instance().ForegroundUser();
+    for (int32_t user : USERS) {
+        std::string content = ContentOf(StateFileOf(user));
+        bool isAway = user != servedUser_ && user != snapshot.localUserId && files_.count(user) != 0;
+        bool agreed = FieldOf(content, 0) == STATE_SHARE_ENABLE && FieldOf(content, 1) == DETECTABLE_LASTING &&
+                      FieldOf(content, 2) == ACCOUNT_PERMISSION_ON; // an agreement is written for whoever gave it
+        if (isAway && !agreed && content != files_[user]) {
+            return "the file of user " + std::to_string(user) + " was touched while another is served";
+        }
+        files_[user] = content;
+    }
+    bool sameUser = std::exchange(servedUser_, snapshot.localUserId) == snapshot.localUserId;
+    bool told = std::exchange(told_, false);
+    bool healing = snapshot.btSelfHealing || snapshot.wifiSelfHealing || snapshot.needSyncSettings;
+    bool isLocked =
+        !Host::Device::Instance().FindUser(inFront)->verified; // the files of a locked user cannot be written
+    reloaded_ = reloaded_ && !told;
+    if (faulted_ || healing || isLocked || !told || !sameUser || snapshot.localUserId != inFront) {
+        return {};
+    }
+    if (FieldOf(files_[inFront], 0) != snapshot.enableState) {
+        return "the state file says " + std::to_string(FieldOf(files_[inFront], 0)) + ", the switch " +
+               std::to_string(snapshot.enableState) + " for user " + std::to_string(inFront);
+    }
+    return {};
+}
+
+std::string World::Stop()
+{
+    Host::Faults::Clear();
+    for (const auto& client : clients_) {
+        client->Process().SetHanging(false); // takes what has waited for it
+    }
+    Host::AbilityHost::Instance().Stop();
+    Settle(20000);
+    applications_.clear();
+    clients_.clear();
+    extension_.reset();
+    auditor_.reset();
+    neighbour_.reset();
+    Settle();
+    DelayedRefSingleton<ShareClient>::GetInstance().InstallBackend(nullptr);
+    engine_.reset();
+    // The requests of sends that were still running keep theirs: the process ends with the service.
+    size_t now = CountDescriptors() - DescriptorLedger::OpenCount();
+    if (now > descriptors_ && !faulted_) {
+        return std::to_string(now - descriptors_) + " descriptors are left";
+    }
+    return {};
+}
+
+} // namespace OHOS::Pelago

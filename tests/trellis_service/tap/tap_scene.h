@@ -1,0 +1,69 @@
+#ifndef PELAGO_TESTS_TAP_SCENE_H
+#define PELAGO_TESTS_TAP_SCENE_H
+
+#include "recording_extension.h"
+#include "service_fixture.h"
+
+namespace OHOS::Pelago {
+
+// What the framework publishes when the peer has answered: members by level, the innermost first.
+struct PeerAnswer {
+    std::string cust = R"("OH":1,"devHash":"ab0z","nick":"Nick","corvaneID":"account")";
+    std::string custom = R"("serviceId":"pelago.receiver","subId":"4","shareState":1,"discType":"Action","actionId":7)";
+    std::string extra = R"("CONN_ADDR_TYPE":2,"BLE_MAC":"AA:BB")";
+    std::string top = R"("deviceId":"phone","deviceName":"Phone","concurrentId":"tap1")";
+
+    // Puts `by` in the place of `what`, on the level where that is; at the end of level 1 for an empty one.
+    PeerAnswer With(const std::string& what, const std::string& by) const;
+    std::string Text() const;
+};
+
+// What a peer's framework delivers.
+std::string Delivery(const std::string& members = R"("actionId":7,"concurrentId":"tap1")");
+
+// Sharing is on, a client looks on, the front end's extension is there, and an application that has the focus wants
+// taps.
+class TapScene : public ServiceFixture {
+protected:
+    // The application's callback.
+    class App : public ShareApiCallbackStub {
+    public:
+        void OnShareEventOccurred(int32_t eventId, int32_t cbId, const ShareDeviceInfo& device) override;
+
+        Lines heard; // "told 2 1 phone tap1"
+        ShareDeviceInfo lastDevice;
+    };
+
+    void SetUp() override;
+    void TearDown() override;
+
+    // The devices touch: the framework asks who wants it, and the peer answers.
+    void Touch(const PeerAnswer& answer = {});
+    static void Subscribe();
+    static void Unsubscribe();
+    // Waits until every timer of a tap has run out.
+    static void LetPass();
+    void SwitchSharing(bool on);
+
+    // What has happened since the last look, as one text: what the framework shows ("Send 2"), what the front end is
+    // asked for ("fail 1207", "enable", "connect"), the telemetry, what the client and the application heard, what the
+    // engine was asked, and the error lines.
+    std::string Happened();
+    // The same a tick before, and at, a delay from now; "" before it.
+    std::string HappensAt(int64_t delayMs);
+
+    std::unique_ptr<TestExtension> extension;
+    std::unique_ptr<TestClient> client;
+    const sptr<App> app = new App(); // in the client's process
+
+private:
+    Lines Reports();
+    Lines Errors();
+
+    uint64_t logSeq_ = 0;
+    uint64_t eventSeq_ = 0;
+};
+
+} // namespace OHOS::Pelago
+
+#endif // PELAGO_TESTS_TAP_SCENE_H

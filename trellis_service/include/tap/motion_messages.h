@@ -1,0 +1,58 @@
+#ifndef PELAGO_TAP_MOTION_MESSAGES_H
+#define PELAGO_TAP_MOTION_MESSAGES_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "share_device.h"
+
+// What the two sides of a tap have in common. The types are values; the functions may be called from any thread.
+namespace OHOS::Pelago {
+
+// What a machine of a tap carries in its events: the text that began it, or the device that it leads to. Immutable once
+// sent.
+struct MotionMessage {
+    std::string extraInfo;
+};
+struct NudgeDevice {
+    sptr<ShareDevice> device;
+};
+
+// The values of "shareState" in the texts that peers exchange.
+namespace NudgeShareState {
+inline constexpr uint8_t ENABLE = 1;
+inline constexpr uint8_t DISABLE = 2;
+} // namespace NudgeShareState
+
+// What the user is told of a tap that failed. A busy peer is TransferError::DEVICE_BUSY.
+namespace NudgeError {
+inline constexpr int32_t TIMEOUT = 0;
+inline constexpr int32_t NO_APPLICATION = 1203;
+inline constexpr int32_t PEER_DISABLED = 1207;
+inline constexpr int32_t PEER_REFUSED = 1221; // by a notice of the peer; its reasons are its own
+} // namespace NudgeError
+
+// The error that a peer's bare notice stands for; nothing for a notice that is none.
+[[nodiscard]] std::optional<int32_t> NudgeErrorOfNotice(int32_t notifyInfo);
+
+enum class NudgeRole : int32_t {
+    SENDER = 1,
+    RECEIVER = 2,
+};
+
+// Steps of the framework's picture of a tap.
+namespace NudgeServiceState {
+inline constexpr int32_t STARTED = 2;
+inline constexpr int32_t ENDED = 11;
+} // namespace NudgeServiceState
+
+// Has the framework show, or take away, its picture of a tap. What it says is logged and changes nothing.
+void NudgePublishServiceState(NudgeRole role, int32_t status);
+
+// Whether this device takes part in sharing, as one of NudgeShareState.
+[[nodiscard]] uint8_t NudgeShareStateOf(bool isEnabled);
+
+} // namespace OHOS::Pelago
+
+#endif // PELAGO_TAP_MOTION_MESSAGES_H

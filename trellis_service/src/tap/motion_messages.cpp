@@ -1,0 +1,64 @@
+#include "tap/motion_messages.h"
+
+#include "common_utils.h"
+#include "omnibind_manager.h"
+#include "omnibind_utils.h"
+#include "share_log.h"
+
+namespace OHOS::Pelago {
+namespace {
+
+constexpr int32_t TYPE_TAP = 2; // "type" of what the framework shows
+constexpr const char* SERVICE_NAME = "UI_CorvaneShare";
+
+const char* ServiceNameOf(NudgeRole role)
+{
+    switch (role) {
+        case NudgeRole::SENDER:
+            return "UI_CorvaneShare_Send";
+        case NudgeRole::RECEIVER:
+            return "UI_CorvaneShare_Recv";
+    }
+    return "";
+}
+
+std::string ExtraInfoOf(NudgeRole role)
+{
+    const Json::Ptr json = Json::NewObject();
+    Json::PutBool(json.get(), "isUiEnable", true);
+    Json::Put(json.get(), "role", static_cast<int32_t>(role));
+    Json::Put(json.get(), "type", TYPE_TAP);
+    Json::Put(json.get(), "deviceType", CommonUtils::GetLocalDeviceType());
+    return Json::Print(json);
+}
+
+} // namespace
+
+std::optional<int32_t> NudgeErrorOfNotice(int32_t notifyInfo)
+{
+    switch (notifyInfo) {
+        case 1:
+            return NudgeError::NO_APPLICATION;
+        case 3:
+            return NudgeError::PEER_REFUSED;
+        default: // an open set: peers may be newer
+            return std::nullopt;
+    }
+}
+
+void NudgePublishServiceState(NudgeRole role, int32_t status)
+{
+    const std::string extraInfo = ExtraInfoOf(role);
+    SHARE_LOGI(Log::SERVICE, "NudgePublishServiceState status %{public}d", status);
+    SHARE_LOGI(Log::SERVICE, "extraInfo %{public}s", extraInfo.c_str());
+    const int32_t result = Synfold::OmnibindManager::GetInstance().PublishServiceState(
+        ServiceNameOf(role), SERVICE_NAME, extraInfo, status);
+    SHARE_LOGI(Log::SERVICE, "NudgePublishServiceState result %{public}d", result);
+}
+
+uint8_t NudgeShareStateOf(bool isEnabled)
+{
+    return isEnabled ? NudgeShareState::ENABLE : NudgeShareState::DISABLE;
+}
+
+} // namespace OHOS::Pelago
