@@ -473,11 +473,12 @@ void World::MoveFocus()
 void World::Gesture()
 {
     if (dice_.OneIn(2)) {
-        // GESTURE
+        TrellisService::NotifyCorvaneShareApiCBOnSwingEvent(0, 0, 0, "swing", -1);
         return;
     }
     ShareDevice target = DrawPeer();
     target.SetDiscoveredBy(Discoverer::SWING);
+    ended_.erase(target.GetDeviceId()); // content that waits is prepared for it
     engine_->Found(target);
 }
 
@@ -490,12 +491,15 @@ void World::SwingStatus()
 // Both sides of a tap, in any order: a peer's answer, a peer's question, the framework's own question.
 void World::Tap()
 {
+    std::string id = PeerId();
     switch (dice_.Below(3)) {
         case 0:
             collab_->Knock();
             break;
         case 1:
-            collab_->PublishEvent(TapAnswer(PeerId(), dice_.OneIn(4) ? 2 : 1, dice_.OneIn(8)));
+            moved_.insert(id); // a tap knows nothing of contacts
+            ended_.erase(id);  // an application may answer with a send
+            collab_->PublishEvent(TapAnswer(id, dice_.OneIn(4) ? 2 : 1, dice_.OneIn(8)));
             break;
         default:
             collab_->Deliver(dice_.OneIn(3) ? R"({"notifyInfo":1})" : TapRequest());

@@ -111,6 +111,7 @@ void World::StartDevice(const std::string& folder, bool isFirstLife)
         device.SwitchBluetooth(Host::BluetoothMode::OFF);
     }
     engine_ = std::make_shared<ScriptedEngine>();
+    engine_->whenStarted = [this](ScriptedTransfer& transfer) { ended_.erase(transfer.deviceId); };
     DelayedRefSingleton<ShareClient>::GetInstance().InstallBackend(engine_);
     collab_ = std::make_shared<ScriptedCollab>();
     Synfold::InstallCollabBackend(collab_);

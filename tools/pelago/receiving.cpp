@@ -44,7 +44,7 @@ constexpr struct {
 // The course of one receive.
 class Progress : public ReceiveProgressStub {
 public:
-    Progress(std::string sender, int64_t total, bool json, std::shared_ptr<Outcome> outcome)
+    Progress(const std::string& sender, int64_t total, bool json, std::shared_ptr<Outcome> outcome)
         : bar_(EscapeForTerminal(sender), total), json_(json), outcome_(std::move(outcome))
     {}
     void OnProgress(int64_t bytes, int64_t total, int64_t speed) override
