@@ -27,7 +27,7 @@ TEST(Simulation, NothingThatCanHappenBreaksAnInvariant)
         static_cast<unsigned long long>(result.steps), static_cast<unsigned long long>(result.lives),
         static_cast<unsigned long long>(result.traceHash));
     EXPECT_EQ(result.fault, "") << "repeat with: PELAGO_SIM_SEED=" << run.seed << " PELAGO_SIM_STEPS=" << run.steps
-                                << " PELAGO_SIM_TRACE=1 ./run sim";
+                                << " PELAGO_SIM_TRACE=1 ./run test Simulation.Nothing";
 }
 
 TEST(Simulation, TheSameSeedGivesTheSameTrace)

@@ -1,9 +1,5 @@
 #include <functional>
 
-#include <cJSON.h>
-
-#include "callback_stubs.h"
-#include "device_picker_client.h"
 #include "discovery/cache_map_manager.h"
 #include "gesture/corvane_share_callback_manager.h"
 #include "host/ability_host.h"
@@ -26,67 +22,6 @@ constexpr size_t MOST_APPLICATIONS = 3;
 Host::Device& Model()
 {
     return Host::Device::Instance();
-}
-
-// Answers every event with a send to the device that came with it.
-class AnsweringCallback : public ShareApiCallbackStub {
-public:
-    AnsweringCallback(TestClient& client, std::string& heard) : client_(client), heard_(heard)
-    {}
-    void OnShareEventOccurred(int32_t eventId, int32_t cbId, const ShareDeviceInfo& device) override
-    {
-        heard_ += "  event " + std::to_string(eventId) + " " + std::to_string(cbId) + " " + device.deviceId + "\n";
-        client_.Process().Post([this, device] {
-            BytesInfo bytes;
-            bytes.bytesTitle = "answer";
-            (void)client_->SendBytes(device, bytes);
-        });
-    }
-
-private:
-    TestClient& client_;
-    std::string& heard_;
-};
-
-using Json = std::unique_ptr<cJSON, decltype(&cJSON_Delete)>;
-
-std::string TextOf(const Json& json)
-{
-    std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_PrintUnformatted(json.get()), cJSON_free);
-    return text.get();
-}
-
-// What a peer asks for when it is touched.
-std::string TapRequest()
-{
-    Json json(cJSON_CreateObject(), cJSON_Delete);
-    cJSON_AddStringToObject(json.get(), "serviceId", Synfold::DevicePickerClient::SOFTBUS_SENDER_SERVICE_ID.c_str());
-    cJSON_AddStringToObject(json.get(), "concurrentId", "tap");
-    cJSON_AddNumberToObject(json.get(), "actionId", 7);
-    return TextOf(json);
-}
-
-// What comes back from a peer that was touched.
-std::string TapAnswer(const std::string& peer, int shareState, bool refreshed)
-{
-    Json publishInfo(cJSON_CreateObject(), cJSON_Delete);
-    cJSON_AddNumberToObject(publishInfo.get(), "OH", 1);
-    cJSON_AddBoolToObject(publishInfo.get(), "newActionID", refreshed);
-    Json custom(cJSON_CreateObject(), cJSON_Delete);
-    cJSON_AddStringToObject(
-        custom.get(), "serviceId", Synfold::DevicePickerClient::SOFTBUS_RECEIVER_SERVICE_ID.c_str());
-    cJSON_AddStringToObject(custom.get(), "subId", "4");
-    cJSON_AddNumberToObject(custom.get(), "shareState", shareState);
-    cJSON_AddStringToObject(custom.get(), "discType", "Action");
-    cJSON_AddNumberToObject(custom.get(), "actionId", 7);
-    cJSON_AddStringToObject(custom.get(), "custData", TextOf(publishInfo).c_str());
-    Json extra(cJSON_CreateObject(), cJSON_Delete);
-    cJSON_AddStringToObject(extra.get(), "CUSTOM_DATA", TextOf(custom).c_str());
-    Json json(cJSON_CreateObject(), cJSON_Delete);
-    cJSON_AddStringToObject(json.get(), "deviceId", peer.c_str());
-    cJSON_AddStringToObject(json.get(), "concurrentId", "tap");
-    cJSON_AddStringToObject(json.get(), "extraData", TextOf(extra).c_str());
-    return TextOf(json);
 }
 
 } // namespace

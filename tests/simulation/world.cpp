@@ -25,11 +25,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string StateFileOf(int32_t user)
-{
-    return Host::Device::Instance().Root() + "/data/service/el2/" + std::to_string(user) + "/pelago/switch.cfg";
-}
-
 std::string ContentOf(const std::string& path)
 {
     std::ifstream file(path, std::ios::binary);
@@ -61,14 +56,12 @@ size_t Dice::Below(size_t limit)
     return static_cast<size_t>(Next() % limit);
 }
 
-World::World(uint64_t seed, const std::string& folder, bool isFirstLife) : dice_(seed)
+World::World(uint64_t seed, const std::string& folder, bool isFirstLife)
+    : dice_(seed), device_(dice_.Next(), folder, isFirstLife), fault_(device_.fault)
 {
-    if (!Host::Scheduler::Instance().UseManualTime(dice_.Next())) {
-        fault_ = "no manual time";
-        return;
-    }
-    StartDevice(folder, isFirstLife);
-    (void)Host::HostSettings::Get("any"); // opens the database, which stays open
+    engine_->whenStarted = [this](ScriptedTransfer& transfer) { ended_.erase(transfer.deviceId); };
+    file_ = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    DrawHardware();
     descriptors_ = CountDescriptors();
     Host::AbilityHost::Instance().Start();
     Settle();
@@ -85,43 +78,20 @@ World::~World()
 }
 
 // The hardware may be in any state when a process begins.
-void World::StartDevice(const std::string& folder, bool isFirstLife)
+void World::DrawHardware()
 {
-    bool showLog = std::getenv("PELAGO_SIM_LOG") != nullptr;
-    Host::SetLogLevel(showLog ? LOG_DEBUG : LOG_FATAL);
-    Host::SetLogToStderr(showLog);
-    auto& device = Host::Device::Instance();
-    if (!device.Configure({"Blue phone", std::string(64, 'A'), "phone", folder})) {
-        fault_ = "no device";
-    }
-    RuntimeEnv::Install(
-        {folder, [] { return Host::Scheduler::Instance().WallTimeMs(); }, Host::Scheduler::StartDetached});
-    for (int32_t user : USERS) {
-        (void)device.PutUser({user, Host::UserType::ORDINARY, true, {}}); // the ids are valid
-        fs::create_directories(fs::path(StateFileOf(user)).parent_path());
-    }
-    fs::create_directories(folder + "/data/service/el1/public/pelago");
-    if (isFirstLife && !Host::HostSettings::SeedFreshDevice({USERS.begin(), USERS.end()})) {
-        fault_ = "no settings";
+    if (dice_.OneIn(4)) {
+        Host::Device::Instance().SwitchWifi(Host::WifiMode::OFF);
     }
     if (dice_.OneIn(4)) {
-        device.SwitchWifi(Host::WifiMode::OFF);
+        Host::Device::Instance().SwitchBluetooth(Host::BluetoothMode::OFF);
     }
-    if (dice_.OneIn(4)) {
-        device.SwitchBluetooth(Host::BluetoothMode::OFF);
-    }
-    engine_ = std::make_shared<ScriptedEngine>();
-    engine_->whenStarted = [this](ScriptedTransfer& transfer) { ended_.erase(transfer.deviceId); };
-    DelayedRefSingleton<ShareClient>::GetInstance().InstallBackend(engine_);
-    collab_ = std::make_shared<ScriptedCollab>();
-    Synfold::InstallCollabBackend(collab_);
-    file_ = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
     Settle(2000); // the radios have arrived
 }
 
 void World::Settle(int64_t ms)
 {
-    if (!Host::Scheduler::Instance().Advance(ms) && fault_.empty()) {
+    if (!SimulatedDevice::Settle(ms) && fault_.empty()) {
         fault_ = "time does not come to rest";
     }
 }
@@ -288,8 +258,7 @@ std::string World::Stop()
     auditor_.reset();
     neighbour_.reset();
     Settle();
-    DelayedRefSingleton<ShareClient>::GetInstance().InstallBackend(nullptr);
-    engine_.reset();
+    engine_->CloseTransfers();
     // The requests of sends that were still running keep theirs: the process ends with the service.
     size_t now = CountDescriptors() - DescriptorLedger::OpenCount();
     if (now > descriptors_ && !faulted_) {

@@ -11,8 +11,7 @@
 #include "core/trellis_service.h"
 #include "recording_client.h"
 #include "recording_extension.h"
-#include "scripted_collab.h"
-#include "scripted_engine.h"
+#include "simulated_device.h"
 #include "switch/share_switch_manager.h"
 
 namespace OHOS::Pelago {
@@ -46,8 +45,6 @@ struct Application {
     int32_t pid = 0;
 };
 
-// The users that the device has, and the ids that its peers draw from.
-inline constexpr std::array<int32_t, 2> USERS{100, 101};
 inline constexpr size_t PEERS = 6;
 
 // A device with the whole service in it, in manual time, and all that can happen to it. One for each life of the
@@ -70,7 +67,7 @@ private:
     struct StepRow;
     static const StepRow STEPS[];
 
-    void StartDevice(const std::string& folder, bool isFirstLife);
+    void DrawHardware();
     void Settle(int64_t ms = 0);
     std::string PeerId();
     ShareDevice DrawPeer();
@@ -121,8 +118,9 @@ private:
     std::string FindFileFault();
 
     Dice dice_;
-    std::shared_ptr<ScriptedEngine> engine_;
-    std::shared_ptr<ScriptedCollab> collab_;
+    SimulatedDevice device_;
+    const std::shared_ptr<ScriptedEngine> engine_ = device_.engine;
+    const std::shared_ptr<ScriptedCollab> collab_ = device_.collab;
     sptr<IRemoteObject> serviceObject_;     // looked up before any call of the host fails
     std::unique_ptr<TestClient> auditor_;   // registered from the start, never hangs
     std::unique_ptr<TestClient> neighbour_; // the same: an only entry of the list may be taken out by anybody

@@ -63,6 +63,9 @@ public:
     // Plays a report of the latest transfer to the device.
     void Report(const std::string& deviceId, const std::function<void(ITransmitCallback&)>& report);
 
+    // Lets go of the descriptors of all transfers.
+    void CloseTransfers();
+
     // Runs inside each request that starts a transfer, before the service has the handle: what a device's engine may
     // do, and ours never does.
     std::function<void(ScriptedTransfer&)> whenStarted;

@@ -64,6 +64,11 @@ ScriptedEngine::ScriptedEngine() : queue_(Host::Scheduler::Instance().CreateQueu
 
 ScriptedEngine::~ScriptedEngine()
 {
+    CloseTransfers();
+}
+
+void ScriptedEngine::CloseTransfers()
+{
     for (const auto& transfer : transfers_) {
         CloseFiles(transfer->bean);
     }
