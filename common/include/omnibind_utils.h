@@ -20,6 +20,7 @@ using Ptr = std::unique_ptr<cJSON, Deleter>;
 
 // Null when `text` is no JSON; `*errorAt` is then the rest of `text` from where it stops to be.
 [[nodiscard]] Ptr Parse(const std::string& text, const char** errorAt = nullptr);
+Ptr Parse(const std::string&& text, const char** errorAt) = delete; // it would point into a text that is gone
 // An empty object; null without memory.
 [[nodiscard]] Ptr NewObject();
 

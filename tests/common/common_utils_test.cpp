@@ -2,13 +2,11 @@
 
 #include <clocale>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "cJSON.h"
 #include "common_utils.h"
 #include "host/device.h"
 #include "host/faults.h"
@@ -101,7 +99,7 @@ TEST_F(CommonUtilsTest, WifiCountsWhenItIsUpOrHalfUp)
     }
 }
 
-TEST_F(CommonUtilsTest, ARadioThatDoesNotAnswerIsNotAvailable)
+TEST_F(CommonUtilsTest, ARadioThatDoesNotAnswerIsNotAvailableAndBleCountsWithoutClassicBluetooth)
 {
     int state = 77;
     Faults::Inject("wifi.GetInstance", 2);
@@ -111,17 +109,13 @@ TEST_F(CommonUtilsTest, ARadioThatDoesNotAnswerIsNotAvailable)
     EXPECT_EQ(state, 77);
     EXPECT_EQ(tap_.Take(),
         LinesOf(Log::SHARE, {"wifiDevice is nullptr", "wifiDevice is nullptr", "GetWifiDetailState failed"}));
-}
-
-TEST_F(CommonUtilsTest, BleCountsWithoutClassicBluetooth)
-{
-    EXPECT_TRUE(CommonUtils::IsBluetoothEnable() && CommonUtils::IsBleAvailable());
-    Device::Instance().SwitchBluetooth(Host::BluetoothMode::BLE_ONLY);
-    ASSERT_TRUE(Scheduler::Instance().Advance(10'000));
-    EXPECT_TRUE(!CommonUtils::IsBluetoothEnable() && CommonUtils::IsBleAvailable());
-    Device::Instance().SwitchBluetooth(Host::BluetoothMode::OFF);
-    ASSERT_TRUE(Scheduler::Instance().Advance(10'000));
-    EXPECT_FALSE(CommonUtils::IsBleAvailable());
+    using Host::BluetoothMode;
+    for (BluetoothMode mode : {BluetoothMode::ON, BluetoothMode::BLE_ONLY, BluetoothMode::OFF}) {
+        Device::Instance().SwitchBluetooth(mode);
+        ASSERT_TRUE(Scheduler::Instance().Advance(10'000));
+        EXPECT_EQ(CommonUtils::IsBluetoothEnable(), mode == BluetoothMode::ON);
+        EXPECT_EQ(CommonUtils::IsBleAvailable(), mode != BluetoothMode::OFF);
+    }
     EXPECT_EQ(tap_.Take(), LinesOf(Log::SHARE, {"Ble is not available"}));
 }
 
@@ -198,34 +192,6 @@ TEST_F(CommonUtilsTest, TheFrontHalfOfANameIsMasked)
     for (const auto& [name, masked] : rows) {
         EXPECT_EQ(CommonUtils::GetSecureDeviceName(name), masked) << name;
     }
-}
-
-TEST_F(CommonUtilsTest, TheLocaleComesAndGoes)
-{
-    char* before = nullptr;
-    ASSERT_TRUE(CommonUtils::SetLocale(&before));
-    ASSERT_STREQ(before, "C");
-    ASSERT_NE(std::setlocale(LC_CTYPE, "POSIX"), nullptr); // may free the library's own text of the name
-    CommonUtils::RestoreLocale(before);
-    EXPECT_EQ(tap_.Take(), Lines());
-    EXPECT_FALSE(CommonUtils::SetLocale(nullptr));
-    CommonUtils::RestoreLocale(nullptr);
-    CommonUtils::RestoreLocale("no such locale");
-    EXPECT_EQ(tap_.Take(),
-        LinesOf(Log::SHARE, {"localeBefore is nullptr", "localeBefore is nullptr", "restore locale failed"}));
-}
-
-TEST_F(CommonUtilsTest, JsonObjectsTakeWhatIsNotNull)
-{
-    const std::unique_ptr<cJSON, decltype(&cJSON_Delete)> json(cJSON_CreateObject(), &cJSON_Delete);
-    EXPECT_TRUE(CommonUtils::AddStringToJsonObject(json.get(), "text", "value"));
-    EXPECT_TRUE(CommonUtils::AddNumberToJsonObject(json.get(), "number", -7));
-    EXPECT_TRUE(CommonUtils::AddBoolToJsonObject(json.get(), "bool", true));
-    EXPECT_FALSE(CommonUtils::AddStringToJsonObject(json.get(), "k", nullptr));
-    EXPECT_FALSE(CommonUtils::AddNumberToJsonObject(nullptr, "k", 1));
-    EXPECT_FALSE(CommonUtils::AddBoolToJsonObject(json.get(), nullptr, true));
-    const std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_PrintUnformatted(json.get()), &cJSON_free);
-    EXPECT_STREQ(text.get(), R"({"text":"value","number":-7,"bool":true})");
 }
 
 } // namespace

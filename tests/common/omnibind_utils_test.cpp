@@ -10,70 +10,47 @@ namespace OHOS::Pelago {
 namespace {
 
 const std::string DEEP(5000, '[');
-const std::string LARGE(2 << 20, 'x');
-
-std::string Quoted(const std::string& text)
-{
-    return "\"" + text + "\"";
-}
 
 TEST(OmnibindUtils, TakesOfThePreviewExtraWhatIsThere)
 {
-    struct Row {
-        std::string extra;
-        const char* expected; // title, description and show mode, each "-" and 0 where it was left alone
-        const char* log;
-    };
     const auto inner = [](const std::string& text) { return R"({"text":")" + text + R"("})"; };
-    const Row rows[] = {
+    // The extra; title, description and show mode, each "-" and 0 where it was left alone; the log.
+    const std::tuple<std::string, std::string, const char*> rows[] = {
         {inner(R"({\"title\":\"T\",\"description\":\"D\",\"showMode\":4})"), "T D 4", ""}, {"", "- - 0", ""},
-        {"{", "- - 0", "cJSON_Parse failed."}, {DEEP, "- - 0", "cJSON_Parse failed."}, {"null", "- - 0", ""},
-        {"[\"text\"]", "- - 0", ""}, {"{}", "- - 0", ""}, {R"({"text":7})", "- - 0", ""},
-        {R"({"Text":"{}"})", "- - 0", ""}, {inner("{"), "- - 0", ""}, {inner(DEEP), "- - 0", ""},
-        {inner("7"), "- - 0", ""}, {inner(""), "- - 0", ""},
-        {inner(R"({\"title\":7,\"description\":null,\"showMode\":\"4\"})"), "- - 0", ""},
+        {"{", "- - 0", "cJSON_Parse failed."}, {DEEP, "- - 0", "cJSON_Parse failed."}, {"[\"text\"]", "- - 0", ""},
+        {"{}", "- - 0", ""}, {R"({"text":7})", "- - 0", ""}, {inner("{"), "- - 0", ""}, {inner(DEEP), "- - 0", ""},
+        {inner("7"), "- - 0", ""}, {inner(R"({\"title\":7,\"description\":null,\"showMode\":\"4\"})"), "- - 0", ""},
         {inner(R"({\"title\":\"\",\"showMode\":1e99})"), " - 2147483647", ""},
         {inner(R"({\"title\":\"a\",\"title\":\"b\",\"showMode\":-2.9})"), "a - -2", ""},
         {inner(R"({\"title\":\")" + std::string("\xff\xfe") + R"(\"})") + " and more", "\xff\xfe - 0", ""},
         {R"({"text":{"title":"T"}})", "- - 0", ""}, // an object where its text is meant
     };
-    for (const Row& row : rows) {
+    for (const auto& [extra, expected, log] : rows) {
         LogTap tap;
-        std::string title = "-";
-        std::string description = "-";
+        std::string title = "-", description = "-";
         int32_t showMode = 0;
-        OmnibindUtils::ParsePreviewExtraInfo(row.extra, title, description, showMode);
-        EXPECT_EQ(title + " " + description + " " + std::to_string(showMode), row.expected) << row.extra.substr(0, 80);
-        EXPECT_EQ(tap.Take(), *row.log == '\0' ? Lines() : LinesOf(Log::SHARE, {row.log}));
+        OmnibindUtils::ParsePreviewExtraInfo(extra, title, description, showMode);
+        EXPECT_EQ(title + " " + description + " " + std::to_string(showMode), expected) << extra.substr(0, 80);
+        EXPECT_EQ(tap.Take(), *log == '\0' ? Lines() : LinesOf(Log::SHARE, {log}));
     }
 }
 
 TEST(OmnibindUtils, PassesABareThumbnailThroughAndNoBareIcon)
 {
-    struct Row {
-        std::string data;
-        std::string thumbnail;
-        std::string icon;
-        std::string log; // of the thumbnail
-    };
     const std::string both = R"({"thumbnail":"small","iconBase64":"aWNvbg=="})";
-    const Row rows[] = {
-        {both, "small", "aWNvbg==", ""},
-        {"", "", "", ""},
-        {"bare", "bare", "", "cJSON_Parse error:bare\n"},
-        {"{\"thumbnail\":", "{\"thumbnail\":", "", "cJSON_Parse error:\n"},
-        {"[]", "[]", "", "thumbnail not carried or type error."},
-        {R"({"thumbnail":1,"iconBase64":{}})", R"({"thumbnail":1,"iconBase64":{}})", "",
-            "thumbnail not carried or type error."},
-        {Quoted(LARGE), Quoted(LARGE), "", "thumbnail not carried or type error."},
-        {both + std::string(1, '\0') + "{", "small", "aWNvbg==", ""},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.data.substr(0, 60));
+    const std::string quoted = '"' + std::string(2 << 20, 'x') + '"', numbers = R"({"thumbnail":1,"iconBase64":{}})";
+    const std::string missing = "thumbnail not carried or type error.";
+    // The data; its thumbnail; its icon; the log of the thumbnail.
+    const std::tuple<std::string, std::string, std::string, std::string> rows[] = {{both, "small", "aWNvbg==", ""},
+        {"", "", "", ""}, {"bare", "bare", "", "cJSON_Parse error:bare\n"},
+        {"{\"thumbnail\":", "{\"thumbnail\":", "", "cJSON_Parse error:\n"}, {"[]", "[]", "", missing},
+        {numbers, numbers, "", missing}, {quoted, quoted, "", missing},
+        {both + std::string(1, '\0') + "{", "small", "aWNvbg==", ""}};
+    for (const auto& [data, thumbnail, icon, log] : rows) {
         LogTap tap;
-        EXPECT_TRUE(OmnibindUtils::GetThumbnailFromPreviewData(row.data) == row.thumbnail);
-        EXPECT_EQ(tap.Take(), row.log.empty() ? Lines() : LinesOf(Log::SHARE, {row.log}));
-        EXPECT_EQ(OmnibindUtils::GetIconFromPreviewData(row.data), row.icon);
+        EXPECT_TRUE(OmnibindUtils::GetThumbnailFromPreviewData(data) == thumbnail) << data.substr(0, 60);
+        EXPECT_EQ(tap.Take(), log.empty() ? Lines() : LinesOf(Log::SHARE, {log}));
+        EXPECT_EQ(OmnibindUtils::GetIconFromPreviewData(data), icon);
     }
     EXPECT_EQ(OmnibindUtils::GetThumbnailFromPreviewData(DEEP), DEEP);
 }
@@ -82,9 +59,7 @@ TEST(OmnibindUtils, WritesTheMembersInOrderAndTheShownOnesAsTextInside)
 {
     ASSERT_TRUE(Host::Device::Instance().Configure({"", "", "tablet", ""}));
     LogTap tap;
-    const std::string preview = "p\"";
-    const std::string title = "T\n";
-    const std::string empty;
+    const std::string preview = "p\"", title = "T\n", empty;
     const OmnibindUtils::MotionExtraInfo info{6, 1, preview, title, empty, empty, "head", "Ada Lovelace", "phone"};
     EXPECT_EQ(info.GetShowData(),
         "{\n\t\"title\":\t\"T\\n\",\n\t\"description\":\t\"\",\n\t\"previewSource\":\t\"\",\n\t\"icon\":\t\"\",\n\t"

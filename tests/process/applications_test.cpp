@@ -1,6 +1,5 @@
+#include <algorithm>
 #include <csignal>
-#include <cstdlib>
-#include <cstring>
 #include <future>
 #include <map>
 #include <random>
@@ -19,6 +18,7 @@ namespace {
 
 constexpr int32_t KNOCK = 2;
 constexpr int32_t GESTURE = 3;
+constexpr uint32_t FOUND_BY_TAP = 2;
 
 class ApiCallback : public ShareApiCallbackStub {
 public:
@@ -53,24 +53,6 @@ protected:
         auto child = Pelago(words);
         EXPECT_TRUE(WaitUntil([&] { return child->Output().find("ready") != std::string::npos; })) << child->Output();
         return child;
-    }
-    // The service has heard of it when this returns: it is told after the command, and says so in its log.
-    void Focus(pid_t pid) const
-    {
-        (void)phone->Control({"sim", "focus", "none"}); // so that there is something to hear in any case
-        std::string before = std::to_string(LastLine());
-        Host::ControlAnswer answer = phone->Control({"sim", "focus", std::to_string(pid)});
-        EXPECT_EQ(answer.result, Host::ControlResult::DONE) << answer.error;
-        EXPECT_TRUE(WaitUntil([&] {
-            return phone->Control({"log", before}).json.find(" OnFocused#") != std::string::npos;
-        }));
-    }
-    // The number of the newest line of the log.
-    int LastLine() const
-    {
-        std::string log = phone->Control({"log"}).json;
-        size_t last = log.rfind("{\"seq\":");
-        return last == std::string::npos ? 0 : std::atoi(log.c_str() + last + std::strlen("{\"seq\":"));
     }
     void Swing() const
     {
@@ -145,7 +127,7 @@ TEST_F(Applications, OneMayCallEverythingFromInsideItsCallback)
     };
     ASSERT_TRUE(service->RegisterShareApiCallback(callback));
     ASSERT_TRUE(service->RegisterShareEventCallback(GESTURE, 1));
-    Focus(::getpid());
+    phone->Focus(::getpid());
     Swing();
     EXPECT_TRUE(WaitUntil([&] { return called.load(); })) << answered;
     EXPECT_EQ(phone->Dumped("gesture", "apps"), 0) << "what was unregistered inside is gone";
@@ -159,14 +141,14 @@ TEST_F(Applications, EachOneThatIsStuckCostsTheNextOneWaitTimeWhileTheServiceAns
     }
     auto lively = App("com.example.lively", {"--on-gesture"});
     for (const auto& app : stuck) {
-        Focus(app->Pid());
+        phone->Focus(app->Pid());
         auto gesture = std::async(std::launch::async, [this] { Swing(); });
         EXPECT_TRUE(WaitUntil([&] { return app->Output().find("gesture") != std::string::npos; })); // inside
         EXPECT_TRUE(phone->As("plain")->IsFocusPidsRegisterSwing());
         EXPECT_EQ(phone->As("app")->GetEnableState(), 0);
         EXPECT_EQ(gesture.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
     }
-    Focus(lively->Pid());
+    phone->Focus(lively->Pid());
     Swing();
     EXPECT_TRUE(WaitUntil([&] { return lively->Output().find("gesture") != std::string::npos; }));
     stuck[0]->Signal(SIGTERM);
@@ -176,7 +158,7 @@ TEST_F(Applications, EachOneThatIsStuckCostsTheNextOneWaitTimeWhileTheServiceAns
 TEST_F(Applications, OneThatLeavesInsideItsCallbackMayStillAnswer)
 {
     auto leaving = App("com.example.leaving", {"--on-gesture", "--text", "bye", "--leave-inside"});
-    Focus(leaving->Pid());
+    phone->Focus(leaving->Pid());
     Swing();
     EXPECT_TRUE(WaitUntil([&] { return leaving->Output().find("answered the gesture") != std::string::npos; }));
     EXPECT_TRUE(HasRegistered(0));
@@ -276,37 +258,57 @@ TEST_F(Applications, OfACrowdThatDiesWhileEventsArriveNothingIsToldTheWrongOneAn
     Crowd crowd(*phone, COUNT); // before this process has threads
     crowd.OpenGate();
     ASSERT_TRUE(HasRegistered(COUNT));
-    std::map<pid_t, int> expected; // how often each may be told at most
-    auto point = [&](size_t index) {
-        ++expected[crowd.Pids()[index]];
-        Focus(crowd.Pids()[index]);
-        Swing();
+    auto tablet = NewDevice("tablet"); // the knocks are its
+    auto front = Pelago({"-d", "tablet", "extension", "--dir", NewFolder("inbox")});
+    phone->SwitchOn();
+    tablet->SwitchOn();
+    sptr<ITrellisService> service = phone->As("owner");
+    SendBean text;
+    text.text = "a text";
+    std::map<std::pair<pid_t, int32_t>, int> expected; // how often each may be told of it at most
+    auto point = [&](size_t index, int32_t eventId) {
+        ++expected[{crowd.Pids()[index], eventId}];
+        phone->Focus(crowd.Pids()[index]);
+        if (eventId == GESTURE) {
+            Swing();
+            return;
+        }
+        if (phone->Control({"tap", "tablet"}).json.find("answered") == std::string::npos) {
+            return; // whoever was to hear of it is dead
+        }
+        EXPECT_TRUE(WaitUntil([&service, &text] { // in the application's place, which ends the tap
+            std::vector<ShareDeviceInfo> peers = service->GetAllUserList();
+            std::for_each(peers.begin(), peers.end(), [](ShareDeviceInfo& peer) { peer.discoveredBy = FOUND_BY_TAP; });
+            return !peers.empty() && service->Send(peers[0], text, "test");
+        }));
+        EXPECT_TRUE(phone->Shows({"\"preparing\":false", "\"sending\":0"}));
+        EXPECT_TRUE(tablet->Shows({"\"delivering\":false"}));
     };
     while (crowd.Pids().size() > COUNT / 2) {
         size_t chosen = random() % crowd.Pids().size();
-        auto gesture = std::async(std::launch::async, point, chosen);
+        auto event = std::async(std::launch::async, point, chosen, random() % 4 == 0 ? KNOCK : GESTURE);
         if (random() % 2 == 0) {
-            gesture.wait();
+            event.wait();
             crowd.Kill(random() % crowd.Pids().size());
         } else {
             pid_t pid = crowd.Pids()[chosen];
             (void)::kill(pid, SIGKILL); // perhaps just while it is told
-            gesture.wait();
+            event.wait();
             crowd.Kill(chosen);
         }
     }
     for (const Told& told : crowd.TakeTold()) {
-        EXPECT_EQ(told.eventId, GESTURE);
         EXPECT_EQ(told.cbId, told.pid);
-        EXPECT_GE(--expected[told.pid], 0) << told.pid << " was told what was not for it";
+        EXPECT_GE((--expected[{told.pid, told.eventId}]), 0) << told.pid << " was told what was not for it";
     }
     EXPECT_TRUE(HasRegistered(COUNT / 2));
     EXPECT_EQ(phone->Dumped("gesture", "knock"), COUNT / 2);
-    for (size_t index : {size_t{0}, crowd.Pids().size() - 1}) {
-        point(index);
+    for (const auto& [index, eventId] : {std::pair(size_t{0}, GESTURE), std::pair(crowd.Pids().size() - 1, KNOCK)}) {
+        point(index, eventId);
         std::vector<Told> told = crowd.TakeTold();
         ASSERT_EQ(told.size(), 1U);
         EXPECT_EQ(told[0].pid, crowd.Pids()[index]);
+        EXPECT_EQ(told[0].eventId, eventId);
     }
     while (!crowd.Pids().empty()) {
         crowd.Kill(0);

@@ -1,5 +1,6 @@
 #include "process_scene.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
@@ -140,11 +141,40 @@ int64_t RunningDevice::Dumped(const std::string& section, const std::string& key
     return cJSON_IsNumber(value) ? value->valueint : -1;
 }
 
+bool RunningDevice::Shows(const std::vector<std::string>& texts) const
+{
+    return WaitUntil([&] {
+        const std::string dump = Control({"dump"}).json;
+        return std::all_of(texts.begin(), texts.end(),
+            [&dump](const std::string& text) { return dump.find(text) != std::string::npos; });
+    });
+}
+
 void RunningDevice::SwitchOn() const
 {
     sptr<ITrellisService> service = As("owner");
     ASSERT_TRUE(service->SetShareEnableWithConfirm(1, 2, false, false));
     ASSERT_TRUE(WaitUntil([&service] { return service->IsEnabled(); }));
+}
+
+// Told after the command, the service says so in its log.
+void RunningDevice::Focus(pid_t pid) const
+{
+    (void)Control({"sim", "focus", "none"}); // so that there is something to hear in any case
+    (void)NewLog();
+    const Host::ControlAnswer answer = Control({"sim", "focus", pid == 0 ? "none" : std::to_string(pid)});
+    EXPECT_EQ(answer.result, Host::ControlResult::DONE) << answer.error;
+    EXPECT_TRUE(pid == 0 || WaitUntil([this] { return NewLog().find(" OnFocused#") != std::string::npos; }));
+}
+
+std::string RunningDevice::NewLog() const
+{
+    const std::string number = "{\"seq\":";
+    std::string log = Control({"log", lastLine_}).json;
+    if (const size_t last = log.rfind(number); last != std::string::npos) {
+        lastLine_ = std::to_string(std::atoi(log.c_str() + last + number.size()));
+    }
+    return log;
 }
 
 void ProcessScene::SetUp()

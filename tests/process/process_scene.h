@@ -56,13 +56,21 @@ public:
     Host::ControlAnswer Control(const std::vector<std::string>& words) const;
     // A number of the dump, e.g. "sizes", "clients".
     int64_t Dumped(const std::string& section, const std::string& key) const;
+    // Whether its dump comes to say all of this, e.g. "\"preparing\":false".
+    [[nodiscard]] bool Shows(const std::vector<std::string>& texts) const;
     void SwitchOn() const;
+    // The window of a process, or none, comes to the front. The service has heard of it when this returns.
+    void Focus(pid_t pid) const;
 
     const std::string id;
     Child daemon;
 
 private:
+    // What the log has said since it was asked last.
+    std::string NewLog() const;
+
     const std::filesystem::path home_;
+    mutable std::string lastLine_ = "0"; // the number of the newest line that NewLog has given
 };
 
 // A home of its own for each case.

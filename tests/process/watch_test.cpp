@@ -37,5 +37,19 @@ TEST_F(Watching, EveryChangeOfTheSwitchIsShownWithItsReason)
     EXPECT_EQ(watch->Wait(), 3) << "and the end of the device is said";
 }
 
+TEST_F(Watching, WhoeverUsesTheDeviceEndsWithItAndIsToldSo)
+{
+    auto device = NewDevice("phone");
+    device->SwitchOn();
+    std::string file = NewFile("card.vcf", 10).string();
+    EXPECT_EQ(Pelago({"send", file, "--to", "", "--wait", "0"})->Wait(), 5) << "no name is nobody's name";
+    auto send = Pelago({"send", file, "--to", "nobody", "--wait", "60"});
+    auto nearby = Pelago({"nearby", "--watch"});
+    ASSERT_TRUE(WaitUntil([&] { return device->Dumped("sizes", "clients") == 2; }));
+    device->daemon.Signal(SIGKILL);
+    EXPECT_EQ(send->Wait(), 3);
+    EXPECT_EQ(nearby->Wait(), 3);
+}
+
 } // namespace
 } // namespace OHOS::Pelago

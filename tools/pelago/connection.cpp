@@ -30,12 +30,25 @@ sptr<IRemoteObject> Root(const DevicePaths& paths, const std::string& token, Exi
     return root;
 }
 
+class Death : public IRemoteObject::DeathRecipient {
+public:
+    explicit Death(std::function<void()> gone) : gone_(std::move(gone))
+    {}
+    void OnRemoteDied(const wptr<IRemoteObject>&) override
+    {
+        gone_();
+    }
+
+private:
+    const std::function<void()> gone_;
+};
+
 } // namespace
 
 ExitCode FindDevice(const Context& context, std::optional<DevicePaths>& paths)
 {
     if (!context.device.empty()) {
-        std::string id = DevicePaths::IsValidId(context.device) ? context.device : DevicePaths::IdFor(context.device);
+        std::string id = DevicePaths::IdFrom(context.device);
         DevicePaths named(id);
         if (id.empty() || !named.IsRunning()) {
             Complain("no device '" + context.device + "' is running; start it with: pelago up --name \"" +
@@ -74,20 +87,48 @@ ExitCode Connection::Open(const DevicePaths& paths, const std::string& token, Co
     return EXIT_DONE;
 }
 
-ExitCode Control(const Context& context, const std::vector<std::string>& words, Host::ControlAnswer& answer)
+ExitCode Connection::Open(const Context& context, const std::string& token, Connection& connection)
 {
     std::optional<DevicePaths> paths;
-    if (ExitCode code = FindDevice(context, paths); code != EXIT_DONE) {
+    ExitCode code = FindDevice(context, paths);
+    return code == EXIT_DONE ? Open(*paths, token, connection) : code;
+}
+
+bool CallWhenGone(const sptr<IRemoteObject>& object, std::function<void()> gone)
+{
+    return object->AddDeathRecipient(MakeSptr<Death>(std::move(gone)));
+}
+
+ExitCode DeviceHasGone()
+{
+    Complain("the device has gone; start it with: pelago up");
+    return EXIT_UNREACHABLE;
+}
+
+ExitCode OpenControl(const Context& context, sptr<IRemoteObject>& control)
+{
+    std::optional<DevicePaths> paths;
+    ExitCode code = FindDevice(context, paths);
+    if (code != EXIT_DONE) {
         return code;
     }
-    Connection connection;
-    if (ExitCode code = Connection::Open(*paths, "owner", connection); code != EXIT_DONE) {
+    sptr<IRemoteObject> root = Root(*paths, "owner", code);
+    if (root == nullptr) {
         return code;
     }
-    sptr<IRemoteObject> control = connection.samgr->GetSystemAbility(Host::AbilityId::DEVICE_CONTROL);
+    control = Host::SamgrOf(root)->GetSystemAbility(Host::AbilityId::DEVICE_CONTROL);
     if (control == nullptr) {
-        Complain("the device '" + paths->Id() + "' cannot be controlled");
+        Complain("the device '" + paths->Id() + "' cannot be controlled; it may be going down: pelago devices");
         return EXIT_UNREACHABLE;
+    }
+    return EXIT_DONE;
+}
+
+ExitCode Control(const Context& context, const std::vector<std::string>& words, Host::ControlAnswer& answer)
+{
+    sptr<IRemoteObject> control;
+    if (ExitCode code = OpenControl(context, control); code != EXIT_DONE) {
+        return code;
     }
     answer = Host::DeviceControlProxy(control).Execute(words);
     if (answer.result != Host::ControlResult::DONE) {

@@ -1,6 +1,7 @@
 #ifndef PELAGO_TOOLS_CONNECTION_H
 #define PELAGO_TOOLS_CONNECTION_H
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -22,14 +23,25 @@ struct Context {
 // guesses. EXIT_DONE when `paths` is set.
 [[nodiscard]] ExitCode FindDevice(const Context& context, std::optional<DevicePaths>& paths);
 
-// A way into one device, as one class of caller.
+// A way to the service of one device, as one class of caller.
 struct Connection {
     sptr<ISystemAbilityManager> samgr;
     sptr<ITrellisService> service;
 
-    // Complains and gives an exit code when the device cannot be reached through this token's socket.
+    // Complains and gives an exit code when the service cannot be reached through this token's socket.
     [[nodiscard]] static ExitCode Open(const DevicePaths& paths, const std::string& token, Connection& connection);
+    // The same for the device that is meant.
+    [[nodiscard]] static ExitCode Open(const Context& context, const std::string& token, Connection& connection);
 };
+
+// Calls `gone` when the process behind the object goes, once, on an IPC thread. False when it has gone already.
+[[nodiscard]] bool CallWhenGone(const sptr<IRemoteObject>& object, std::function<void()> gone);
+
+// Says that the device went while it was in use.
+[[nodiscard]] ExitCode DeviceHasGone();
+
+// The control of the device that is meant, which its service is not needed for. Complains when it cannot be reached.
+[[nodiscard]] ExitCode OpenControl(const Context& context, sptr<IRemoteObject>& control);
 
 // Runs a control command on the device and complains when it fails.
 [[nodiscard]] ExitCode Control(

@@ -1,5 +1,5 @@
-#include <cstdlib>
-#include <vector>
+#include <cstdio>
+#include <exception>
 
 #include "host/ipc_transport.h"
 #include "output.h"
@@ -64,6 +64,10 @@ int Main(int argc, char** argv)
     }
     ExitCode code = chosen(context);
     (void)Host::DisconnectFromDaemons(); // the daemon notices our end either way
+    if (!IsDataWritten()) {
+        Complain("standard output cannot be written; is its disk full?");
+        return code == EXIT_DONE ? EXIT_NO_SPACE : code;
+    }
     return code;
 }
 
@@ -72,5 +76,11 @@ int Main(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    return OHOS::Pelago::Tools::Main(argc, argv);
+    // The standard library's: of memory, of the file system. Written without it, since it may be what has failed.
+    try {
+        return OHOS::Pelago::Tools::Main(argc, argv);
+    } catch (const std::exception& error) {
+        (void)std::fprintf(stderr, "pelago: %s\n", error.what());
+        return OHOS::Pelago::Tools::EXIT_FAILED;
+    }
 }

@@ -1,5 +1,6 @@
 #include "output.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -8,6 +9,9 @@
 #include <unistd.h>
 
 #include <cJSON.h>
+
+#include "hilog/host_text.h"
+#include "host/json_text.h"
 
 namespace OHOS::Pelago::Tools {
 namespace {
@@ -40,9 +44,7 @@ void PrintJson(const std::string& json)
     std::unique_ptr<cJSON, void (*)(cJSON*)> object(cJSON_CreateObject(), cJSON_Delete);
     (void)cJSON_AddNumberToObject(object.get(), "schema", SCHEMA);
     (void)cJSON_AddItemToObject(object.get(), "data", value == nullptr ? cJSON_CreateNull() : value.release());
-    std::unique_ptr<char, void (*)(void*)> text(
-        ::isatty(STDOUT_FILENO) != 0 ? cJSON_Print(object.get()) : cJSON_PrintUnformatted(object.get()), cJSON_free);
-    WriteLine(stdout, text == nullptr ? "null" : text.get());
+    WriteLine(stdout, Host::JsonText(object.get(), ::isatty(STDOUT_FILENO) != 0));
 }
 
 void PrintLine(const std::string& line)
@@ -55,9 +57,21 @@ void Say(const std::string& line)
     WriteLine(stderr, line);
 }
 
-void Complain(const std::string& line)
+void Complain(const std::string& text)
 {
-    WriteLine(stderr, "pelago: " + line);
+    std::string lines = "pelago: ";
+    for (size_t begin = 0; begin <= text.size();) {
+        size_t end = std::min(text.find('\n', begin), text.size());
+        lines += (begin == 0 ? "" : "\n") + Host::EscapeForTerminal(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    WriteLine(stderr, lines);
+}
+
+bool IsDataWritten()
+{
+    std::lock_guard<std::mutex> lock(g_mutex);
+    return std::ferror(stdout) == 0;
 }
 
 std::string BytesText(int64_t bytes)

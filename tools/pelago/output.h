@@ -13,10 +13,13 @@ namespace OHOS::Pelago::Tools {
 void PrintJson(const std::string& json);
 void PrintLine(const std::string& line);
 
-// What goes on, for people; nothing with --quiet.
+// What goes on, for people.
 void Say(const std::string& line);
-// An error: what, why, and what to type next.
-void Complain(const std::string& line);
+// An error: what, why, and what to type next. Words that people typed may stand in it as they are: it is escaped but
+// for its line ends.
+void Complain(const std::string& text);
+// Whether all data has got out.
+bool IsDataWritten();
 
 // Bytes and times for people: "12.3 MiB", "1 m 20 s".
 std::string BytesText(int64_t bytes);

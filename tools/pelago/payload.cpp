@@ -54,6 +54,9 @@ bool Payload::Add(const std::string& path, bool asUri)
     struct stat status {};
     if (fd < 0 || ::fstat(fd, &status) != 0) {
         Complain(path + ": " + std::strerror(errno));
+        if (fd >= 0) {
+            (void)::close(fd);
+        }
         return false;
     }
     if (!S_ISREG(status.st_mode)) {

@@ -1,14 +1,13 @@
 #include "receiving.h"
 
-#include <atomic>
 #include <chrono>
-#include <csignal>
 #include <utility>
 
 #include "callback_stubs.h"
 #include "engine_handles.h"
 #include "hilog/host_text.h"
 #include "host/json_text.h"
+#include "interrupt.h"
 #include "output.h"
 
 namespace OHOS::Pelago::Tools {
@@ -16,15 +15,6 @@ namespace {
 
 using Host::EscapeForTerminal;
 using Host::Json;
-
-constexpr int64_t TICK_MS = 200; // how long an interrupt may go unseen
-
-std::atomic<bool> g_interrupted{false};
-
-void OnInterrupt(int)
-{
-    g_interrupted = true;
-}
 
 constexpr struct {
     ReceiveResult result;
@@ -135,19 +125,13 @@ void Outcome::SetGone()
 ExitCode Outcome::Wait(bool once)
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    while (!g_interrupted && !gone_ && !(once && first_.has_value())) {
+    while (Interrupts() == 0 && !gone_ && !(once && first_.has_value())) {
         (void)changed_.wait_for(lock, std::chrono::milliseconds(TICK_MS));
     }
     if (once && first_.has_value()) {
         return *first_;
     }
     return gone_ ? EXIT_UNREACHABLE : EXIT_INTERRUPTED;
-}
-
-void EndOnInterrupt()
-{
-    (void)std::signal(SIGINT, OnInterrupt);
-    (void)std::signal(SIGTERM, OnInterrupt);
 }
 
 sptr<IReceiveProgress> ShowReceiving(

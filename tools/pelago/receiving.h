@@ -20,7 +20,7 @@ public:
     void Set(ExitCode code);
     // The device has gone: nothing will come any more.
     void SetGone();
-    // Waits for an interrupt, for the device to go, or with `once` for the first ending.
+    // Waits for an interrupt that is noted, for the device to go, or with `once` for the first ending.
     ExitCode Wait(bool once);
 
 private:
@@ -29,9 +29,6 @@ private:
     std::optional<ExitCode> first_;
     bool gone_ = false;
 };
-
-// SIGINT and SIGTERM end Wait from here on.
-void EndOnInterrupt();
 
 // Shows the course of one accepted offer and tells the outcome how it ended.
 sptr<IReceiveProgress> ShowReceiving(

@@ -9,6 +9,12 @@
 
 namespace OHOS::Pelago::Tools {
 
+// A number of seconds that somebody can wait for.
+inline CLI::Range Seconds()
+{
+    return CLI::Range(0, 1'000'000);
+}
+
 // Runs once the command line has been read.
 using Action = std::function<ExitCode(const Context& context)>;
 

@@ -32,6 +32,7 @@ constexpr EventKind GESTURE{3, "gesture"}; // the hand took something: the devic
 
 constexpr int32_t BYTES_TYPE_TEXT = 0;
 constexpr double MS_PER_SECOND = 1000;
+constexpr double MAX_SECONDS = 1e6;
 
 struct AppOptions {
     std::string bundle;
@@ -51,6 +52,12 @@ struct AppOptions {
     double hangSeconds = 0;
 };
 
+// What is no number, which the command line takes for one, is none.
+int64_t Milliseconds(double seconds)
+{
+    return seconds > 0 ? static_cast<int64_t>(std::min(seconds, MAX_SECONDS) * MS_PER_SECOND) : 0;
+}
+
 const EventKind& KindOf(int32_t eventId)
 {
     return eventId == KNOCK.id ? KNOCK : GESTURE;
@@ -65,14 +72,14 @@ public:
 
     void OnShareEventOccurred(int32_t eventId, int32_t callbackId, const ShareDeviceInfo& device) override
     {
-        inbox_.Put({eventId, callbackId, device, NowMs() + static_cast<int64_t>(options_.lateSeconds * MS_PER_SECOND)});
+        inbox_.Put({eventId, callbackId, device, NowMs() + Milliseconds(options_.lateSeconds)});
         if (options_.leaveInside) {
             // Answered when the service has given this callback up, if it needs a lock that it holds meanwhile.
             (void)service_->UnregisterShareEventCallback(eventId, callbackId);
             (void)service_->UnregisterShareApiCallback(this);
         }
         if (options_.hangSeconds > 0) {
-            inbox_.Hold(static_cast<int64_t>(options_.hangSeconds * MS_PER_SECOND));
+            inbox_.Hold(Milliseconds(options_.hangSeconds));
         }
     }
 
@@ -80,19 +87,6 @@ private:
     const AppOptions options_;
     const sptr<ITrellisService> service_;
     Inbox& inbox_; // outlives every callback: the connection ends first
-};
-
-class ServiceDeath : public IRemoteObject::DeathRecipient {
-public:
-    explicit ServiceDeath(Inbox& inbox) : inbox_(inbox)
-    {}
-    void OnRemoteDied(const wptr<IRemoteObject>&) override
-    {
-        inbox_.End();
-    }
-
-private:
-    Inbox& inbox_;
 };
 
 // What the preview of a gesture shows of files: a JSON text within a JSON text.
@@ -230,8 +224,7 @@ ExitCode Serve(const Context& context, const AppOptions& options, ITrellisServic
         }
     }
     if (!inbox.WasInterrupted()) {
-        Complain("the device has gone; start it with: pelago up");
-        return EXIT_UNREACHABLE;
+        return DeviceHasGone();
     }
     return options.once ? EXIT_INTERRUPTED : EXIT_DONE;
 }
@@ -248,22 +241,18 @@ ExitCode RunApp(const Context& context, const AppOptions& options)
             return code;
         }
     }
-    std::optional<DevicePaths> paths;
-    if (ExitCode code = FindDevice(context, paths); code != EXIT_DONE) {
-        return code;
-    }
     Connection connection;
-    if (ExitCode code = Connection::Open(*paths, "app", connection); code != EXIT_DONE) {
+    if (ExitCode code = Connection::Open(context, "app", connection); code != EXIT_DONE) {
         return code;
     }
     if (int32_t error = Host::AttachApplication(connection.samgr, options.bundle); error != 0) {
-        Complain("the device does not take an application '" + EscapeForTerminal(options.bundle) + "' (" +
-                 std::to_string(error) + "); which ones it has: pelago sim show");
+        Complain("the device does not take an application '" + options.bundle + "' (" + std::to_string(error) +
+                 "); a bundle's name has 1 to " + std::to_string(Host::MAX_BUNDLE_NAME) +
+                 " bytes; which ones the device has: pelago sim window");
         return CodeOfAttach(error);
     }
     static Inbox inbox; // lives as long as callbacks can come
-    sptr<ServiceDeath> death = new ServiceDeath(inbox);
-    if (!connection.service->AsObject()->AddDeathRecipient(death)) {
+    if (!CallWhenGone(connection.service->AsObject(), [] { inbox.End(); })) {
         inbox.End(); // it has gone already
     }
     Registration registration(options, connection.service);

@@ -1,34 +1,33 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <fstream>
-#include <iterator>
+#include <limits>
 #include <memory>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cJSON.h>
 
 #include "hilog/host_text.h"
 #include "host/json_text.h"
+#include "host/whole_file.h"
 #include "output.h"
 #include "verbs.h"
-
-extern char** environ;
 
 // Devices come and go, and know each other.
 namespace OHOS::Pelago::Tools {
 namespace {
 
 using Host::Json;
+using JsonValue = std::unique_ptr<cJSON, void (*)(cJSON*)>;
 
 constexpr int START_LIMIT_MS = 20000;
 constexpr int STOP_LIMIT_MS = 20000;
+constexpr useconds_t STOP_TICK_US = 10000;
+constexpr const char* DEFAULT_NAME = "Blue phone";
 
 // Beside ourselves first, so that a build folder is enough; then wherever the shell finds it.
 std::string DaemonProgram()
@@ -49,6 +48,7 @@ std::string DaemonProgram()
 int SpawnDaemon(const std::vector<std::string>& words, int readyFd, const std::string& output)
 {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words) {
         arguments.push_back(const_cast<char*>(word.c_str()));
     }
@@ -70,10 +70,12 @@ int SpawnDaemon(const std::vector<std::string>& words, int readyFd, const std::s
 }
 
 // What the daemon said before it gave up.
-std::string ReadAll(const std::string& path)
+std::string WhyNotReady(const std::string& output)
 {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::string text = Host::ReadWhole(output).value_or("");
+    text.erase(text.find_last_not_of('\n') + 1);
+    return text.empty() ? "trellisd is not ready after " + SecondsText(START_LIMIT_MS / 1000) + "; see: pelago devices"
+                        : text;
 }
 
 bool WaitUntilReady(int fd)
@@ -84,7 +86,7 @@ bool WaitUntilReady(int fd)
 }
 
 struct UpOptions {
-    std::string name = "Blue phone";
+    std::string name;
     std::string type;
     std::string account;
     std::string logLevel;
@@ -93,13 +95,17 @@ struct UpOptions {
 
 std::vector<std::string> DaemonWords(const UpOptions& options, const DevicePaths& paths, int readyFd)
 {
-    std::vector<std::string> words{DaemonProgram(), "--id", paths.Id(), "--name", options.name, "--ready-fd",
-        std::to_string(readyFd), "--log-file", paths.State() + "/log"};
-    auto add = [&words](const char* option, const std::string& value) {
+    std::vector<std::string> words{DaemonProgram()};
+    // One word each: a value may begin with a dash.
+    auto add = [&words](const std::string& option, const std::string& value) {
         if (!value.empty()) {
-            words.insert(words.end(), {option, value});
+            words.push_back(option + "=" + value);
         }
     };
+    add("--id", paths.Id());
+    add("--name", options.name);
+    add("--ready-fd", std::to_string(readyFd));
+    add("--log-file", paths.State() + "/log");
     add("--type", options.type);
     add("--account", options.account);
     add("--log-level", options.logLevel);
@@ -109,9 +115,23 @@ std::vector<std::string> DaemonWords(const UpOptions& options, const DevicePaths
     return words;
 }
 
-ExitCode Up(const Context& context, const UpOptions& options)
+// Which device is meant and what it is called. A device that is there keeps its name unless another is given.
+std::string IdToStart(const Context& context, UpOptions& options)
 {
-    std::string id = context.device.empty() ? DevicePaths::IdFor(options.name) : context.device;
+    if (context.device.empty()) {
+        options.name = options.name.empty() ? DEFAULT_NAME : options.name;
+        return DevicePaths::IdFor(options.name);
+    }
+    std::string id = DevicePaths::IdFrom(context.device);
+    if (options.name.empty() && id != context.device && !DevicePaths(id).ReadCard().has_value()) {
+        options.name = context.device;
+    }
+    return id;
+}
+
+ExitCode Up(const Context& context, UpOptions options)
+{
+    std::string id = IdToStart(context, options);
     if (!DevicePaths::IsValidId(id)) {
         Complain("the name gives no id; add one: pelago up -d my-phone --name ...");
         return EXIT_USAGE;
@@ -132,11 +152,11 @@ ExitCode Up(const Context& context, const UpOptions& options)
     bool ready = error == 0 && WaitUntilReady(ends[0]);
     (void)::close(ends[0]);
     if (!ready) {
-        Complain(error != 0 ? std::string("trellisd: ") + std::strerror(error) : ReadAll(output));
+        Complain(error != 0 ? std::string("trellisd: ") + std::strerror(error) : WhyNotReady(output));
         return EXIT_FAILED;
     }
     if (context.json) {
-        PrintJson(Json::Object().Put("id", id).Put("name", options.name).Text());
+        PrintJson(Json::Object().Put("id", id).Put("name", paths.ReadCard().value_or(DeviceCard()).name).Text());
     } else {
         PrintLine(id);
     }
@@ -146,13 +166,13 @@ ExitCode Up(const Context& context, const UpOptions& options)
 // The daemon's end is the end of its lock.
 bool WaitUntilStopped(const DevicePaths& paths)
 {
-    int fd = ::open(paths.Lock().c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        return true;
+    for (int64_t until = NowMs() + STOP_LIMIT_MS; paths.IsRunning();) {
+        if (NowMs() >= until) {
+            return false;
+        }
+        (void)::usleep(STOP_TICK_US); // a signal ends us
     }
-    bool stopped = ::flock(fd, LOCK_SH) == 0;
-    (void)::close(fd);
-    return stopped;
+    return true;
 }
 
 std::optional<pid_t> DaemonPid(const Context& context)
@@ -161,7 +181,8 @@ std::optional<pid_t> DaemonPid(const Context& context)
     if (Control(context, {"pid"}, answer) != EXIT_DONE) {
         return std::nullopt;
     }
-    return static_cast<pid_t>(std::strtol(answer.json.c_str(), nullptr, 10));
+    auto pid = static_cast<pid_t>(std::strtol(answer.json.c_str(), nullptr, 10));
+    return pid > 0 ? std::optional(pid) : std::nullopt; // others would mean groups of processes
 }
 
 ExitCode DownOne(const DevicePaths& paths)
@@ -171,11 +192,16 @@ ExitCode DownOne(const DevicePaths& paths)
         return EXIT_UNREACHABLE;
     }
     if (::kill(*pid, SIGTERM) != 0) {
-        Complain("cannot stop process " + std::to_string(*pid) + ": " + std::strerror(errno));
-        return errno == EPERM ? EXIT_PERMISSION : EXIT_FAILED;
+        int error = errno;
+        Complain("cannot stop process " + std::to_string(*pid) + ": " + std::strerror(error));
+        return error == EPERM ? EXIT_PERMISSION : EXIT_FAILED;
     }
-    (void)::alarm(STOP_LIMIT_MS / 1000); // a daemon that does not end is for a person to look at
-    return WaitUntilStopped(paths) ? EXIT_DONE : EXIT_FAILED;
+    if (!WaitUntilStopped(paths)) {
+        Complain("process " + std::to_string(*pid) + " has not ended in " + SecondsText(STOP_LIMIT_MS / 1000) +
+                 "; look at it, or end it with: kill -KILL " + std::to_string(*pid));
+        return EXIT_TIMED_OUT;
+    }
+    return EXIT_DONE;
 }
 
 ExitCode Down(const Context& context, bool all)
@@ -217,34 +243,47 @@ struct ContactOptions {
     std::string name;
 };
 
-// The file is shared by all devices of the user; running engines see the change.
-ExitCode AddContact(const ContactOptions& options)
+// The contacts that stand in the file; null when it holds something else.
+JsonValue ReadContacts()
 {
-    std::unique_ptr<cJSON, void (*)(cJSON*)> contacts(
-        cJSON_Parse(ReadAll(DevicePaths::Contacts()).c_str()), cJSON_Delete);
-    if (!cJSON_IsObject(contacts.get())) {
-        contacts.reset(cJSON_CreateObject());
+    auto text = Host::ReadWhole(DevicePaths::Contacts());
+    JsonValue contacts(text.has_value() ? cJSON_Parse(text->c_str()) : cJSON_CreateObject(), cJSON_Delete);
+    return cJSON_IsObject(contacts.get()) ? std::move(contacts) : JsonValue(nullptr, cJSON_Delete);
+}
+
+ExitCode WriteContact(const ContactOptions& options)
+{
+    JsonValue contacts = ReadContacts();
+    if (contacts == nullptr) {
+        Complain(DevicePaths::Contacts() + " holds no contacts; mend it or take it away");
+        return EXIT_FAILED;
     }
     cJSON* contact = cJSON_CreateObject();
     (void)cJSON_AddNumberToObject(contact, "id", options.id);
     (void)cJSON_AddStringToObject(contact, "name", options.name.c_str());
     cJSON_DeleteItemFromObjectCaseSensitive(contacts.get(), options.account.c_str());
     (void)cJSON_AddItemToObject(contacts.get(), options.account.c_str(), contact);
-    std::unique_ptr<char, void (*)(void*)> text(cJSON_Print(contacts.get()), cJSON_free);
-    std::string temporary = DevicePaths::Contacts() + ".new";
-    {
-        std::ofstream file(temporary, std::ios::trunc);
-        file << text.get() << "\n";
-        if (!file.flush()) {
-            Complain(temporary + ": " + std::strerror(errno));
-            return EXIT_NO_SPACE;
-        }
-    }
-    if (std::rename(temporary.c_str(), DevicePaths::Contacts().c_str()) != 0) {
-        Complain(DevicePaths::Contacts() + ": " + std::strerror(errno));
+    std::string text = Host::JsonText(contacts.get(), true) + "\n";
+    std::string reason = Host::WriteWhole(DevicePaths::Contacts(), text, Host::Outlives::MACHINE);
+    if (!reason.empty()) {
+        Complain(reason);
         return EXIT_NO_SPACE;
     }
     return EXIT_DONE;
+}
+
+// The file is shared by all devices of the user; running engines see the change.
+ExitCode AddContact(const ContactOptions& options)
+{
+    std::string reason;
+    int lock = DevicePaths::LockContacts(reason);
+    if (lock < 0) {
+        Complain(reason);
+        return EXIT_NO_SPACE;
+    }
+    ExitCode code = WriteContact(options);
+    (void)::close(lock); // a folder: nothing to lose
+    return code;
 }
 
 } // namespace
@@ -252,10 +291,13 @@ ExitCode AddContact(const ContactOptions& options)
 Action UpVerb(CLI::App& app)
 {
     auto options = std::make_shared<UpOptions>();
-    app.add_option("--name", options->name, "the name that other devices show")->capture_default_str();
-    app.add_option("--type", options->type, "phone, tablet, pc, 2in1, watch, car or tv");
+    app.add_option("--name", options->name,
+        "the name that other devices show; without it the one it has, or \"Blue phone\" for a first device");
+    app.add_option("--type", options->type, "phone, tablet, pc, 2in1, watch, car or tv")
+        ->check(CLI::IsMember({"phone", "tablet", "pc", "2in1", "watch", "car", "tv"}));
     app.add_option("--account", options->account, "hash of the account that it is signed in with");
-    app.add_option("--log-level", options->logLevel, "debug, info, warn, error or fatal");
+    app.add_option("--log-level", options->logLevel, "debug, info, warn, error or fatal")
+        ->check(CLI::IsMember({"debug", "info", "warn", "error", "fatal"}));
     app.add_flag("--no-bytes", options->noBytes, "a device that takes files and texts, but no bytes");
     return [options](const Context& context) { return Up(context, *options); };
 }
@@ -275,10 +317,13 @@ Action DevicesVerb(CLI::App&)
 Action ContactVerb(CLI::App& app)
 {
     auto options = std::make_shared<ContactOptions>();
-    app.add_option("account", options->account, "hash of the account")->required();
+    app.add_option("account", options->account, "hash of the account")
+        ->required()
+        ->check(CLI::Validator(
+            [](const std::string& account) { return account.empty() ? "an account's hash is not empty" : ""; }, ""));
     app.add_option("--id", options->id, "id of the contact; devices of one id are one entry")
         ->required()
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(1, std::numeric_limits<int>::max()));
     app.add_option("--name", options->name, "name of the contact")->required();
     return [options](const Context&) { return AddContact(*options); };
 }

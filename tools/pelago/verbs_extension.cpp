@@ -3,11 +3,13 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "hilog/host_text.h"
 #include "host/extension_host.h"
 #include "host/json_text.h"
+#include "interrupt.h"
 #include "output.h"
 #include "receiving.h"
 #include "verbs.h"
@@ -62,20 +64,6 @@ const char* TextOf(Answer answer)
     }
     return "";
 }
-
-// Ends the wait when the device goes.
-class DeviceDeath : public IRemoteObject::DeathRecipient {
-public:
-    explicit DeviceDeath(std::shared_ptr<Outcome> outcome) : outcome_(std::move(outcome))
-    {}
-    void OnRemoteDied(const wptr<IRemoteObject>&) override
-    {
-        outcome_->SetGone();
-    }
-
-private:
-    const std::shared_ptr<Outcome> outcome_;
-};
 
 // The ways into the device. A front end holds both rights; here each socket gives one.
 struct FrontEnd {
@@ -335,7 +323,7 @@ ExitCode Serve(const Context& context, const ExtensionOptions& options, int dire
     }
     const Connection& connection = frontEnd.extension;
     auto outcome = std::make_shared<Outcome>();
-    if (!connection.service->AsObject()->AddDeathRecipient(MakeSptr<DeviceDeath>(outcome))) {
+    if (!CallWhenGone(connection.service->AsObject(), [outcome] { outcome->SetGone(); })) {
         outcome->SetGone();
     }
     sptr<ISenderActionCallback> senderAction = ShowSender(outcome);
@@ -351,8 +339,7 @@ ExitCode Serve(const Context& context, const ExtensionOptions& options, int dire
     Say("ready to receive");
     ExitCode code = outcome->Wait(options.once);
     if (code == EXIT_UNREACHABLE) {
-        Complain("the device has gone");
-        return code;
+        return DeviceHasGone();
     }
     (void)connection.service->UnRegisterSenderActionCallback(senderAction); // our end does it otherwise
     return code == EXIT_INTERRUPTED && !options.once ? EXIT_DONE : code;
@@ -360,7 +347,8 @@ ExitCode Serve(const Context& context, const ExtensionOptions& options, int dire
 
 ExitCode BeExtension(const Context& context, const ExtensionOptions& options)
 {
-    EndOnInterrupt();
+    NoteInterrupts();
+    (void)::mkdir(options.directory.c_str(), 0777); // it may be there; what cannot be made cannot be opened
     int directory = ::open(options.directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (directory < 0) {
         Complain(options.directory + ": " + std::strerror(errno));
@@ -391,7 +379,7 @@ void AddAnswer(CLI::App& app, const char* name, const std::map<std::string, Answ
 Action ReceiveVerb(CLI::App& app)
 {
     auto options = std::make_shared<ExtensionOptions>();
-    app.add_option("--dir", options->directory, "where the files go")->capture_default_str();
+    app.add_option("--dir", options->directory, "where the files go; made if need be")->capture_default_str();
     auto* refuse = app.add_flag_callback(
         "--refuse", [options] { options->offers = Answer::DECLINE; }, "refuse every offer");
     app.add_flag_callback(
@@ -404,7 +392,7 @@ Action ReceiveVerb(CLI::App& app)
 Action ExtensionVerb(CLI::App& app)
 {
     auto options = std::make_shared<ExtensionOptions>();
-    app.add_option("--dir", options->directory, "where the files go")->capture_default_str();
+    app.add_option("--dir", options->directory, "where the files go; made if need be")->capture_default_str();
     AddAnswer(app, "--offers", OFFER_ANSWERS, "accept", options->offers, "what becomes of offers");
     AddAnswer(app, "--first-use", DIALOG_ANSWERS, "agree", options->firstUse, "answer to the first-use dialog");
     AddAnswer(app, "--confirm", DIALOG_ANSWERS, "agree", options->confirm,

@@ -5,6 +5,7 @@
 
 #include "hilog/host_text.h"
 #include "output.h"
+#include "peers.h"
 #include "share_constants.h"
 #include "verbs.h"
 
@@ -23,11 +24,6 @@ struct SwingOptions {
     std::string at;
 };
 
-bool IsNamed(const ShareDeviceInfo& peer, const std::string& name)
-{
-    return name.empty() || name == peer.deviceId || name == peer.btName || name == peer.contactInfo.name;
-}
-
 // How an entry looks while its send waits for the dialog.
 bool MayWait(const ShareDeviceInfo& peer)
 {
@@ -40,7 +36,7 @@ ExitCode FindSend(ITrellisService& service, const std::string& name, ShareDevice
 {
     std::vector<ShareDeviceInfo> sends = service.GetAllUserList();
     auto end = std::remove_if(sends.begin(), sends.end(),
-        [&name](const ShareDeviceInfo& peer) { return !MayWait(peer) || !IsNamed(peer, name); });
+        [&name](const ShareDeviceInfo& peer) { return !MayWait(peer) || !(name.empty() || IsNamed(peer, name)); });
     sends.erase(end, sends.end());
     if (sends.empty()) {
         Complain("no swing waits for an answer; make one with: pelago swing");
@@ -60,12 +56,8 @@ ExitCode FindSend(ITrellisService& service, const std::string& name, ShareDevice
 
 ExitCode Confirm(const Context& context, const SwingOptions& options)
 {
-    std::optional<DevicePaths> paths;
-    if (ExitCode code = FindDevice(context, paths); code != EXIT_DONE) {
-        return code;
-    }
     Connection connection;
-    if (ExitCode code = Connection::Open(*paths, "owner", connection); code != EXIT_DONE) {
+    if (ExitCode code = Connection::Open(context, "owner", connection); code != EXIT_DONE) {
         return code;
     }
     ShareDeviceInfo peer;

@@ -60,42 +60,23 @@ namespace {
 using Host::Json;
 using JsonValue = std::unique_ptr<cJSON, void (*)(cJSON*)>;
 
-// Ends the wait when the device goes.
-class DeviceDeath : public IRemoteObject::DeathRecipient {
-public:
-    explicit DeviceDeath(const sptr<WatchQueue>& queue) : queue_(queue)
-    {}
-    void OnRemoteDied(const wptr<IRemoteObject>&) override
-    {
-        queue_->Close();
-    }
-
-private:
-    const sptr<WatchQueue> queue_;
-};
-
 } // namespace
 
 ExitCode StartWatching(const Context& context, Observation& observation)
 {
-    std::optional<DevicePaths> paths;
-    if (ExitCode code = FindDevice(context, paths); code != EXIT_DONE) {
-        return code;
-    }
-    Connection& connection = observation.connection;
-    if (ExitCode code = Connection::Open(*paths, "owner", connection); code != EXIT_DONE) {
+    sptr<IRemoteObject> control;
+    if (ExitCode code = OpenControl(context, control); code != EXIT_DONE) {
         return code;
     }
     observation.queue = new WatchQueue();
-    sptr<IRemoteObject> object = connection.samgr->GetSystemAbility(Host::AbilityId::DEVICE_CONTROL);
-    if (object == nullptr || !object->AddDeathRecipient(new DeviceDeath(observation.queue))) {
-        Complain("the device '" + paths->Id() + "' cannot be observed; it may be going down: pelago devices");
-        return EXIT_UNREACHABLE;
+    if (!CallWhenGone(control, [queue = observation.queue] { queue->Close(); })) {
+        return DeviceHasGone();
     }
-    observation.control = new Host::DeviceControlProxy(object);
+    observation.control = new Host::DeviceControlProxy(control);
     Host::ControlResult result = observation.control->Watch(observation.queue);
     if (result != Host::ControlResult::DONE) {
-        Complain("the device '" + paths->Id() + "' refuses to be observed; only its owner may");
+        Complain(result == Host::ControlResult::LIMIT ? "as many observe the device as may; end one of them"
+                                                      : "the device cannot be observed; see: pelago log");
     }
     return static_cast<ExitCode>(result);
 }
@@ -116,7 +97,7 @@ ExitCode WaitForState(const Context& context, const std::string& section,
             return EXIT_DONE;
         }
     }
-    return NowMs() >= until ? EXIT_TIMED_OUT : EXIT_UNREACHABLE;
+    return NowMs() >= until ? EXIT_TIMED_OUT : DeviceHasGone();
 }
 
 namespace {
@@ -224,8 +205,7 @@ void PrintChange(const Context& context, const std::string& message, SwitchReaso
         (void)cJSON_AddStringToObject(state, "reason", reason.Look().c_str());
     }
     if (context.json) {
-        std::unique_ptr<char, void (*)(void*)> whole(cJSON_PrintUnformatted(json.get()), cJSON_free);
-        PrintJson(whole == nullptr ? message : whole.get());
+        PrintJson(Host::JsonText(json.get()));
         return;
     }
     for (const std::string& line : text.Changes(section, state)) {
@@ -240,9 +220,13 @@ ExitCode Watch(const Context& context, bool asClient)
         return code;
     }
     sptr<PrintingCallback> callback = new PrintingCallback();
+    Connection client;
     if (asClient) {
         Say("registered as a client: the service counts one more");
-        if (!observation.connection.service->RegisterTrellisCallback(callback)) {
+        if (ExitCode code = Connection::Open(context, "owner", client); code != EXIT_DONE) {
+            return code;
+        }
+        if (!client.service->RegisterTrellisCallback(callback)) {
             return ExplainFailure("registering");
         }
     }
@@ -254,8 +238,7 @@ ExitCode Watch(const Context& context, bool asClient)
         }
         PrintChange(context, *message, reason, text);
     }
-    Complain("the device has gone; start it with: pelago up");
-    return EXIT_UNREACHABLE;
+    return DeviceHasGone();
 }
 
 struct WaitOptions {
@@ -310,8 +293,7 @@ bool IsSo(const cJSON* state, const Wanted& wanted)
     if (cJSON_IsString(state)) {
         return wanted.value == state->valuestring;
     }
-    std::unique_ptr<char, void (*)(void*)> text(cJSON_PrintUnformatted(state), cJSON_free);
-    return text != nullptr && wanted.value == text.get();
+    return state != nullptr && wanted.value == Host::JsonText(state);
 }
 
 constexpr const char* STATE_OF_ON = "switch.enableState=1";
@@ -379,7 +361,7 @@ Action WaitForVerb(CLI::App& app)
         ->required()
         ->check(CLI::IsMember({"on", "off", "peer", "state"}));
     app.add_option("name", options->name, "id, name or contact of the peer; the state");
-    app.add_option("--timeout", options->seconds, "seconds")->capture_default_str();
+    app.add_option("--timeout", options->seconds, "seconds")->capture_default_str()->check(Seconds());
     return [options](const Context& context) { return WaitFor(context, *options); };
 }
 

@@ -1,8 +1,7 @@
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <csignal>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -13,8 +12,10 @@
 #include "engine_errors.h"
 #include "hilog/host_text.h"
 #include "host/json_text.h"
+#include "interrupt.h"
 #include "output.h"
 #include "payload.h"
+#include "peers.h"
 #include "share_constants.h"
 #include "trellis_service_proxy.h"
 #include "verbs.h"
@@ -28,15 +29,8 @@ using Host::Json;
 
 constexpr const char* PACKAGE_NAME = "pelago.cli";
 constexpr int64_t STALL_MS = 5000;
+constexpr int64_t NAMESAKE_MS = 100;      // in which another peer of the same name is found, if there is one
 constexpr int64_t BYTES_PER_SPEED = 1024; // the engine counts KiB a second
-constexpr int64_t TICK_MS = 200;          // how often a running send looks at its clock and at Ctrl-C
-
-std::atomic<bool> g_interrupted{false};
-
-void OnInterrupt(int)
-{
-    g_interrupted = true;
-}
 
 Json PeerJson(const ShareDeviceInfo& peer)
 {
@@ -48,6 +42,15 @@ Json PeerJson(const ShareDeviceInfo& peer)
         .Put("state", static_cast<int64_t>(peer.deviceState));
     return json;
 }
+
+// What the service has told of a send to one entry.
+struct Course {
+    ShareDeviceInfo device; // as it was told last
+    int32_t error = 0;      // that the engine reported last
+    size_t reports = 0;
+    bool isLost = false;
+    bool isCancelled = false;
+};
 
 // A registered client that knows the peers as the service tells them. Filled on IPC threads, asked by the verb.
 class Discoverer : public TrellisCallbackStub {
@@ -62,23 +65,26 @@ public:
     {
         std::lock_guard<std::mutex> lock(mutex_);
         peers_[device.deviceId] = device;
+        courses_[device.deviceId].isLost = false;
         Tell("found", device);
     }
     void OnDeviceLost(const ShareDeviceInfo& device) override
     {
         std::lock_guard<std::mutex> lock(mutex_);
         peers_.erase(device.deviceId);
-        lost_ = device.deviceId;
+        courses_[device.deviceId].isLost = true;
         Tell("lost", device);
     }
     void OnTransStateChange(const ShareDeviceInfo& device, int64_t event, int64_t value, int64_t) override
     {
         std::lock_guard<std::mutex> lock(mutex_);
         peers_[device.deviceId] = device;
+        Course& course = courses_[device.deviceId];
+        course.device = device;
         if (event == TransferEvent::FAILED) {
-            error_ = static_cast<int32_t>(value);
+            course.error = static_cast<int32_t>(value);
         }
-        ++reports_;
+        ++course.reports;
         Tell("changed", device);
     }
     void OnEnableStatusChanged() override
@@ -92,7 +98,7 @@ public:
     void OnCancel(const ShareDeviceInfo& device) override
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        cancelled_ = device.deviceId;
+        courses_[device.deviceId].isCancelled = true;
         changed_.notify_all();
     }
     void OnConnectHub(std::string, int32_t) override
@@ -108,49 +114,42 @@ public:
     void OnSwitchNotifyComponent(int32_t) override
     {}
 
-    // The peer of this id, name or contact; waits for it. Nothing when it does not come.
-    std::optional<ShareDeviceInfo> WaitForPeer(const std::string& wanted, int64_t untilMs)
+    // The service has gone: nobody will tell anything any more.
+    void SetGone()
     {
-        std::unique_lock<std::mutex> lock(mutex_);
-        std::optional<ShareDeviceInfo> found;
-        auto come = [&] {
-            auto peer = std::find_if(peers_.begin(), peers_.end(), [&wanted](const auto& entry) {
-                const ShareDeviceInfo& device = entry.second;
-                return wanted == device.deviceId || wanted == device.btName || wanted == device.contactInfo.name;
-            });
-            if (peer != peers_.end()) {
-                found = peer->second;
-            }
-            return found.has_value();
-        };
-        (void)changed_.wait_for(lock, std::chrono::milliseconds(std::max<int64_t>(0, untilMs - NowMs())), come);
-        return found;
+        std::lock_guard<std::mutex> lock(mutex_);
+        gone_ = true;
+        changed_.notify_all();
     }
-    // The entry as it is now; waits a moment for a change first.
-    ShareDeviceInfo WaitForChange(const std::string& id, size_t& seenReports)
+    bool IsGone()
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return gone_;
+    }
+
+    // The peers that are there once one of them is named so, or when the time is over.
+    std::vector<ShareDeviceInfo> WaitForPeer(const std::string& wanted, int64_t untilMs)
     {
         std::unique_lock<std::mutex> lock(mutex_);
+        auto isWanted = [&wanted](const auto& entry) { return IsNamed(entry.second, wanted); };
+        while (
+            !gone_ && Interrupts() == 0 && NowMs() < untilMs && std::none_of(peers_.begin(), peers_.end(), isWanted)) {
+            (void)changed_.wait_for(lock, std::chrono::milliseconds(TICK_MS));
+        }
+        (void)changed_.wait_for(lock, std::chrono::milliseconds(NAMESAKE_MS), [this] { return gone_; });
+        std::vector<ShareDeviceInfo> peers;
+        std::transform(
+            peers_.begin(), peers_.end(), std::back_inserter(peers), [](const auto& entry) { return entry.second; });
+        return peers;
+    }
+    // What has been told of a send to this entry; waits a moment for news first.
+    Course WaitForChange(const std::string& id, size_t seenReports)
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        const Course& course = courses_[id];
         (void)changed_.wait_for(lock, std::chrono::milliseconds(TICK_MS),
-            [&] { return reports_ != seenReports || lost_ == id || cancelled_ == id; });
-        seenReports = reports_;
-        auto peer = peers_.find(id);
-        return peer == peers_.end() ? last_[id] : (last_[id] = peer->second);
-    }
-    bool IsLost(const std::string& id)
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return lost_ == id;
-    }
-    // The error that the engine reported last.
-    int32_t LastError()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return error_;
-    }
-    bool IsCancelled(const std::string& id)
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return cancelled_ == id;
+            [&] { return gone_ || course.reports != seenReports || course.isLost || course.isCancelled; });
+        return course;
     }
 
 private:
@@ -166,11 +165,8 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     std::map<std::string, ShareDeviceInfo> peers_;
-    std::map<std::string, ShareDeviceInfo> last_;
-    std::string lost_;
-    std::string cancelled_;
-    int32_t error_ = 0;
-    size_t reports_ = 0;
+    std::map<std::string, Course> courses_;
+    bool gone_ = false;
 };
 
 // A client that discovers for as long as it lives.
@@ -178,12 +174,11 @@ class Session {
 public:
     [[nodiscard]] ExitCode Open(const Context& context, const sptr<Discoverer>& discoverer)
     {
-        std::optional<DevicePaths> paths;
-        if (ExitCode code = FindDevice(context, paths); code != EXIT_DONE) {
+        if (ExitCode code = Connection::Open(context, "owner", connection_); code != EXIT_DONE) {
             return code;
         }
-        if (ExitCode code = Connection::Open(*paths, "owner", connection_); code != EXIT_DONE) {
-            return code;
+        if (!CallWhenGone(Service()->AsObject(), [discoverer] { discoverer->SetGone(); })) {
+            return DeviceHasGone();
         }
         if (!Service()->RegisterTrellisCallback(discoverer)) {
             return ExplainFailure("registering with the service");
@@ -226,20 +221,20 @@ void PrintPeer(const Context& context, const char* what, const ShareDeviceInfo& 
         PrintJson(Json::Object().Put("what", what).Put("peer", PeerJson(peer)).Text());
         return;
     }
-    std::string name = peer.contactInfo.name.empty() ? peer.btName : peer.contactInfo.name;
-    PrintLine(std::string(what) + "\t" + EscapeForTerminal(peer.deviceId) + "\t" + EscapeForTerminal(name));
+    PrintLine(std::string(what) + "\t" + EscapeForTerminal(peer.deviceId) + "\t" + EscapeForTerminal(NameOf(peer)));
 }
 
-void SleepUnlessInterrupted(int64_t untilMs)
+// Until the time, an interrupt or the end of the device; for ever with -1.
+void SleepWhileThere(Discoverer& discoverer, int64_t untilMs)
 {
-    while (!g_interrupted && (untilMs < 0 || NowMs() < untilMs)) {
+    while (Interrupts() == 0 && !discoverer.IsGone() && (untilMs < 0 || NowMs() < untilMs)) {
         (void)::usleep(static_cast<useconds_t>(TICK_MS * 1000)); // ends early with a signal, which is what it is for
     }
 }
 
 ExitCode Nearby(const Context& context, const NearbyOptions& options)
 {
-    (void)std::signal(SIGINT, OnInterrupt);
+    NoteInterrupts();
     sptr<Discoverer> discoverer = options.watch
                                       ? new Discoverer([&context](const char* what, const ShareDeviceInfo& peer) {
                                             PrintPeer(context, what, peer);
@@ -249,13 +244,16 @@ ExitCode Nearby(const Context& context, const NearbyOptions& options)
     if (ExitCode code = session.Open(context, discoverer); code != EXIT_DONE) {
         return code;
     }
-    SleepUnlessInterrupted(options.watch ? -1 : NowMs() + options.seconds * 1000LL);
-    if (!options.watch) {
-        for (const ShareDeviceInfo& peer : session.Service()->GetAllUserList()) {
-            PrintPeer(context, "peer", peer);
-        }
+    SleepWhileThere(*discoverer, options.watch ? -1 : NowMs() + options.seconds * 1000LL);
+    std::vector<ShareDeviceInfo> peers =
+        options.watch ? std::vector<ShareDeviceInfo>() : session.Service()->GetAllUserList();
+    if (discoverer->IsGone()) {
+        return DeviceHasGone();
     }
-    return g_interrupted && !options.watch ? EXIT_INTERRUPTED : EXIT_DONE;
+    for (const ShareDeviceInfo& peer : peers) {
+        PrintPeer(context, "peer", peer);
+    }
+    return Interrupts() > 0 && !options.watch ? EXIT_INTERRUPTED : EXIT_DONE;
 }
 
 // How a send can end, by the state that the entry shows.
@@ -322,49 +320,55 @@ struct SendOptions {
     int seconds = 10;
 };
 
-// Follows a send to its end: draws the bar, says a stall in words, and cancels on Ctrl-C.
+// Follows a send to its end: draws the bar, says a stall in words, and cancels on Ctrl-C; on the second one it waits no
+// longer for the end of what it has cancelled.
 class Follower {
 public:
     Follower(const ShareDeviceInfo& peer, int64_t totalBytes)
-        : peer_(peer), bar_(EscapeForTerminal(Name(peer)), totalBytes)
+        : peer_(peer), bar_(EscapeForTerminal(NameOf(peer)), totalBytes)
     {}
 
-    const Ending& Follow(Discoverer& discoverer, ITrellisService& service)
+    Ending Follow(Discoverer& discoverer, ITrellisService& service)
     {
         size_t seen = 0;
         int64_t changedAt = NowMs();
         for (;;) {
-            size_t before = seen;
-            ShareDeviceInfo now = discoverer.WaitForChange(peer_.deviceId, seen);
-            if (const Ending* ending = EndingOf(now.deviceState); ending != nullptr) {
+            Course now = discoverer.WaitForChange(peer_.deviceId, seen);
+            if (auto ending = EndOf(now, discoverer); ending.has_value()) {
                 bar_.End();
                 return *ending;
             }
-            if (discoverer.IsCancelled(peer_.deviceId)) {
-                bar_.End();
-                return *EndingOf(DeviceState::CANCELLED);
-            }
-            if (discoverer.IsLost(peer_.deviceId)) {
-                bar_.End();
-                return *EndingOf(DeviceState::FAILED);
-            }
-            if (g_interrupted.exchange(false)) {
+            if (Interrupts() > 0 && !wasCancelled_) {
                 (void)service.Cancel(peer_); // it may just have ended
-                interrupted_ = true;
+                wasCancelled_ = true;
             }
-            changedAt = seen == before ? changedAt : NowMs();
-            Show(now, NowMs() - changedAt);
+            changedAt = now.reports == seen ? changedAt : NowMs();
+            seen = now.reports;
+            Show(now.device, NowMs() - changedAt);
         }
     }
     bool WasInterrupted() const
     {
-        return interrupted_;
+        return wasCancelled_;
     }
 
 private:
-    static std::string Name(const ShareDeviceInfo& peer)
+    // How the send has ended, if it has.
+    std::optional<Ending> EndOf(const Course& course, Discoverer& discoverer) const
     {
-        return peer.contactInfo.name.empty() ? peer.btName : peer.contactInfo.name;
+        if (const Ending* ending = EndingOf(course.device.deviceState); ending != nullptr) {
+            return Explained(*ending, course.error);
+        }
+        if (course.isCancelled || Interrupts() > 1) {
+            return *EndingOf(DeviceState::CANCELLED);
+        }
+        if (course.isLost) {
+            return Explained(*EndingOf(DeviceState::FAILED), course.error);
+        }
+        if (discoverer.IsGone()) {
+            return Ending{DeviceState::FAILED, DeviceHasGone(), "the own device has gone"};
+        }
+        return std::nullopt;
     }
     void Show(const ShareDeviceInfo& now, int64_t quietMs)
     {
@@ -372,6 +376,7 @@ private:
             if (quietMs >= STALL_MS) {
                 Note("no progress for " + SecondsText(quietMs / 1000));
             } else {
+                noted_.clear(); // the next stall is said again
                 bar_.Show(now.percent, int64_t{now.speed} * BYTES_PER_SPEED);
             }
         } else {
@@ -389,7 +394,7 @@ private:
     const ShareDeviceInfo peer_;
     ProgressBar bar_;
     std::string noted_;
-    bool interrupted_ = false;
+    bool wasCancelled_ = false; // by an interrupt
 };
 
 ExitCode Send(const Context& context, const SendOptions& options)
@@ -402,29 +407,34 @@ ExitCode Send(const Context& context, const SendOptions& options)
     if (ExitCode code = payload.Fill(options.files, options.text, options.uris); code != EXIT_DONE) {
         return code;
     }
-    (void)std::signal(SIGINT, OnInterrupt);
+    NoteInterrupts();
     sptr<Discoverer> discoverer = new Discoverer();
     Session session;
     if (ExitCode code = session.Open(context, discoverer); code != EXIT_DONE) {
         return code;
     }
-    auto peer = discoverer->WaitForPeer(options.to, NowMs() + options.seconds * 1000LL);
-    if (!peer.has_value()) {
-        Complain("there is no peer '" + EscapeForTerminal(options.to) + "'; see who is there with: pelago nearby");
-        return EXIT_NO_SUCH;
+    auto peers = discoverer->WaitForPeer(options.to, NowMs() + options.seconds * 1000LL);
+    if (discoverer->IsGone()) {
+        return DeviceHasGone();
     }
-    (void)session.Service()->PrepareSend(*peer); // always true
-    bool taken = options.uris ? session.Service()->SendFile(*peer, payload.data, PACKAGE_NAME)
-                              : session.Service()->Send(*peer, payload.bean, PACKAGE_NAME);
+    if (Interrupts() > 0) {
+        return EXIT_INTERRUPTED;
+    }
+    ShareDeviceInfo peer;
+    if (ExitCode code = ChoosePeer(peers, options.to, peer); code != EXIT_DONE) {
+        return code;
+    }
+    (void)session.Service()->PrepareSend(peer); // always true
+    bool taken = options.uris ? session.Service()->SendFile(peer, payload.data, PACKAGE_NAME)
+                              : session.Service()->Send(peer, payload.bean, PACKAGE_NAME);
     if (!taken) {
         return ExplainFailure("sending");
     }
-    Follower follower(*peer, payload.TotalSize());
+    Follower follower(peer, payload.TotalSize());
     Ending ending = follower.Follow(*discoverer, *session.Service().GetRefPtr());
-    ending = Explained(ending, discoverer->LastError());
     if (context.json) {
         PrintJson(Json::Object()
-                      .Put("peer", PeerJson(*peer))
+                      .Put("peer", PeerJson(peer))
                       .Put("ending", ending.text)
                       .Put("state", static_cast<int64_t>(ending.state))
                       .Put("bytes", payload.TotalSize())
@@ -437,21 +447,15 @@ ExitCode Send(const Context& context, const SendOptions& options)
 
 ExitCode Cancel(const Context& context, const std::string& to)
 {
-    std::optional<DevicePaths> paths;
-    if (ExitCode code = FindDevice(context, paths); code != EXIT_DONE) {
-        return code;
-    }
     Connection connection;
-    if (ExitCode code = Connection::Open(*paths, "owner", connection); code != EXIT_DONE) {
+    if (ExitCode code = Connection::Open(context, "owner", connection); code != EXIT_DONE) {
         return code;
     }
-    for (const ShareDeviceInfo& peer : connection.service->GetAllUserList()) {
-        if (to == peer.deviceId || to == peer.btName || to == peer.contactInfo.name) {
-            return connection.service->Cancel(peer) ? EXIT_DONE : ExplainFailure("cancelling");
-        }
+    ShareDeviceInfo peer;
+    if (ExitCode code = ChoosePeer(connection.service->GetAllUserList(), to, peer); code != EXIT_DONE) {
+        return code;
     }
-    Complain("there is no peer '" + EscapeForTerminal(to) + "'");
-    return EXIT_NO_SUCH;
+    return connection.service->Cancel(peer) ? EXIT_DONE : ExplainFailure("cancelling");
 }
 
 } // namespace
@@ -460,7 +464,7 @@ Action NearbyVerb(CLI::App& app)
 {
     auto options = std::make_shared<NearbyOptions>();
     app.add_flag("--watch", options->watch, "go on printing who comes and goes");
-    app.add_option("--for", options->seconds, "how many seconds to look")->capture_default_str();
+    app.add_option("--for", options->seconds, "how many seconds to look")->capture_default_str()->check(Seconds());
     return [options](const Context& context) { return Nearby(context, *options); };
 }
 
@@ -471,7 +475,9 @@ Action SendVerb(CLI::App& app)
     app.add_option("--text", options->text, "a text, with files or alone");
     app.add_option("--to", options->to, "id, name or contact of the peer")->required();
     app.add_flag("--uri", options->uris, "hand the files over by name instead of by descriptor");
-    app.add_option("--wait", options->seconds, "how many seconds to look for the peer")->capture_default_str();
+    app.add_option("--wait", options->seconds, "how many seconds to look for the peer")
+        ->capture_default_str()
+        ->check(Seconds());
     return [options](const Context& context) { return Send(context, *options); };
 }
 

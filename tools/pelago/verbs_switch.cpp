@@ -35,12 +35,8 @@ bool StateIs(const cJSON* state, int wanted)
 
 ExitCode Request(const Context& context, int state, int type, bool ask)
 {
-    std::optional<DevicePaths> paths;
-    if (ExitCode code = FindDevice(context, paths); code != EXIT_DONE) {
-        return code;
-    }
     Connection connection;
-    if (ExitCode code = Connection::Open(*paths, "owner", connection); code != EXIT_DONE) {
+    if (ExitCode code = Connection::Open(context, "owner", connection); code != EXIT_DONE) {
         return code;
     }
     if (!connection.service->SetShareEnableWithConfirm(state, type, ask, ask)) {

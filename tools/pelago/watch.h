@@ -36,9 +36,8 @@ private:
     bool closed_ = false;
 };
 
-// What is observed: the device, its control, and what comes from it.
+// What is observed: the device's control, and what comes from it.
 struct Observation {
-    Connection connection;
     sptr<Host::IDeviceControl> control;
     sptr<WatchQueue> queue;
 };
@@ -46,7 +45,8 @@ struct Observation {
 // Begins to observe; the first messages are the state as it is.
 [[nodiscard]] ExitCode StartWatching(const Context& context, Observation& observation);
 
-// Observes until `wanted` says so of a section's state. EXIT_TIMED_OUT when the time is over.
+// Observes until `wanted` says so of a section's state. EXIT_TIMED_OUT, the one end that it does not complain of, when
+// the time is over.
 [[nodiscard]] ExitCode WaitForState(const Context& context, const std::string& section,
     const std::function<bool(const cJSON* state)>& wanted, int seconds);
 

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "hilog/host_text.h"
+#include "host/json_text.h"
 
 namespace OHOS::Pelago::Tools {
 namespace {
@@ -65,8 +66,7 @@ std::string Text(const cJSON* object, const char* key)
 
 std::string Compact(const cJSON* value)
 {
-    std::unique_ptr<char, void (*)(void*)> text(cJSON_PrintUnformatted(value), cJSON_free);
-    return text == nullptr ? std::string() : EscapeForTerminal(text.get());
+    return Host::JsonText(value);
 }
 
 template <size_t count>
@@ -177,7 +177,8 @@ std::string Short(const cJSON* object, const char* key)
     const cJSON* value = Member(object, key);
     JsonValue inner(cJSON_IsString(value) ? cJSON_Parse(value->valuestring) : nullptr, cJSON_Delete);
     std::string text = inner == nullptr ? Text(object, key) : Compact(inner.get());
-    return text.size() <= SHOWN_TEXT ? text : text.substr(0, SHOWN_TEXT) + "...";
+    // Escaped once more, since a character may have been cut.
+    return text.size() <= SHOWN_TEXT ? text : EscapeForTerminal(text.substr(0, SHOWN_TEXT)) + "...";
 }
 
 // "published #0012": sorts as it counts.

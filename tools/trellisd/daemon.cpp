@@ -6,7 +6,6 @@
 #include <future>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -112,7 +111,7 @@ std::string Daemon::TakeFolder()
     if (lock_ < 0) {
         return Reason(paths_.Lock());
     }
-    if (::flock(lock_, LOCK_EX | LOCK_NB) != 0) {
+    if (!DevicePaths::TakeLock(lock_)) {
         return "the device '" + paths_.Id() + "' is running already";
     }
     return MakeServiceFolders(paths_.State());
@@ -131,7 +130,7 @@ std::string Daemon::TakeCard()
     if (card.udid.empty()) {
         return "no random number for the device's UDID";
     }
-    return paths_.WriteCard(card) ? std::string() : Reason(paths_.Card());
+    return paths_.WriteCard(card);
 }
 
 std::string Daemon::ConfigureDevice()

@@ -1,8 +1,10 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <string>
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -50,7 +52,9 @@ sigset_t BlockEndSignals()
     (void)sigaddset(&signals, SIGTERM);
     (void)sigaddset(&signals, SIGINT);
     (void)sigaddset(&signals, SIGHUP);
-    (void)pthread_sigmask(SIG_BLOCK, &signals, nullptr); // before the first thread, so that all have it
+    sigset_t blocked = signals;
+    (void)sigaddset(&blocked, SIGPIPE);                  // whoever reads what we say may have gone
+    (void)pthread_sigmask(SIG_BLOCK, &blocked, nullptr); // before the first thread, so that all have it
     return signals;
 }
 
@@ -67,32 +71,33 @@ void SayReady(int readyFd, const Daemon& daemon)
     NotifyServiceManager("READY=1\n");
 }
 
+int Down(Daemon& daemon, int result)
+{
+    if (!daemon.Stop()) {
+        (void)std::fprintf(stderr, "trellisd: some threads did not end in time\n");
+        std::_Exit(EXIT_FAILURE); // they still use what a return would destroy
+    }
+    return result;
+}
+
 int Run(DaemonOptions options, int readyFd)
 {
     sigset_t signals = BlockEndSignals();
     Daemon daemon(std::move(options));
     if (std::string reason = daemon.Start(); !reason.empty()) {
         (void)std::fprintf(stderr, "trellisd: %s\n", reason.c_str());
-        (void)daemon.Stop(); // it fails as it is
-        return EXIT_FAILURE;
+        return Down(daemon, EXIT_FAILURE);
     }
     SayReady(readyFd, daemon);
     int signal = 0;
     (void)sigwait(&signals, &signal);
     NotifyServiceManager("STOPPING=1\n");
-    if (!daemon.Stop()) {
-        (void)std::fprintf(stderr, "trellisd: some threads did not end in time\n");
-        return EXIT_FAILURE;
-    }
-    return EXIT_SUCCESS;
+    return Down(daemon, EXIT_SUCCESS);
 }
 
-} // namespace
-} // namespace OHOS::Pelago::Tools
-
-int main(int argc, char** argv)
+// Parses the command line and runs the device.
+int Main(int argc, char** argv)
 {
-    using namespace OHOS::Pelago::Tools;
     DaemonOptions options;
     int readyFd = -1;
     CLI::App app(
@@ -100,7 +105,8 @@ int main(int argc, char** argv)
         "come through. Says \"ready ID\" when it is up, and ends cleanly on SIGTERM.");
     app.add_option("--id", options.card.id, "which device: [a-z0-9-], names its folders")->required();
     app.add_option("--name", options.card.name, "the name that other devices show; remembered");
-    app.add_option("--type", options.card.type, "phone, tablet, pc, 2in1, watch, car or tv; remembered");
+    app.add_option("--type", options.card.type, "phone, tablet, pc, 2in1, watch, car or tv; remembered")
+        ->check(CLI::IsMember({"phone", "tablet", "pc", "2in1", "watch", "car", "tv"}));
     app.add_option("--account", options.card.account, "hash of the account that it is signed in with; remembered");
     app.add_flag("!--no-bytes", options.takesBytes, "a device that cannot take sends of bytes");
     app.add_option("--log-level", options.logLevel, "debug, info, warn, error or fatal")
@@ -117,5 +123,22 @@ int main(int argc, char** argv)
         (void)std::fprintf(stderr, "trellisd: a device's id is 1 to %zu of a-z, 0-9 and dash\n", MAX_DEVICE_ID);
         return EXIT_USAGE;
     }
+    if (readyFd >= 0 && ::fcntl(readyFd, F_GETFD) < 0) {
+        (void)std::fprintf(stderr, "trellisd: the descriptor %d of --ready-fd is not open\n", readyFd);
+        return EXIT_USAGE;
+    }
     return Run(std::move(options), readyFd);
+}
+
+} // namespace
+} // namespace OHOS::Pelago::Tools
+
+int main(int argc, char** argv)
+{
+    try {
+        return OHOS::Pelago::Tools::Main(argc, argv);
+    } catch (const std::exception& error) { // of a library or the machine; ours throw nothing
+        (void)std::fprintf(stderr, "trellisd: %s\n", error.what());
+        return EXIT_FAILURE;
+    }
 }

@@ -262,7 +262,7 @@ ControlAnswer NearField::Play(const Host::Words& words)
         return value.has_value() ? Host::Done(Json::Object().Put("result", int64_t{*value}).Text())
                                  : Host::Refuse(ControlResult::FAILED, "the service does not answer");
     }
-    return Host::Refuse(ControlResult::USAGE, "tap-event takes: knock | publish JSON | deliver JSON");
+    return Host::Refuse(ControlResult::USAGE, "usage: pelago sim tap knock|publish JSON|deliver JSON");
 }
 
 } // namespace OHOS::Pelago::Tools

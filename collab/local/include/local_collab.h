@@ -1,6 +1,7 @@
 #ifndef COLLAB_LOCAL_LOCAL_COLLAB_H
 #define COLLAB_LOCAL_LOCAL_COLLAB_H
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -92,10 +93,12 @@ public:
     using StateObserver = std::function<void(const ServiceState&)>;
     using ChangeObserver = std::function<void()>;
 
-    static constexpr uint32_t TAP_CODE = 8;           // the request that wants taps
-    static constexpr size_t KEPT = 32;                // states, texts and taps that are remembered, of each
-    static constexpr size_t MAX_TEXT = 16 * 1024;     // bytes of a reply to a peer, and of what is remembered of a text
+    static constexpr uint32_t TAP_CODE = 8; // the request that wants taps
+    static constexpr size_t KEPT = 32;      // states, texts and taps that are remembered, of each
+    static constexpr size_t MAX_TEXT =
+        size_t{16} * 1024;                            // bytes of a reply to a peer, and of what is remembered of a text
     static constexpr size_t MAX_UNDER_WAY = 16;       // taps that wait for an answer, and requests that wait for ours
+    static constexpr size_t MAX_WAITING_NOTES = 64;   // of peers, until the service has time for them
     static constexpr int64_t ANSWER_LIMIT_MS = 5'000; // for the peer's answer: below the six seconds of the service
     static constexpr int32_t RESULT_REFUSED = 1;      // of a request that makes no sense here
 
@@ -117,7 +120,7 @@ public:
     void OnNote(const std::string& peer, const std::string& note);
     // Plays one event, with any text. `done` gets, on the queue, what the service gave back; RESULT_NOT_CALLED when it
     // has not registered for it.
-    void Play(CollabEvent event, const std::string& text, std::function<void(int32_t result)> done);
+    void Play(CollabEvent event, const std::string& text, const std::function<void(int32_t result)>& done);
 
     [[nodiscard]] CollabView View() const;
 
@@ -161,6 +164,7 @@ private:
 
     const CollabDevice self_;
     const std::shared_ptr<Host::TaskQueue> queue_;
+    std::atomic<size_t> waitingNotes_{0};
 
     mutable std::mutex mutex_; // guards the rest; never held while anybody is called
     std::shared_ptr<NoteCarrier> carrier_;

@@ -102,9 +102,14 @@ uint32_t LocalCollab::Tap(const std::string& peer, std::function<void(TapStep)> 
         tap = ++lastTap_;
         taps_.push_back({tap, peer, TapStep::KNOCKING, std::move(done)});
     }
-    bool begun = Post([tap, peer](LocalCollab& self) { self.Knock(tap, peer); });
-    begun = begun && Post([tap](LocalCollab& self) { (void)self.MoveTap(tap, TapStep::NO_ANSWER); }, ANSWER_LIMIT_MS);
-    return begun ? tap : 0;
+    if (Post([tap](LocalCollab& self) { (void)self.MoveTap(tap, TapStep::NO_ANSWER); }, ANSWER_LIMIT_MS) &&
+        Post([tap, peer](LocalCollab& self) { self.Knock(tap, peer); })) {
+        return tap;
+    }
+    std::lock_guard<std::mutex> guard(mutex_); // a tap that nobody makes must not count as one under way
+    auto same = [tap](const TapRecord& record) { return record.tap == tap; };
+    taps_.erase(std::remove_if(taps_.begin(), taps_.end(), same), taps_.end());
+    return 0;
 }
 
 void LocalCollab::Knock(uint32_t tap, const std::string& peer)
@@ -162,8 +167,16 @@ bool LocalCollab::MoveTap(uint32_t tap, TapStep step, const std::string& peer)
 
 void LocalCollab::OnNote(const std::string& peer, const std::string& note)
 {
-    // Without a thread nobody can be asked; the scheduler has said so in the log.
-    (void)Post([peer, note](LocalCollab& self) { self.TakeNote(peer, note); });
+    if (++waitingNotes_ > MAX_WAITING_NOTES) {
+        --waitingNotes_;
+        SHARE_LOGD(Log::SERVICE, "too many notes wait: one is dropped");
+        return;
+    }
+    bool posted = Post([peer, note](LocalCollab& self) {
+        --self.waitingNotes_;
+        self.TakeNote(peer, note);
+    });
+    waitingNotes_ -= posted ? 0 : 1; // without a thread nobody can be asked; the scheduler has said so in the log
 }
 
 void LocalCollab::TakeNote(const std::string& peer, const std::string& text)
@@ -250,7 +263,7 @@ int32_t LocalCollab::CallDeliver(const std::string& peer, const std::string& tex
     return callback == nullptr ? RESULT_NOT_CALLED : callback->OnDeliver(text);
 }
 
-void LocalCollab::Play(CollabEvent event, const std::string& text, std::function<void(int32_t)> done)
+void LocalCollab::Play(CollabEvent event, const std::string& text, const std::function<void(int32_t)>& done)
 {
     bool posted = Post([event, text, done](LocalCollab& self) {
         done(event == CollabEvent::DELIVER ? self.CallDeliver({}, text) : self.CallPublish(event, {}, text));

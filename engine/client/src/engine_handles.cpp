@@ -35,7 +35,11 @@ int32_t CallForResult(const sptr<IRemoteObject>& remote, PelagoReceiverCode code
 {
     MessageParcel reply;
     int32_t error = Wire::Call(remote, PelagoReceiver::GetDescriptor(), code, reply, MessageOption(), fields...);
-    return error == 0 ? reply.ReadInt32() : error;
+    int32_t result = 0;
+    if (error == 0 && !Wire::Get(reply, result)) {
+        return ERROR_BAD_REQUEST;
+    }
+    return error == 0 ? result : error;
 }
 
 } // namespace

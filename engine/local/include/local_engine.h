@@ -24,16 +24,19 @@ inline constexpr int32_t CAPABILITY_BYTES = 4;
 
 // How long a peer that has accepted, or was accepted, may let a transfer stand still.
 inline constexpr int64_t STALL_LIMIT_MS = 30'000;
+// How long a peer may leave a frame unread.
+inline constexpr int64_t UNREAD_LIMIT_MS = 30'000;
 // How long the device that a hand points at is looked for.
 inline constexpr int64_t SWING_FIND_MS = 5'000;
 // Bytes of a note.
-inline constexpr size_t MAX_NOTE_BYTES = 64 * 1024;
+inline constexpr size_t MAX_NOTE_BYTES = size_t{64} * 1024;
 
 struct LocalEngineConfig {
     std::string nearbyFolder; // absolute; made, with mode 0700, when it is missing; its parent must exist
     std::string contactsFile; // absolute, or empty for none; may come and go while the engine runs
     LocalDevice device;
-    int64_t stallLimitMs = STALL_LIMIT_MS; // shorter in tests, both
+    int64_t stallLimitMs = STALL_LIMIT_MS; // shorter in tests, all three
+    int64_t unreadLimitMs = UNREAD_LIMIT_MS;
     int64_t swingFindMs = SWING_FIND_MS;
 };
 

@@ -16,12 +16,12 @@
 namespace OHOS::Pelago::Local {
 namespace {
 
-constexpr size_t PIPE_BYTES = 1024 * 1024; // a wish: a user who has many gets the ordinary 64 KiB
+constexpr size_t PIPE_BYTES = size_t{1024} * 1024; // a wish: a user who has many gets the ordinary 64 KiB
 
 struct Pipe {
     UniqueFd in;
     UniqueFd out;
-    size_t bytes = 64 * 1024; // that it holds
+    size_t bytes = size_t{64} * 1024; // that it holds
 
     [[nodiscard]] bool Open()
     {

@@ -11,14 +11,14 @@
 namespace OHOS::Pelago::Local {
 namespace {
 
-constexpr size_t READ_BYTES = 64 * 1024;
+constexpr size_t READ_BYTES = size_t{64} * 1024;
 constexpr size_t MOST_DESCRIPTORS = 253; // what the kernel can put into one message
 
 } // namespace
 
-std::shared_ptr<Channel> Channel::Open(ControlLoop& loop, UniqueFd socket)
+std::shared_ptr<Channel> Channel::Open(ControlLoop& loop, UniqueFd socket, int64_t unreadLimitMs)
 {
-    std::shared_ptr<Channel> channel(new Channel(loop, std::move(socket)));
+    std::shared_ptr<Channel> channel(new Channel(loop, std::move(socket), unreadLimitMs));
     channel->watch_ =
         loop.Watch(channel->socket_.Get(), EPOLLIN, [self = channel.get()](uint32_t events) { self->OnReady(events); });
     return channel->watch_ == 0 ? nullptr : channel;
@@ -151,6 +151,13 @@ void Channel::TakeFrames()
         handler(header->type, body, carries ? std::exchange(inFd_, UniqueFd()) : UniqueFd());
     }
     in_.erase(0, taken);
+    if (IsOpen() && !finishing_ && in_.empty() && inFd_) {
+        End("sent a descriptor that no frame carries");
+        return;
+    }
+    if (taken > 0) {
+        loop_.CancelTimer(unfinished_); // it was for a frame that is whole by now
+    }
     GuardUnfinished();
 }
 
@@ -173,7 +180,7 @@ void Channel::GuardUnread(bool tookSome)
         loop_.CancelTimer(unread_);
     }
     if (IsOpen() && !out_.empty() && !finishing_ && unread_ == 0) {
-        unread_ = loop_.After(UNREAD_FRAME_MS, [this] {
+        unread_ = loop_.After(unreadLimitMs_, [this] {
             unread_ = 0;
             End("reads nothing");
         });
@@ -195,7 +202,8 @@ void Channel::Flush()
     UpdateEvents();
 }
 
-// True when all of the message is written. A peer that has gone is noticed by reading.
+// True when there is nothing more to write of the message. A connection that takes no more is noticed by reading, after
+// what the peer has said last.
 bool Channel::WriteSome(Outgoing& message)
 {
     alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
@@ -214,8 +222,12 @@ bool Channel::WriteSome(Outgoing& message)
         std::memcpy(CMSG_DATA(head), &fd, sizeof(fd));
     }
     ssize_t count = ::sendmsg(socket_.Get(), &header, MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
+        return false;
+    }
     if (count < 0) {
-        return errno != EAGAIN && errno != EINTR;
+        (void)::shutdown(socket_.Get(), SHUT_RDWR); // half a frame is no frame; fails where the peer has gone
+        return true;
     }
     message.fd.Reset(); // went with the first byte
     message.written += static_cast<size_t>(count);

@@ -15,7 +15,6 @@
 namespace OHOS::Pelago::Local {
 
 inline constexpr int64_t UNFINISHED_FRAME_MS = 10'000; // from the first byte of a frame to its last
-inline constexpr int64_t UNREAD_FRAME_MS = 30'000;     // for a peer to take a frame that waits for it
 inline constexpr int64_t CLOSE_LIMIT_MS = 5'000;       // for a peer to take, or to send, the last words
 
 // One connection between two engines: frames both ways, ACCEPT with one descriptor.
@@ -28,8 +27,8 @@ public:
     // Nothing comes after it. `why` is null when the peer has gone, else it says what the peer did wrong.
     using EndHandler = std::function<void(const char* why)>;
 
-    // `socket` is connected and does not block.
-    [[nodiscard]] static std::shared_ptr<Channel> Open(ControlLoop& loop, UniqueFd socket);
+    // `socket` is connected and does not block. A frame that waits for the peer waits for `unreadLimitMs` at most.
+    [[nodiscard]] static std::shared_ptr<Channel> Open(ControlLoop& loop, UniqueFd socket, int64_t unreadLimitMs);
     ~Channel();
 
     // Who hears; may be replaced at any time, by a handler too. Without them frames are dropped.
@@ -52,7 +51,8 @@ private:
         UniqueFd fd;
     };
 
-    Channel(ControlLoop& loop, UniqueFd socket) : loop_(loop), socket_(std::move(socket))
+    Channel(ControlLoop& loop, UniqueFd socket, int64_t unreadLimitMs)
+        : loop_(loop), unreadLimitMs_(unreadLimitMs), socket_(std::move(socket))
     {}
     void OnReady(uint32_t events);
     // False when there is nothing more to read, and when the peer has gone or erred: then the channel is closed.
@@ -67,6 +67,7 @@ private:
     void UpdateEvents();
 
     ControlLoop& loop_;
+    const int64_t unreadLimitMs_;
     UniqueFd socket_;
     ControlLoop::Id watch_ = 0;
     ControlLoop::Id unfinished_ = 0;

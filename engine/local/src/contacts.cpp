@@ -12,8 +12,8 @@
 namespace OHOS::Pelago::Local {
 namespace {
 
-constexpr size_t MAX_CONTACTS_BYTES = 8 * 1024 * 1024;
-constexpr size_t MAX_AVATAR_BYTES = 128 * 1024; // leaves room in the parcel of a report
+constexpr size_t MAX_CONTACTS_BYTES = size_t{8} * 1024 * 1024;
+constexpr size_t MAX_AVATAR_BYTES = size_t{128} * 1024; // leaves room in the parcel of a report
 constexpr size_t MAX_NAME_BYTES = 1024;
 
 [[nodiscard]] bool ReadText(const cJSON* entry, const char* key, size_t most, std::string& text)
@@ -46,7 +46,8 @@ void Contacts::Load(const std::string& path)
     if (!text.has_value()) {
         return;
     }
-    std::unique_ptr<cJSON, void (*)(cJSON*)> json(cJSON_ParseWithLength(text->data(), text->size()), cJSON_Delete);
+    const std::string& bytes = *text;
+    std::unique_ptr<cJSON, void (*)(cJSON*)> json(cJSON_ParseWithLength(bytes.c_str(), bytes.size()), cJSON_Delete);
     if (!cJSON_IsObject(json.get())) {
         SHARE_LOGD(Log::SERVICE, "the contacts file is no JSON object");
         return;

@@ -12,7 +12,7 @@ namespace OHOS::Pelago::Local {
 namespace {
 
 constexpr ControlLoop::Id WAKE_ID = 0; // no watch has it
-constexpr int64_t LONGEST_WAIT_MS = 24 * 3600 * 1000;
+constexpr int64_t LONGEST_WAIT_MS = int64_t{24} * 3600 * 1000;
 
 int64_t NowMs()
 {
@@ -173,8 +173,8 @@ void ControlLoop::Loop()
         lock.lock();
     }
     watches_.clear();
+    timerDue_.clear(); // before the work, whose end may cancel timers
     timers_.clear();
-    timerDue_.clear();
     thread_ = {};
     running_ = false;
     changed_.notify_all();

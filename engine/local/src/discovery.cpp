@@ -11,6 +11,7 @@
 
 #include "engine_listener_proxies.h"
 #include "hilog/host_text.h"
+#include "host/faults.h"
 #include "share_log.h"
 
 namespace OHOS::Pelago::Local {
@@ -145,7 +146,10 @@ bool Discovery::Update()
 
 bool Discovery::Begin()
 {
-    UniqueFd fd(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    const std::string& contacts = context_->config.contactsFile;
+    contacts_.Load(contacts);
+    bool mayWatch = !Host::Faults::Take("engine.watch");
+    UniqueFd fd(mayWatch ? ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK) : -1);
     std::string folder = "/proc/self/fd/" + std::to_string(context_->folder.Descriptor()) + "/.";
     folderWatch_ = fd ? ::inotify_add_watch(fd.Get(), folder.c_str(), FOLDER_EVENTS) : -1;
     watch_ = folderWatch_ < 0 ? 0 : context_->loop.Watch(fd.Get(), EPOLLIN, [this](uint32_t) { OnFolderEvents(); });
@@ -153,12 +157,10 @@ bool Discovery::Begin()
         SHARE_LOGD(Log::SERVICE, "the nearby folder cannot be watched: %{public}s", std::strerror(errno));
         return false;
     }
-    const std::string& contacts = context_->config.contactsFile;
     if (!contacts.empty() && ::inotify_add_watch(fd.Get(), SplitPath(contacts).first.c_str(), FOLDER_EVENTS) < 0) {
         SHARE_LOGD(Log::SERVICE, "the contacts' folder cannot be watched: %{public}s", std::strerror(errno));
     }
     inotify_ = std::move(fd);
-    contacts_.Load(contacts);
     return true;
 }
 
@@ -187,7 +189,7 @@ void Discovery::Drop()
 
 void Discovery::OnFolderEvents()
 {
-    alignas(inotify_event) std::array<char, 16 * 1024> bytes;
+    alignas(inotify_event) std::array<char, size_t{16} * 1024> bytes;
     ssize_t size = ::read(inotify_.Get(), bytes.data(), bytes.size());
     const std::string contactsName = SplitPath(context_->config.contactsFile).second;
     bool contactsChanged = false;
@@ -238,8 +240,9 @@ void Discovery::LookAtAll()
 
 void Discovery::Look(const std::string& id)
 {
-    bool isWanted = !listeners_.empty() || id == aim_ || peers_.count(id) != 0;
-    if (id == context_->device.id || !inotify_ || !isWanted) {
+    bool isAim = searching_ != 0 && id == aim_;
+    bool isWanted = !listeners_.empty() || isAim || peers_.count(id) != 0;
+    if (id == context_->device.id || !isWanted) {
         return;
     }
     std::string why;
@@ -274,13 +277,14 @@ void Discovery::Connect(const LocalDevice& device)
             SHARE_LOGD(Log::SERVICE, "%{public}s cannot be connected to", device.id.c_str());
             return;
     }
-    auto link = Channel::Open(context_->loop, std::move(socket));
+    auto link = Channel::Open(context_->loop, std::move(socket), context_->config.unreadLimitMs);
     if (link == nullptr) {
         return;
     }
     link->SetHandlers([this, id = device.id](FrameType, std::string_view,
-                          UniqueFd) { OnLinkEnd(id, "it speaks where it has nothing to say"); },
-        [this, id = device.id](const char* why) { OnLinkEnd(id, why); });
+                          UniqueFd) { OnLinkEnd(std::string(id), "it speaks where it has nothing to say"); },
+        // A copy: what the handler holds goes with the link.
+        [this, id = device.id](const char* why) { OnLinkEnd(std::string(id), why); });
     link->Send(FrameType::WATCH);
     Peer& peer = peers_[device.id];
     peer.device = device;
@@ -292,9 +296,8 @@ void Discovery::Connect(const LocalDevice& device)
 }
 
 // The peer, or one that took its place, may be there all the same: its files say so, and who is refused removes them.
-void Discovery::OnLinkEnd(const std::string& idOfLink, const char* why)
+void Discovery::OnLinkEnd(const std::string& id, const char* why)
 {
-    const std::string id = idOfLink; // the argument goes with the link
     auto found = peers_.find(id);
     if (found == peers_.end()) {
         return;

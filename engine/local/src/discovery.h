@@ -91,7 +91,7 @@ private:
     void Look(const std::string& id);
     void LookAgainAfter(const std::string& id, int64_t delayMs);
     void Connect(const LocalDevice& device);
-    void OnLinkEnd(const std::string& id, const char* why);
+    void OnLinkEnd(const std::string& id, const char* why); // `id` outlives the link
     void Lose(const std::string& id);
     void ReloadContacts();
     void Report(Peer& peer);

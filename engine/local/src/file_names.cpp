@@ -1,6 +1,7 @@
 #include "file_names.h"
 
 #include <cstdint>
+#include <utility>
 
 namespace OHOS::Pelago::Local {
 namespace {
@@ -36,9 +37,11 @@ size_t Utf8Length(std::string_view text)
     return point < LEAST[length] || point > LAST_CODE_POINT || isSurrogate ? 0 : length;
 }
 
-bool IsControl(char c)
+// The second of the two bytes of U+0080 to U+009F counts as well: some terminals obey those.
+bool IsControl(char before, char c)
 {
-    return static_cast<uint8_t>(c) < 0x20 || c == 0x7F;
+    bool isHigh = before == '\xC2' && static_cast<uint8_t>(c) >= 0x80 && static_cast<uint8_t>(c) < 0xA0;
+    return static_cast<uint8_t>(c) < 0x20 || c == 0x7F || isHigh;
 }
 
 } // namespace
@@ -82,11 +85,12 @@ const char* FaultOfName(std::string_view name)
     if (name[0] == '.') {
         return "a file's name begins with a dot";
     }
+    char before = '\0';
     for (char c : name) {
         if (c == '/' || c == '\\') {
             return "a file's name holds a separator";
         }
-        if (IsControl(c)) {
+        if (IsControl(std::exchange(before, c), c)) {
             return "a file's name holds a control character";
         }
     }

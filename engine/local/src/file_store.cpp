@@ -31,7 +31,8 @@ Outcome FailureOf(int error, const char* what)
         return ENOSPC;
     }
     struct statvfs disk {};
-    if (::fstatvfs(fd, &disk) == 0 && disk.f_blocks != 0 && size / disk.f_frsize > disk.f_bavail) {
+    if (::fstatvfs(fd, &disk) == 0 && disk.f_blocks != 0 && disk.f_frsize != 0 &&
+        size / disk.f_frsize > disk.f_bavail) {
         return ENOSPC; // spares the disk the attempt
     }
     if (size == 0 || ::fallocate(fd, 0, 0, static_cast<off_t>(size)) == 0) {

@@ -146,7 +146,7 @@ void Incoming::OnFrame(FrameType type, std::string_view body)
     } else if (type == FrameType::FINISH && state_ == State::ACCEPTED && !finishSeen_) {
         finishSeen_ = true;
         CommitIfReady();
-    } else if (type != FrameType::FINISH || state_ == State::OFFERED) {
+    } else {
         EndWith({Ending::PROTOCOL, "the sender spoke out of turn"});
     }
 }
@@ -154,7 +154,9 @@ void Incoming::OnFrame(FrameType type, std::string_view body)
 void Incoming::OnAbort(std::string_view body)
 {
     auto outcome = DecodeOutcome(body);
-    bool possible = outcome.has_value() && outcome->ending != Ending::DONE;
+    // What the row has nothing for at this side, a sender cannot mean.
+    bool possible = outcome.has_value() &&
+                    (outcome->ending == Ending::CANCELLED_BY_SENDER || RowOf(outcome->ending).codeBeforeConfirm != 0);
     EndWith(possible ? *outcome : Outcome{Ending::PROTOCOL, "the sender's ending is none"});
 }
 
@@ -264,6 +266,7 @@ void Incoming::OnTaken(uint64_t taken)
 void Incoming::OnBytesReceived()
 {
     moving_ = false;
+    bytes_->socket.Reset(); // the handle keeps the transfer for as long as it likes
     const Outcome outcome = bytes_->outcome;
     if (state_ == State::ENDING) {
         Conclude();
@@ -356,6 +359,9 @@ void Incoming::Conclude()
 void Incoming::End(const Outcome& outcome)
 {
     auto self = shared_from_this();
+    if (state_ == State::ENDED) {
+        return; // dropped while the byte thread was at its last work
+    }
     bool accepted = std::exchange(state_, State::ENDED) != State::OFFERED;
     SHARE_LOGD(Log::SERVICE, "receive ended: %{public}s, %{public}s", RowOf(outcome.ending).name,
         Host::EscapeForTerminal(outcome.text).c_str());

@@ -24,7 +24,7 @@ namespace OHOS::Pelago::Local {
 namespace {
 
 constexpr const char* LOCK_FILE = "lock";
-constexpr size_t MAX_DESCRIPTION_BYTES = 16 * 1024;
+constexpr size_t MAX_DESCRIPTION_BYTES = size_t{16} * 1024;
 constexpr size_t MAX_TEXT_BYTES = 1024; // of a name or a hash
 constexpr int WAITING_CONNECTIONS = 128;
 constexpr int DESCRIPTION_VERSION = 1;
@@ -143,9 +143,16 @@ UniqueFd NearbyFolder::TryLock() const
 bool NearbyFolder::Serve(const std::string& id, std::string_view suffix, UniqueFd& listening, std::string& error) const
 {
     UniqueFd probe;
-    if (Connect(id, probe, suffix) == ConnectResult::CONNECTED) {
-        error = "another device has this id";
-        return false;
+    switch (Connect(id, probe, suffix)) {
+        case ConnectResult::REFUSED:
+            break;
+        case ConnectResult::CONNECTED:
+        case ConnectResult::FULL:
+            error = "another device has this id";
+            return false;
+        case ConnectResult::FAILED:
+            error = "nobody knows whether another device has this id";
+            return false;
     }
     RemoveSocket(id, suffix);
     UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
@@ -260,7 +267,8 @@ std::optional<LocalDevice> NearbyFolder::ReadDescription(const std::string& id, 
         why = "not a small regular file";
         return std::nullopt;
     }
-    JsonPointer json(cJSON_ParseWithLength(text->data(), text->size()), cJSON_Delete);
+    const std::string& bytes = *text;
+    JsonPointer json(cJSON_ParseWithLength(bytes.c_str(), bytes.size()), cJSON_Delete);
     LocalDevice device;
     int32_t version = 0;
     bool whole = GetInt(json.get(), "version", version) && GetText(json.get(), "id", device.id) &&

@@ -69,7 +69,9 @@ std::shared_ptr<Channel> NoteBox::ConnectTo(const std::string& deviceId)
     if (result == ConnectResult::REFUSED) {
         context_->folder.RemoveStale(deviceId);
     }
-    return result == ConnectResult::CONNECTED ? Channel::Open(context_->loop, std::move(socket)) : nullptr;
+    return result == ConnectResult::CONNECTED
+               ? Channel::Open(context_->loop, std::move(socket), context_->config.unreadLimitMs)
+               : nullptr;
 }
 
 void NoteBox::Send(const std::string& deviceId, const std::string& note, LocalEngine::NoteResult result)

@@ -6,14 +6,16 @@
 #include "frame.h"
 #include "hilog/host_text.h"
 #include "message_parcel.h"
+#include "nearby_folder.h"
 #include "pelago_receive_listener.h"
 #include "share_constants.h"
 
 namespace OHOS::Pelago::Local {
 namespace {
 
-constexpr size_t MAX_NAME_ON_WIRE = 64 * 1024; // far above what is taken: a long name is refused with its reason
-constexpr size_t ROOM_FOR_THE_REST = 256;      // token, object and send type of the request
+constexpr size_t MAX_NAME_ON_WIRE =
+    size_t{64} * 1024;                    // far above what is taken: a long name is refused with its reason
+constexpr size_t ROOM_FOR_THE_REST = 256; // token, object and send type of the request
 
 std::string NamesAsJson(const std::vector<OfferedFile>& files)
 {
@@ -57,7 +59,8 @@ std::string NamesAsJson(const std::vector<OfferedFile>& files)
                  reader.I32(offer.eventType) && reader.I32(offer.timeoutMs) &&
                  reader.Text(offer.text, MAX_OFFER_BYTES) && reader.Text(offer.preview, MAX_OFFER_BYTES) &&
                  ReadFiles(reader, offer.files) && reader.AtEnd();
-    return whole && IsUtf8(offer.senderName) && (offer.kind == OfferKind::FILES || offer.files.empty());
+    return whole && NearbyFolder::IsDeviceId(offer.senderId) && IsUtf8(offer.senderName) && IsUtf8(offer.packageName) &&
+           (offer.kind == OfferKind::FILES || offer.files.empty());
 }
 
 } // namespace

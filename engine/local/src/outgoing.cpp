@@ -131,7 +131,7 @@ void Outgoing::MakeOffer()
     UniqueFd socket;
     bool connected =
         NearbyFolder::IsDeviceId(deviceId_) && context_->folder.Connect(deviceId_, socket) == ConnectResult::CONNECTED;
-    channel_ = connected ? Channel::Open(context_->loop, std::move(socket)) : nullptr;
+    channel_ = connected ? Channel::Open(context_->loop, std::move(socket), context_->config.unreadLimitMs) : nullptr;
     if (channel_ == nullptr) {
         End({Ending::UNREACHABLE, "no device answers to this id"});
         return;
@@ -159,10 +159,7 @@ void Outgoing::OnFrame(FrameType type, std::string_view body, UniqueFd fd)
     auto self = shared_from_this();
     switch (type) {
         case FrameType::SHOWN:
-            if (!accepted_) {
-                OnTapShown();
-                TellStatus(EngineStatus::SHOWN_TO_USER);
-            }
+            OnShown();
             return;
         case FrameType::ACCEPT:
             OnAccept(std::move(fd));
@@ -181,6 +178,17 @@ void Outgoing::OnFrame(FrameType type, std::string_view body, UniqueFd fd)
             break;
     }
     Abort({Ending::PROTOCOL, "the receiver spoke as a sender"});
+}
+
+// Once: each word of the peer that is told waits for our follower.
+void Outgoing::OnShown()
+{
+    if (std::exchange(shown_, true)) {
+        Abort({Ending::PROTOCOL, "the receiver repeats itself"});
+    } else if (!accepted_) {
+        OnTapShown();
+        TellStatus(EngineStatus::SHOWN_TO_USER);
+    }
 }
 
 void Outgoing::OnAccept(UniqueFd socket)
@@ -219,8 +227,10 @@ void Outgoing::OnTaken(std::string_view body)
         Abort({Ending::PROTOCOL, "the receiver took what it cannot have"});
         return;
     }
-    taken_ = taken;
-    allTaken_ = taken == total_;
+    bool wasAll = std::exchange(allTaken_, taken == total_);
+    if (taken == std::exchange(taken_, taken) && allTaken_ == wasAll) {
+        return; // to repeat oneself is to stand still
+    }
     GuardStall();
     ReportProgress(taken);
 }
@@ -251,12 +261,14 @@ void Outgoing::OnBytesSent(const Outcome& outcome)
 {
     context_->counters.bytesSent += bytes_->sent;
     bytes_->sources.clear();
+    bytes_->socket.Reset(); // what is in it stays readable; the handle may keep us for long
     thread_.reset();
     if (ended_ || cancelled_.load()) {
         return;
     }
     if (outcome.ending == Ending::DONE) {
         allSent_ = true;
+        GuardStall();
         FinishIfReady();
     } else if (outcome.ending == Ending::LOST) {
         // The receiver stopped taking: it says why, or goes, or is no receiver.
@@ -280,11 +292,14 @@ void Outgoing::FinishIfReady()
     }
 }
 
-// Not while the receiver waits for us.
+// Not while the receiver waits for us; that it has all is believed when all was sent.
 void Outgoing::GuardStall()
 {
+    if (ended_ || cancelled_.load()) {
+        return; // the timer is for the last word
+    }
     context_->loop.CancelTimer(timer_);
-    if (ended_ || cancelled_.load() || (allTaken_ && !finished_)) {
+    if (allSent_ && allTaken_ && !finished_) {
         return;
     }
     timer_ = context_->loop.After(context_->config.stallLimitMs, [this] {
@@ -295,7 +310,8 @@ void Outgoing::GuardStall()
 void Outgoing::OnEndFrame(std::string_view body)
 {
     auto outcome = DecodeOutcome(body);
-    bool possible = outcome.has_value() && (outcome->ending != Ending::DONE || finished_);
+    bool possible = outcome.has_value() && (outcome->ending != Ending::DONE || finished_) &&
+                    (outcome->ending != Ending::CANCELLED_BY_SENDER || cancelled_.load());
     End(possible ? *outcome : Outcome{Ending::PROTOCOL, "the receiver's ending is none"});
 }
 

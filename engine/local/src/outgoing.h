@@ -53,6 +53,7 @@ private:
     void OnSwingConfirm(int32_t choice);
     void MakeOffer();
     void OnFrame(FrameType type, std::string_view body, UniqueFd fd);
+    void OnShown();
     void OnAccept(UniqueFd socket);
     void OnTaken(std::string_view body);
     void OnEndFrame(std::string_view body);
@@ -91,6 +92,7 @@ private:
     uint64_t taken_ = 0;
     bool asking_ = false;   // the user has the dialog of a swing
     bool tapShown_ = false; // told that the tap is over
+    bool shown_ = false;    // the peer said so
     bool accepted_ = false;
     bool allTaken_ = false;
     bool allSent_ = false;

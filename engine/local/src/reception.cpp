@@ -87,7 +87,7 @@ void Reception::Greet(UniqueFd socket)
         ++context_->counters.refusedPeers;
         return;
     }
-    auto guest = Channel::Open(context_->loop, std::move(socket));
+    auto guest = Channel::Open(context_->loop, std::move(socket), context_->config.unreadLimitMs);
     if (guest == nullptr) {
         return;
     }

@@ -54,32 +54,36 @@ int32_t AppMgrStub::GetForegroundApplications(std::vector<AppStateData>& list)
 
 int32_t AppMgrStub::Attach(const std::string& bundle, const sptr<IRemoteObject>& application)
 {
-    if (application == nullptr || bundle.empty() || bundle.size() > Host::MAX_BUNDLE_NAME) {
+    // An object of this process, which any caller can hand back, would never die.
+    if (application == nullptr || !application->IsProxyObject() || bundle.empty() ||
+        bundle.size() > Host::MAX_BUNDLE_NAME) {
         return AAFwk::ERR_ABILITY_INVALID_VALUE;
     }
     const int32_t pid = IPCSkeleton::GetCallingPid();
-    sptr<IRemoteObject> earlier; // goes after the lock
+    Attached next{application, MakeSptr<Death>(this, pid)}; // afterwards the earlier one, which goes after the lock
     const std::lock_guard<std::mutex> lock(mutex_);
+    // Under the lock: a death that is told at once finds the application.
+    if (!application->AddDeathRecipient(next.death)) {
+        return AAFwk::ERR_ABILITY_DIED;
+    }
     if (!Host::Device::Instance().AttachApplication(
             {pid, static_cast<int32_t>(IPCSkeleton::GetCallingUid()), bundle})) {
+        (void)application->RemoveDeathRecipient(next.death); // a call under way finds nobody
         return AAFwk::ERR_ABILITY_TOO_MANY;
     }
-    earlier = std::exchange(attached_[pid], application);
-    // Under the lock: a death that is told at once finds the application.
-    if (application->IsProxyObject() && !application->AddDeathRecipient(MakeSptr<Death>(this, pid))) {
-        attached_.erase(pid);
-        Host::Device::Instance().DetachApplication(pid);
-        return AAFwk::ERR_ABILITY_DIED;
+    std::swap(attached_[pid], next);
+    if (next.object != nullptr) {
+        (void)next.object->RemoveDeathRecipient(next.death); // as above
     }
     return AAFwk::ERR_ABILITY_OK;
 }
 
 void AppMgrStub::Detach(int32_t pid, const wptr<IRemoteObject>& application)
 {
-    sptr<IRemoteObject> gone; // goes after the lock
+    Attached gone; // goes after the lock
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto found = attached_.find(pid);
-    if (found == attached_.end() || application != found->second.GetRefPtr()) {
+    if (found == attached_.end() || application != found->second.object.GetRefPtr()) {
         return; // attached again since, perhaps by another process with the same pid
     }
     gone = std::move(found->second);

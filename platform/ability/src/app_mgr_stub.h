@@ -26,7 +26,11 @@ private:
     void Detach(int32_t pid, const wptr<IRemoteObject>& application);
 
     std::mutex mutex_; // guards the next; held while the device model is told, so that both say the same
-    std::map<int32_t, sptr<IRemoteObject>> attached_; // by pid, with the object whose death ends it
+    struct Attached {
+        sptr<IRemoteObject> object; // whose death ends it
+        sptr<IRemoteObject::DeathRecipient> death;
+    };
+    std::map<int32_t, Attached> attached_; // by pid
 };
 
 } // namespace OHOS::AppExecFwk

@@ -147,13 +147,18 @@ ControlResult DeviceControl::Watch(const sptr<IRemoteObject>& object)
     auto watcher = std::make_shared<Watcher>();
     watcher->object = object;
     watcher->death = new WatcherDeath(this);
-    if (object->IsProxyObject() && !object->AddDeathRecipient(watcher->death)) {
-        return ControlResult::FAILED; // it is gone already
-    }
     {
         std::lock_guard<std::mutex> lock(mutex_);
+        if (watchers_.size() >= MAX_WATCHERS) {
+            return ControlResult::LIMIT;
+        }
         watchers_.push_back(watcher);
         watched_ = true;
+    }
+    // Afterwards, so that a death that is told at once finds the watcher.
+    if (object->IsProxyObject() && !object->AddDeathRecipient(watcher->death)) {
+        Forget(object);
+        return ControlResult::FAILED;
     }
     Touch();
     return ControlResult::DONE;
@@ -195,13 +200,17 @@ void DeviceControl::TellWatchers()
         std::lock_guard<std::mutex> lock(mutex_);
         watchers = watchers_;
     }
+    bool allTold = true;
     for (const auto& watcher : watchers) {
-        Tell(*watcher, state);
+        allTold = Tell(*watcher, state) && allTold;
+    }
+    if (!allTold) {
+        Touch(); // a watcher that is slow hears the last change too, one that has gone is forgotten meanwhile
     }
 }
 
-// One message for each section that is not as it was. What does not get through is told again with the next change.
-void DeviceControl::Tell(Watcher& watcher, const std::map<std::string, std::string>& state) const
+// One message for each section that is not as it was. False when one does not get through.
+bool DeviceControl::Tell(Watcher& watcher, const std::map<std::string, std::string>& state) const
 {
     for (const auto& [name, json] : state) {
         if (auto told = watcher.told.find(name); told != watcher.told.end() && told->second == json) {
@@ -210,12 +219,15 @@ void DeviceControl::Tell(Watcher& watcher, const std::map<std::string, std::stri
         MessageParcel data;
         MessageParcel reply;
         MessageOption option(MessageOption::TF_ASYNC);
-        std::string message = "{\"section\":\"" + name + "\",\"state\":" + json + "}";
-        if (data.WriteInterfaceToken(IControlWatcher::GetDescriptor()) && WriteText(data, message) &&
-            watcher.object->SendRequest(IControlWatcher::CHANGED, data, reply, option) == 0) {
-            watcher.told[name] = json;
+        std::string message = "{\"section\":\"";
+        message.append(name).append("\",\"state\":").append(json).append("}");
+        if (!data.WriteInterfaceToken(IControlWatcher::GetDescriptor()) || !WriteText(data, message) ||
+            watcher.object->SendRequest(IControlWatcher::CHANGED, data, reply, option) != 0) {
+            return false;
         }
+        watcher.told[name] = json;
     }
+    return true;
 }
 
 void DeviceControl::Forget(const wptr<IRemoteObject>& object)

@@ -1,13 +1,12 @@
 #include "device_memory.h"
 
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <mutex>
 #include <utility>
 
 #include "hilog/log.h"
 #include "host/json_text.h"
+#include "host/whole_file.h"
 #include "sim_words.h"
 
 namespace OHOS::Host {
@@ -16,28 +15,9 @@ namespace {
 constexpr unsigned int LOG_DOMAIN_OF_CONTROL = 0xD001301;
 constexpr const char* LOG_TAG_OF_CONTROL = "DeviceMemory";
 constexpr const char* FILE_NAME = "/hardware.json";
-constexpr int64_t MAX_STEP_MS = 3'600'000;
 
 std::mutex g_mutex;                            // keeps writes in order, and guards the next
 std::pair<std::string, std::string> g_written; // path and text
-
-std::optional<std::string> ReadFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return file ? std::optional<std::string>(
-                      std::in_place, std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>())
-                : std::nullopt;
-}
-
-// The old text stays until the new one is complete.
-bool WriteFile(const std::string& path, const std::string& text)
-{
-    const std::string next = path + ".new";
-    std::ofstream file(next, std::ios::binary | std::ios::trunc);
-    file << text << "\n";
-    file.close();
-    return file.good() && std::rename(next.c_str(), path.c_str()) == 0;
-}
 
 Json UserJson(const User& user)
 {
@@ -78,13 +58,13 @@ public:
         TakeWord("bluetoothAfterAirplane", BLUETOOTH_MODES, device.bluetoothAfterAirplane);
         TakeSteps(device.timings);
         const cJSON* user = nullptr;
-        cJSON_ArrayForEach(user, Part(root_.get(), "users"))
+        cJSON_ArrayForEach(user, List(Part(root_.get(), "users")))
         {
             device.users.push_back({Int(Part(user, "id")), Int(Part(user, "type")), Truth(Part(user, "verified")), {}});
         }
         device.foregroundUser = Int(Part(root_.get(), "foreground"));
         const cJSON* active = nullptr;
-        cJSON_ArrayForEach(active, Part(root_.get(), "active"))
+        cJSON_ArrayForEach(active, List(Part(root_.get(), "active")))
         {
             device.activeUsers.push_back(Int(active));
         }
@@ -98,6 +78,11 @@ private:
         const cJSON* part = cJSON_GetObjectItemCaseSensitive(object, key);
         good_ = good_ && part != nullptr;
         return part;
+    }
+    const cJSON* List(const cJSON* value)
+    {
+        good_ = good_ && cJSON_IsArray(value);
+        return value;
     }
     int32_t Int(const cJSON* value)
     {
@@ -133,14 +118,17 @@ private:
     void TakeCommands(DeviceSnapshot& device)
     {
         const cJSON* command = nullptr;
-        cJSON_ArrayForEach(command, Part(root_.get(), "commands"))
+        const cJSON* commands = Part(root_.get(), "commands");
+        good_ = good_ && cJSON_IsObject(commands);
+        cJSON_ArrayForEach(command, commands)
         {
             std::vector<std::string>& words = device.commands[command->string == nullptr ? "" : command->string];
             const cJSON* word = nullptr;
-            cJSON_ArrayForEach(word, command)
+            cJSON_ArrayForEach(word, List(command))
             {
                 words.push_back(Text(word));
             }
+            good_ = good_ && !words.empty();
         }
     }
 
@@ -160,10 +148,6 @@ std::string MemoryOf(const DeviceSnapshot& device)
     for (const User& user : device.users) {
         users.Add(UserJson(user));
     }
-    Json active = Json::Array();
-    for (int32_t id : device.activeUsers) {
-        active.Add(static_cast<int64_t>(id));
-    }
     return Json::Object()
         .Put("wifi", WordOf(WIFI_MODES, device.wifiMode))
         .Put("bluetooth", WordOf(BLUETOOTH_MODES, device.bluetoothMode))
@@ -173,7 +157,7 @@ std::string MemoryOf(const DeviceSnapshot& device)
         .Put("steps", std::move(steps))
         .Put("users", std::move(users))
         .Put("foreground", static_cast<int64_t>(device.foregroundUser))
-        .Put("active", std::move(active))
+        .Put("active", NumbersJson(device.activeUsers))
         .Put("commands", CommandsJson(device))
         .Text();
 }
@@ -186,7 +170,7 @@ std::optional<DeviceSnapshot> DeviceFrom(const std::string& memory)
 void RestoreDevice()
 {
     const std::string root = Device::Instance().Root();
-    const auto memory = root.empty() ? std::nullopt : ReadFile(root + FILE_NAME);
+    const auto memory = root.empty() ? std::nullopt : ReadWhole(root + FILE_NAME);
     if (!memory.has_value()) {
         return;
     }
@@ -194,6 +178,8 @@ void RestoreDevice()
     if (!device.has_value() || !Device::Instance().Become(*device)) {
         HILOG_IMPL(LOG_CORE, LOG_ERROR, LOG_DOMAIN_OF_CONTROL, LOG_TAG_OF_CONTROL,
             "%{public}s%{public}s is not understood; the device starts as new", root.c_str(), FILE_NAME);
+        // The next change is written over it. Where it cannot be moved, nothing can be written either.
+        (void)std::rename((root + FILE_NAME).c_str(), (root + FILE_NAME + ".bad").c_str());
     }
 }
 
@@ -208,11 +194,10 @@ void SaveDevice()
     if (next == g_written) {
         return;
     }
-    if (WriteFile(next.first, next.second)) {
+    if (const std::string reason = WriteWhole(next.first, next.second + "\n", Outlives::PROCESS); reason.empty()) {
         g_written = std::move(next);
     } else {
-        HILOG_IMPL(LOG_CORE, LOG_ERROR, LOG_DOMAIN_OF_CONTROL, LOG_TAG_OF_CONTROL, "%{public}s cannot be written",
-            next.first.c_str());
+        HILOG_IMPL(LOG_CORE, LOG_ERROR, LOG_DOMAIN_OF_CONTROL, LOG_TAG_OF_CONTROL, "%{public}s", reason.c_str());
     }
 }
 

@@ -11,7 +11,7 @@
 namespace OHOS::Host {
 
 // Puts the model into the remembered state, silently: before anybody listens. Nothing without a file; one that cannot
-// be understood is left alone and logged, and the device stays as new.
+// be understood is logged and kept beside, as hardware.json.bad, and the device stays as new.
 void RestoreDevice();
 
 // Writes the state down if it is another one than the last that was written. A failure is logged.

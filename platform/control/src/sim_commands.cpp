@@ -231,7 +231,8 @@ ControlAnswer Run(const SimRow& row, const Words& words)
     if (answer.result == ControlResult::USAGE) {
         answer.error += std::string("\nusage: pelago sim ") + row.usage;
     }
-    SaveDevice(); // before the answer: what was done stays done, whatever happens to this process
+    Model().WaitUntilTold(); // so that who acts upon the answer, a gesture behind a change of focus, meets the change
+    SaveDevice();            // before the answer: what was done stays done, whatever happens to this process
     return answer;
 }
 
@@ -312,14 +313,6 @@ ControlAnswer EventsCommand(const Words& words)
 std::string DeviceJson()
 {
     DeviceSnapshot device = Model().Snapshot();
-    Json abilities = Json::Array();
-    for (int32_t id : device.abilities) {
-        abilities.Add(static_cast<int64_t>(id));
-    }
-    Json focused = Json::Array();
-    for (int32_t pid : device.focusedPids) {
-        focused.Add(static_cast<int64_t>(pid));
-    }
     return Json::Object()
         .Put("name", device.identity.name)
         .Put("udid", device.identity.udid)
@@ -329,10 +322,10 @@ std::string DeviceJson()
         .Put("radios", RadiosJson(device))
         .Put("radioSteps", StepsJson(device.timings))
         .Put("users", UsersJson(device))
-        .Put("abilities", std::move(abilities))
+        .Put("abilities", NumbersJson(device.abilities))
         .Put("applications", ApplicationsJson(device.applications))
         .Put("foreground", ApplicationsJson(device.foregroundApplications))
-        .Put("focus", std::move(focused))
+        .Put("focus", NumbersJson(device.focusedPids))
         .Put("tokens", TokensJson(device))
         .Put("extensions", ExtensionsJson())
         .Text();
@@ -370,6 +363,11 @@ ControlAnswer NotANumber(const std::string& text)
 ControlAnswer NoSuch(const std::string& what, const std::string& which)
 {
     return Refuse(ControlResult::NO_SUCH_ENTRY, "there is no " + what + " '" + EscapeForTerminal(which) + "'");
+}
+
+ControlAnswer SettingsFailed()
+{
+    return Refuse(ControlResult::FAILED, "the settings database does not take it; see `pelago log`");
 }
 
 void AddSimCommands(DeviceControl& control)

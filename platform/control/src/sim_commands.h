@@ -28,6 +28,7 @@ std::optional<int32_t> Id(const std::string& text);
 
 ControlAnswer NotANumber(const std::string& text);
 ControlAnswer NoSuch(const std::string& what, const std::string& which);
+ControlAnswer SettingsFailed();
 
 // The commands, by room. Each gets the words behind its own, of which there are as many as its row says.
 namespace Sim {

@@ -38,11 +38,6 @@ constexpr UserKind USER_KINDS[] = {
     {"private-space", UserType::PRIVATE},
 };
 
-ControlAnswer SettingsFailed()
-{
-    return Refuse(ControlResult::FAILED, "the settings database does not take it; see `pelago log`");
-}
-
 // Empty on a device without a disk.
 std::string StorageOf(int32_t user)
 {

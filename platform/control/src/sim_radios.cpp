@@ -7,7 +7,6 @@
 namespace OHOS::Host::Sim {
 namespace {
 
-constexpr int64_t MAX_STEP_MS = 3'600'000;
 constexpr const char* AIRPLANE_SETTING = "settings.telephony.airplanemode";
 
 // What a radio does with requests that it does not fulfil.
@@ -120,7 +119,7 @@ ControlAnswer Airplane(const Words& words)
         return Refuse(ControlResult::USAGE, "airplane mode can be on or off");
     }
     if (!HostSettings::Put(AIRPLANE_SETTING, *on ? "1" : "0")) {
-        return Refuse(ControlResult::FAILED, "the settings database does not take it; see `pelago log`");
+        return SettingsFailed();
     }
     Model().SetAirplane(*on);
     return Done();

@@ -60,11 +60,26 @@ std::optional<int32_t> PidOf(const std::string& word)
     return processes.empty() ? std::nullopt : std::optional(processes.front().pid);
 }
 
+// Whoever has ended since that look at the applications was taken off the screen before being put there.
+void DropEnded(const std::vector<Application>& shown)
+{
+    std::set<int32_t> alive;
+    for (const Application& application : Model().AttachedApplications()) {
+        alive.insert(application.pid);
+    }
+    for (const Application& application : shown) {
+        if (alive.count(application.pid) == 0) {
+            Model().DetachApplication(application.pid);
+        }
+    }
+}
+
 } // namespace
 
 // Whoever is not named loses the focus, before the others gain it.
 ControlAnswer Focus(const Words& words)
 {
+    const std::vector<Application> attached = Model().AttachedApplications();
     std::set<int32_t> wanted;
     for (const std::string& word : words) {
         if (words.size() == 1 && word == NONE) {
@@ -84,12 +99,14 @@ ControlAnswer Focus(const Words& words)
     for (int32_t pid : wanted) {
         Model().SetFocused(pid, true);
     }
+    DropEnded(attached);
     return Done();
 }
 
 ControlAnswer Foreground(const Words& words)
 {
     std::vector<Application> screen;
+    std::set<std::string> named;
     for (const std::string& word : words) {
         if (words.size() == 1 && word == NONE) {
             break;
@@ -98,23 +115,22 @@ ControlAnswer Foreground(const Words& words)
         if (processes.empty()) {
             return NotAttached(word);
         }
-        screen.insert(screen.end(), processes.begin(), processes.end());
+        if (named.insert(word).second) {
+            screen.insert(screen.end(), processes.begin(), processes.end());
+        }
     }
-    Model().SetForegroundApplications(std::move(screen));
+    Model().SetForegroundApplications(screen);
+    DropEnded(screen);
     return Done();
 }
 
 ControlAnswer Window(const Words&)
 {
     const DeviceSnapshot device = Model().Snapshot();
-    Json focused = Json::Array();
-    for (int32_t pid : device.focusedPids) {
-        focused.Add(static_cast<int64_t>(pid));
-    }
     return Done(Json::Object()
                     .Put("applications", ApplicationsJson(device.applications))
                     .Put("foreground", ApplicationsJson(device.foregroundApplications))
-                    .Put("focus", std::move(focused))
+                    .Put("focus", NumbersJson(device.focusedPids))
                     .Text());
 }
 

@@ -110,7 +110,7 @@ void SkipArgument(HiLogKind kind, Arguments& arguments)
     switch (kind) {
         case HiLogKind::NONE:
             break;
-        case HiLogKind::INT32:
+        case HiLogKind::INT32: // NOLINT(bugprone-branch-clone): each takes another type
             (void)va_arg(arguments.list, int);
             break;
         case HiLogKind::INT64:

@@ -1,6 +1,7 @@
 #include "host/device.h"
 
 #include <algorithm>
+#include <future>
 #include <string_view>
 #include <utility>
 
@@ -12,6 +13,7 @@ namespace OHOS::Host {
 namespace {
 
 constexpr int32_t FIRST_USER = 100;
+constexpr std::chrono::seconds TELL_PATIENCE{5};
 constexpr std::string_view TOKEN_NAME_CHARACTERS = "abcdefghijklmnopqrstuvwxyz0123456789_-";
 
 DeviceSnapshot FreshDevice()
@@ -33,15 +35,16 @@ DeviceSnapshot FreshDevice()
     return state;
 }
 
-/// Users with ids of their own; who is in front or active is one of them.
+/// Users with ids of their own; who is in front or, once, active is one of them.
 bool HasSoundUsers(const DeviceSnapshot& device)
 {
     std::set<int32_t> ids;
+    const std::set<int32_t> active(device.activeUsers.begin(), device.activeUsers.end());
     const bool areUnique = std::all_of(device.users.begin(), device.users.end(),
         [&ids](const User& user) { return user.id >= 0 && ids.insert(user.id).second; });
     const auto isUser = [&ids](int32_t id) { return ids.count(id) != 0; };
     return areUnique && (device.foregroundUser == -1 || isUser(device.foregroundUser)) &&
-           std::all_of(device.activeUsers.begin(), device.activeUsers.end(), isUser);
+           active.size() == device.activeUsers.size() && std::all_of(active.begin(), active.end(), isUser);
 }
 
 bool IsTokenName(const std::string& name)
@@ -155,6 +158,21 @@ void Device::TellChange()
     if (listener != nullptr) {
         listener();
     }
+}
+
+void Device::WaitUntilTold()
+{
+    auto told = std::make_shared<std::promise<void>>();
+    {
+        const std::lock_guard lock(mutex_);
+        if (queue_ == nullptr || queue_->IsCurrent() || Scheduler::Instance().IsManual() ||
+            queue_->Post([told] { told->set_value(); }) == 0) {
+            return;
+        }
+    }
+    std::future<void> last = told->get_future();
+    told.reset();                       // a queue that is stopped drops the task: then the promise is broken
+    (void)last.wait_for(TELL_PATIENCE); // a listener may take its time; it is told nevertheless
 }
 
 void Device::Publish(DeviceEvent event)

@@ -5,10 +5,9 @@ namespace OHOS::Host {
 
 namespace {
 
-auto FindPid(std::vector<Application>& applications, int32_t pid)
+auto HasPid(int32_t pid)
 {
-    return std::find_if(
-        applications.begin(), applications.end(), [pid](const Application& other) { return other.pid == pid; });
+    return [pid](const Application& other) { return other.pid == pid; };
 }
 
 } // namespace
@@ -59,7 +58,7 @@ bool Device::AttachApplication(const Application& application)
 {
     const std::lock_guard lock(mutex_);
     auto& applications = state_.applications;
-    const auto found = FindPid(applications, application.pid);
+    const auto found = std::find_if(applications.begin(), applications.end(), HasPid(application.pid));
     if (found != applications.end()) {
         *found = application;
     } else if (applications.size() >= MAX_APPLICATIONS) {
@@ -73,14 +72,15 @@ bool Device::AttachApplication(const Application& application)
 
 void Device::DetachApplication(int32_t pid)
 {
-    SetFocused(pid, false);
-    const std::lock_guard lock(mutex_);
-    for (auto* applications : {&state_.applications, &state_.foregroundApplications}) {
-        if (const auto found = FindPid(*applications, pid); found != applications->end()) {
-            applications->erase(found);
+    {
+        const std::lock_guard lock(mutex_);
+        for (auto* applications : {&state_.applications, &state_.foregroundApplications}) {
+            applications->erase(
+                std::remove_if(applications->begin(), applications->end(), HasPid(pid)), applications->end());
         }
+        Changed();
     }
-    Changed();
+    SetFocused(pid, false); // last: whoever gave it the focus meanwhile finds it gone
 }
 
 std::vector<Application> Device::AttachedApplications() const

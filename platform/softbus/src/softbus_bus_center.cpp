@@ -34,15 +34,14 @@ std::string NetworkId()
 /// The longest head of the text, of at most `limit` bytes, that ends between characters and before any NUL.
 std::string Head(const std::string& text, size_t limit)
 {
-    const std::string whole = text.c_str();
-    if (whole.size() <= limit) {
-        return whole;
+    size_t end = std::min(text.find('\0'), text.size());
+    if (end > limit) {
+        end = limit;
+        while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {
+            --end;
+        }
     }
-    size_t end = limit;
-    while (end > 0 && (static_cast<unsigned char>(whole[end]) & 0xC0U) == 0x80U) {
-        --end;
-    }
-    return whole.substr(0, end);
+    return text.substr(0, end);
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include <map>
 #include <optional>
 
-#include <cJSON.h>
 #include <gtest/gtest.h>
 
 #include "device_picker_client.h"
@@ -14,87 +13,83 @@ using namespace OHOS::Synfold;
 namespace {
 
 constexpr int32_t SHARE_ABILITY = 65570;
+constexpr int32_t REFUSED = LocalCollab::RESULT_REFUSED;
 
-// The service above one stand-in: does what its case says, and writes down what it hears.
+class Service;
+using Devices = std::map<std::string, Service*>;
+
+// A device: one stand-in, the service above it, which does what its case says and writes down what it hears, and the
+// wire below it, on which a note arrives as a task of its own.
 class Service {
 public:
-    class Publish : public ServicePublishCallbackStub {
-    public:
-        explicit Publish(Service& service) : service_(service)
+    struct Publish : ServicePublishCallbackStub {
+        explicit Publish(Service& given) : service(given)
         {}
         int32_t OnKnockEvent(sptr<RequestResultInfo>) override
         {
-            service_.heard += "knock ";
-            return service_.interested;
+            service.heard += "knock ";
+            return service.interested;
         }
         int32_t OnPublishEvent(sptr<RequestResultInfo> info) override
         {
-            service_.heard += "publish ";
-            service_.published = info->GetExtraInfo();
+            service.heard += "publish ";
+            service.published = info->GetExtraInfo();
             return 0;
         }
-        Service& service_;
+        Service& service;
     };
-    class Deliver : public ServiceDeliverCallbackStub {
-    public:
-        explicit Deliver(Service& service) : service_(service)
+    struct Deliver : ServiceDeliverCallbackStub {
+        explicit Deliver(Service& given) : service(given)
         {}
         int32_t OnDeliver(const std::string& text) override
         {
-            service_.heard += "deliver ";
-            service_.delivered.push_back(text);
-            return service_.OnDeliver(text);
+            service.heard += "deliver ";
+            service.delivered.push_back(text);
+            if (text.find("actionId") != std::string::npos && !service.reply.empty()) {
+                EXPECT_EQ(service.collab->RequestServiceByParam(service.reply, service.publish), 0);
+                EXPECT_EQ(service.collab->RequestServiceByParam(service.reply, service.publish), REFUSED) << "answered";
+            }
+            return service.deliverResult;
         }
-        Service& service_;
+        Service& service;
+    };
+    struct Wire : NoteCarrier {
+        Wire(std::string id, Devices& all) : from(std::move(id)), devices(all)
+        {}
+        void Send(const std::string& peer, const std::string& note, std::function<void(bool)> done) override
+        {
+            auto arrive = [this, peer, note, done] {
+                auto found = devices.find(peer);
+                done(found != devices.end());
+                if (found != devices.end()) {
+                    found->second->collab->OnNote(from, note);
+                }
+            };
+            ASSERT_NE(queue->Post(arrive), 0U);
+        }
+        const std::string from;
+        Devices& devices;
+        const std::shared_ptr<Host::TaskQueue> queue = Host::Scheduler::Instance().CreateQueue("wire");
     };
 
-    int32_t OnDeliver(const std::string& text)
+    Service(const std::string& id, Devices& devices)
+        : collab(std::make_shared<LocalCollab>(
+              CollabDevice{id, id + "'s name", 14, "02:00:00:00:00:01"}, std::make_shared<Wire>(id, devices)))
     {
-        std::unique_ptr<cJSON, void (*)(cJSON*)> json(cJSON_Parse(text.c_str()), cJSON_Delete);
-        const cJSON* action = cJSON_GetObjectItemCaseSensitive(json.get(), "actionId");
-        if (action != nullptr && !reply.empty()) {
-            std::string answer = reply;
-            answer.replace(answer.find('#'), 1, std::to_string(action->valueint));
-            EXPECT_EQ(collab->RequestServiceByParam(answer, publish), 0);
-            EXPECT_EQ(collab->RequestServiceByParam(answer, publish), LocalCollab::RESULT_REFUSED)
-                << "answered already";
-        }
-        return deliverResult;
+        devices[id] = this;
+        EXPECT_EQ(collab->RequestService(LocalCollab::TAP_CODE, publish), 0);
+        EXPECT_EQ(collab->RegisterServiceDeliverCallback(SHARE_ABILITY, deliver), 0);
     }
 
-    std::shared_ptr<LocalCollab> collab;
+    const std::shared_ptr<LocalCollab> collab;
     sptr<Publish> publish = new Publish(*this);
     sptr<Deliver> deliver = new Deliver(*this);
     int32_t interested = 1;
     int32_t deliverResult = 0;
-    std::string reply = R"({"serviceCode":9,"concurrentId":"c","actionId":#,"shareState":1,"custData":"{\"OH\":1}"})";
+    std::string reply = R"({"serviceCode":9,"concurrentId":"c","actionId":1,"shareState":1,"custData":"{\"OH\":1}"})";
     std::string heard;
     std::string published;
     std::vector<std::string> delivered;
-};
-
-// What is sent arrives as a task of its own.
-class Wire : public NoteCarrier {
-public:
-    explicit Wire(std::string from, std::map<std::string, LocalCollab*>& devices)
-        : from_(std::move(from)), devices_(devices), queue_(Host::Scheduler::Instance().CreateQueue("wire"))
-    {}
-    void Send(const std::string& peer, const std::string& note, std::function<void(bool)> done) override
-    {
-        ASSERT_NE(queue_->Post([this, peer, note, done] {
-            auto found = devices_.find(peer);
-            done(found != devices_.end());
-            if (found != devices_.end()) {
-                found->second->OnNote(from_, note);
-            }
-        }),
-            0U);
-    }
-
-private:
-    const std::string from_;
-    std::map<std::string, LocalCollab*>& devices_;
-    const std::shared_ptr<Host::TaskQueue> queue_;
 };
 
 class LocalCollabTest : public testing::Test {
@@ -111,31 +106,19 @@ protected:
     }
     void Restart()
     {
-        Connect("A", a.emplace());
-        Connect("B", b.emplace());
-    }
-    void Connect(const std::string& id, Service& service)
-    {
-        service.collab = std::make_shared<LocalCollab>(
-            CollabDevice{id, id + "'s name", 14, "02:00:00:00:00:01"}, std::make_shared<Wire>(id, devices));
-        devices[id] = service.collab.get();
-        EXPECT_EQ(service.collab->RequestService(LocalCollab::TAP_CODE, service.publish), 0);
-        EXPECT_EQ(service.collab->RegisterServiceDeliverCallback(SHARE_ABILITY, service.deliver), 0);
+        a.emplace("A", devices);
+        b.emplace("B", devices);
     }
     uint32_t Tap()
     {
         return a->collab->Tap("B", [this](TapStep end) { ended += NameOf(end); });
     }
-    static void Settle()
-    {
-        ASSERT_TRUE(Host::Scheduler::Instance().Settle());
-    }
-    static void Advance(int64_t ms)
+    static void Advance(int64_t ms = 0)
     {
         ASSERT_TRUE(Host::Scheduler::Instance().Advance(ms));
     }
 
-    std::map<std::string, LocalCollab*> devices;
+    Devices devices;
     std::optional<Service> a;
     std::optional<Service> b;
     std::string ended;
@@ -145,7 +128,7 @@ TEST_F(LocalCollabTest, ATapCarriesTheRequestThereAndTheAnswerBackInThreeLevels)
 {
     EXPECT_EQ(Tap(), 1U);
     EXPECT_EQ(a->heard, ""); // never inside a request
-    Settle();
+    Advance();
     ASSERT_EQ(b->delivered.size(), 1U);
     EXPECT_EQ(b->delivered[0].find(R"({"serviceId":"pelago.sender","concurrentId":"A-)"), 0U) << b->delivered[0];
     EXPECT_EQ(a->published,
@@ -161,7 +144,7 @@ TEST_F(LocalCollabTest, ATapCarriesTheRequestThereAndTheAnswerBackInThreeLevels)
 
 TEST_F(LocalCollabTest, EachTapEndsInOneWayAndTheUserWhoMustKnowIsTold)
 {
-    const std::string BUSY = R"({"serviceCode":9,"actionId":#,"custData":"{\"shareBusy\":1}"})";
+    const std::string BUSY = R"({"serviceCode":9,"actionId":1,"custData":"{\"shareBusy\":1}"})";
     const struct {
         const char* end;
         std::function<void()> given;
@@ -202,7 +185,7 @@ TEST_F(LocalCollabTest, NotesThatMakeNoSenseAreDropped)
 {
     b->reply.clear(); // the tap stays open
     ASSERT_EQ(Tap(), 1U);
-    Settle();
+    Advance();
     a->heard.clear();
     const std::string GOOD =
         R"({"note":"reply","tap":1,"name":"B","type":1,"bleMac":"","reply":"{\"serviceCode\":9,\"actionId\":1,\"custData\":\"\"}"})";
@@ -210,56 +193,43 @@ TEST_F(LocalCollabTest, NotesThatMakeNoSenseAreDropped)
         std::string text = GOOD;
         return text.replace(text.find(from), from.size(), to);
     };
-    const std::pair<const char*, std::string> ROWS[] = {
-        {"B", ""},
-        {"B", "[]"},
-        {"B", std::string(100'000, '[')},
-        {"B", std::string(1'000'000, ' ')},
-        {"B", GOOD.substr(0, GOOD.size() - 1)},
-        {"B", with("reply", "replies")},
-        {"B", with(R"("reply")", "7")},
-        {"B", with(R"("tap":1)", R"("tap":"1")")},
-        {"B", with(R"("tap":1)", R"("tap":2)")},
-        {"B", with(R"("tap":1)", R"("tap":4294967297)")},
-        {"B", with(R"("tap":1)", R"("tap":1.5)")},
-        {"B", with(R"("name":"B")", R"("name":null)")},
-        {"B", with(R"("name":"B")", "\"name\":\"" + std::string(2000, 'x') + "\"")},
-        {"B", with(R"("type":1)", R"("type":1e99)")},
-        {"B", with("9,", "8,")},
-        {"B", with("9,", "9 ")},
-        {"B", with(R"(\"actionId\":1)", R"(\"actionId\":-1)")},
-        {"B", with(R"(\"custData\":\"\")", R"(\"custData\":{})")},
-        {"C", GOOD}, // not whom we touched
-        {"B", R"({"note":"request","tap":1})"},
-        {"B", R"({"note":"notice","notifyInfo":"1"})"},
-    };
-    for (const auto& [from, note] : ROWS) {
-        a->collab->OnNote(from, note);
-        Settle();
+    const std::string ROWS[] = {"", "[]", std::string(100'000, '['), std::string(1'000'000, ' '),
+        GOOD.substr(0, GOOD.size() - 1), with("reply", "replies"), with(R"("reply")", "7"),
+        with(R"("tap":1)", R"("tap":"1")"), with(R"("tap":1)", R"("tap":2)"), with(R"("tap":1)", R"("tap":4294967297)"),
+        with(R"("tap":1)", R"("tap":1.5)"), with(R"("name":"B")", R"("name":null)"),
+        with(R"("name":"B")", "\"name\":\"" + std::string(2000, 'x') + "\""), with(R"("type":1)", R"("type":1e99)"),
+        with("9,", "8,"), with("9,", "9 "), with(R"(\"actionId\":1)", R"(\"actionId\":-1)"),
+        with(R"(\"custData\":\"\")", R"(\"custData\":{})"), R"({"note":"request","tap":1})",
+        R"({"note":"notice","notifyInfo":"1"})"};
+    for (const std::string& note : ROWS) {
+        a->collab->OnNote("B", note);
+        Advance();
         EXPECT_EQ(a->heard, "") << note.substr(0, 200);
     }
+    a->collab->OnNote("C", GOOD); // not whom we touched
+    Advance();
+    EXPECT_EQ(a->heard, "");
     a->collab->OnNote("B", GOOD);
     a->collab->OnNote("B", GOOD); // once is enough
-    Settle();
+    Advance();
     EXPECT_EQ(a->heard, "publish ");
 }
 
 TEST_F(LocalCollabTest, ARequestThatNobodyCanUseIsRefused)
 {
     const std::string REPLY = R"({"serviceCode":9,"actionId":1,"custData":""})";
-    EXPECT_EQ(a->collab->RequestService(9, a->publish), LocalCollab::RESULT_REFUSED);
-    EXPECT_EQ(a->collab->RequestService(LocalCollab::TAP_CODE, nullptr), LocalCollab::RESULT_REFUSED);
-    EXPECT_EQ(a->collab->RegisterServiceDeliverCallback(SHARE_ABILITY, nullptr), LocalCollab::RESULT_REFUSED);
-    EXPECT_EQ(b->collab->RequestServiceByParam(REPLY, b->publish), LocalCollab::RESULT_REFUSED) << "to nothing";
+    EXPECT_EQ(a->collab->RequestService(9, a->publish), REFUSED);
+    EXPECT_EQ(a->collab->RequestService(LocalCollab::TAP_CODE, nullptr), REFUSED);
+    EXPECT_EQ(a->collab->RegisterServiceDeliverCallback(SHARE_ABILITY, nullptr), REFUSED);
+    EXPECT_EQ(b->collab->RequestServiceByParam(REPLY, b->publish), REFUSED) << "to nothing";
     b->reply.clear();
     ASSERT_NE(Tap(), 0U);
-    Settle();
-    EXPECT_EQ(b->collab->RequestServiceByParam("{", b->publish), LocalCollab::RESULT_REFUSED);
-    EXPECT_EQ(b->collab->RequestServiceByParam(REPLY, nullptr), LocalCollab::RESULT_REFUSED);
-    EXPECT_EQ(b->collab->RequestServiceByParam(REPLY + std::string(LocalCollab::MAX_TEXT, ' '), b->publish),
-        LocalCollab::RESULT_REFUSED);
+    Advance();
+    EXPECT_EQ(b->collab->RequestServiceByParam("{", b->publish), REFUSED);
+    EXPECT_EQ(b->collab->RequestServiceByParam(REPLY, nullptr), REFUSED);
+    EXPECT_EQ(b->collab->RequestServiceByParam(REPLY + std::string(LocalCollab::MAX_TEXT, ' '), b->publish), REFUSED);
     Advance(LocalCollab::ANSWER_LIMIT_MS);
-    EXPECT_EQ(b->collab->RequestServiceByParam(REPLY, b->publish), LocalCollab::RESULT_REFUSED) << "too late";
+    EXPECT_EQ(b->collab->RequestServiceByParam(REPLY, b->publish), REFUSED) << "too late";
 }
 
 TEST_F(LocalCollabTest, WhatCanWaitIsLimitedOnBothSides)
@@ -269,13 +239,20 @@ TEST_F(LocalCollabTest, WhatCanWaitIsLimitedOnBothSides)
         EXPECT_NE(Tap(), 0U);
     }
     EXPECT_EQ(Tap(), 0U);
-    Settle();
+    Advance();
     a->collab->OnNote("B", "not counted");
     b->collab->OnNote("A", R"({"note":"request","tap":99,"concurrentId":""})");
-    Settle();
+    Advance();
     EXPECT_EQ(b->delivered.size(), LocalCollab::MAX_UNDER_WAY);
     Advance(LocalCollab::ANSWER_LIMIT_MS);
     EXPECT_NE(Tap(), 0U);
+    Advance();
+    b->delivered.clear();
+    for (size_t i = 0; i <= LocalCollab::MAX_WAITING_NOTES; ++i) {
+        b->collab->OnNote("A", R"({"note":"notice","notifyInfo":1})");
+    }
+    Advance();
+    EXPECT_EQ(b->delivered.size(), LocalCollab::MAX_WAITING_NOTES);
 }
 
 TEST_F(LocalCollabTest, TheLastStatesAreKeptInOrderAndObserversGetThemWhole)
@@ -289,7 +266,7 @@ TEST_F(LocalCollabTest, TheLastStatesAreKeptInOrderAndObserversGetThemWhole)
         EXPECT_EQ(a->collab->PublishServiceState("UI", "UI", i == LocalCollab::KEPT ? LONG : "{}", 2), 0);
     }
     EXPECT_EQ(bytes, 0U); // never inside a request
-    Settle();
+    Advance();
     EXPECT_EQ(bytes, 2 * LocalCollab::KEPT + LONG.size());
     EXPECT_GT(changes, 0);
     CollabView view = a->collab->View();
@@ -304,7 +281,7 @@ TEST_F(LocalCollabTest, AnEventPlayedByHandGivesTheServicesAnswerUntilItIsClosed
     std::vector<int32_t> results;
     auto play = [&](CollabEvent event) {
         a->collab->Play(event, "anything", [&results](int32_t result) { results.push_back(result); });
-        Settle();
+        Advance();
     };
     play(CollabEvent::KNOCK);
     play(CollabEvent::PUBLISH);

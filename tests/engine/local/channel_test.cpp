@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstring>
 
 #include "channel.h"
 #include "ending.h"
@@ -15,133 +14,176 @@ using namespace OHOS::Pelago::Local;
 
 namespace {
 
-std::string OfferBody(const std::vector<OfferedFile>& files)
+std::string OfferFrame(const std::vector<OfferedFile>& files, const std::string& behind = {}, const char* from = "X")
 {
     Offer offer;
-    offer.senderId = "X";
+    offer.senderId = from;
     offer.timeoutMs = 1000;
     offer.files = files;
-    return offer.Encode();
+    return MakeFrame(FrameType::OFFER, offer.Encode() + behind);
 }
 
-void SendRaw(int socket, const std::string& bytes, int fd = -1)
+std::string NoteFrame(const BodyWriter& body)
 {
-    iovec part{const_cast<char*>(bytes.data()), bytes.size()};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-    if (fd >= 0) {
-        message.msg_control = control.data();
-        message.msg_controllen = control.size();
-        cmsghdr* head = CMSG_FIRSTHDR(&message);
-        head->cmsg_level = SOL_SOCKET;
-        head->cmsg_type = SCM_RIGHTS;
-        head->cmsg_len = CMSG_LEN(sizeof(int));
-        std::memcpy(CMSG_DATA(head), &fd, sizeof(fd));
-    }
-    (void)::sendmsg(socket, &message, MSG_NOSIGNAL); // an engine that has hung up already is what is asked for
+    return MakeFrame(FrameType::NOTE, body.Bytes());
 }
 
-using ChannelTest = EngineTest;
+std::string TakenFrame(uint64_t bytes)
+{
+    return MakeFrame(FrameType::TAKEN, BodyWriter().U64(bytes).Bytes());
+}
+
+std::string EndFrame(Ending ending, FrameType type = FrameType::END)
+{
+    return MakeFrame(type, EncodeOutcome({ending, {}}));
+}
+
+class ChannelTest : public EngineTest {
+protected:
+    // A device M that is no engine: what it says is the case's.
+    void ServeM()
+    {
+        served_ = ServeRaw(root / "raw");
+        fs::rename(root / "raw", nearby / "M.sock");
+        MakePair();
+    }
+    void MakePair()
+    {
+        std::array<int, 2> pair{};
+        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()), 0);
+        ours = UniqueFd(pair[0]); // of the bytes; nobody reads from it
+        theirs = UniqueFd(pair[1]);
+    }
+    UniqueFd NextAtM() const
+    {
+        return UniqueFd(::accept4(served_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+    }
+    void TearDown() override
+    {
+        fs::remove(nearby / "M.sock");
+        served_.Reset();
+        ours.Reset();
+        theirs.Reset();
+        EngineTest::TearDown();
+    }
+
+    UniqueFd ours;
+    UniqueFd theirs;
+
+private:
+    UniqueFd served_;
+};
 
 // Every one of these ends its own connection, and the next device notices nothing.
 TEST_F(ChannelTest, BytesThatAreNoConversationEndTheConnection)
 {
-    TestDevice b(root, DeviceOf("B"));
-    b.AcceptAll();
-    b.Publish();
+    Start();
+    b->acceptAll = true;
+    b->Publish();
+    Journal notes;
+    EXPECT_TRUE(b->engine.ServeNotes([&notes](const std::string&, const std::string& note) { notes.Add(note); }));
+    EXPECT_TRUE(WaitUntil([this] { return fs::exists(nearby / "B.note"); }));
     const struct {
         const char* what;
         std::string bytes;
+        const char* socket = "B.sock";
     } ROWS[] = {
         {"another protocol", "GET / HTTP/1.1\r\n\r\n"},
         {"another version", std::string("Pl\x02\x01\0\0\0\0", 8)},
         {"type 0", std::string("Pl\x01\x00\0\0\0\0", 8)},
         {"type 10", std::string("Pl\x01\x0A\0\0\0\0", 8)},
-        {"a note where offers come", MakeFrame(FrameType::NOTE, BodyWriter().Text("X").Text("hello").Bytes())},
+        {"a note where offers come", NoteFrame(BodyWriter().Text("X").Text("hello"))},
         {"a watch with a body", MakeFrame(FrameType::WATCH, "x")},
         {"an offer of 4 GiB", std::string("Pl\x01\x02\xFF\xFF\xFF\xFF", 8)},
         {"an empty offer", MakeFrame(FrameType::OFFER)},
         {"an answer first", MakeFrame(FrameType::ACCEPT)},
-        {"bytes taken first", MakeFrame(FrameType::TAKEN, BodyWriter().U64(1).Bytes())},
-        {"an end first", MakeFrame(FrameType::END, EncodeOutcome({}))},
+        {"an end first", EndFrame(Ending::DONE)},
         {"a frame after the watch", MakeFrame(FrameType::WATCH) + MakeFrame(FrameType::WATCH)},
         {"an offer that is rubbish", MakeFrame(FrameType::OFFER, std::string(300, '\xFF'))},
-        {"an offer with bytes behind it", MakeFrame(FrameType::OFFER, OfferBody({}) + "x")},
-        {"501 files", MakeFrame(FrameType::OFFER, OfferBody(std::vector<OfferedFile>(501, {"a", 1})))},
-        {"more bytes than there are", MakeFrame(FrameType::OFFER, OfferBody({{"a", INT64_MAX}, {"b", 1}}))},
-        {"a name that leads away", MakeFrame(FrameType::OFFER, OfferBody({{"../a", 1}}))},
-        {"accepted, then bytes taken by the sender",
-            MakeFrame(FrameType::OFFER, OfferBody({{"a", 1}})) + MakeFrame(FrameType::TAKEN, std::string(8, '\0'))},
-        {"an abort that says done",
-            MakeFrame(FrameType::OFFER, OfferBody({{"a", 1}})) + MakeFrame(FrameType::ABORT, EncodeOutcome({}))},
+        {"an offer with bytes behind it", OfferFrame({}, "x")},
+        {"501 files", OfferFrame(std::vector<OfferedFile>(501, {"a", 1}))},
+        {"more bytes than there are", OfferFrame({{"a", INT64_MAX}, {"b", 1}})},
+        {"a name that leads away", OfferFrame({{"../a", 1}})},
+        {"an id that is none", OfferFrame({{"a", 1}}, {}, "../X")},
+        {"bytes taken by the sender", OfferFrame({{"a", 1}}) + TakenFrame(0)},
+        {"an abort that says done", OfferFrame({{"a", 1}}) + EndFrame(Ending::DONE, FrameType::ABORT)},
+        {"a watch among notes", MakeFrame(FrameType::WATCH), "B.note"},
+        {"a note of nobody", NoteFrame(BodyWriter().Text("").Text("x")), "B.note"},
+        {"a note from elsewhere", NoteFrame(BodyWriter().Text("../A").Text("x")), "B.note"},
+        {"a note from a long name", NoteFrame(BodyWriter().Text(std::string(65, 'A')).Text("x")), "B.note"},
+        {"a note with more behind it", NoteFrame(BodyWriter().Text("A").Text("x").U32(0)), "B.note"},
+        {"too long a note", NoteFrame(BodyWriter().Text("A").Text(std::string(MAX_NOTE_BYTES + 1, 'x'))), "B.note"},
+        {"a note of 4 GiB", NoteFrame(BodyWriter().Text("A").U32(0xFFFFFFFF)), "B.note"},
     };
     for (const auto& row : ROWS) {
-        UniqueFd guest = ConnectRaw(Nearby() / "B.sock");
+        UniqueFd guest = ConnectRaw(nearby / row.socket);
         SendRaw(guest.Get(), row.bytes);
         (void)ReadUntilClosed(guest.Get());
-        EXPECT_TRUE(Eventually([&b] { return b.engine.Counters().offers + b.engine.Counters().accepted == 0; }))
-            << row.what;
+        auto idle = [this] { return b->engine.Counters().offers + b->engine.Counters().accepted == 0; };
+        EXPECT_TRUE(WaitUntil(idle)) << row.what;
     }
-    UniqueFd half = ConnectRaw(Nearby() / "B.sock");
-    SendRaw(half.Get(), MakeFrame(FrameType::OFFER, OfferBody({})).substr(0, 20)); // and stays
+    EXPECT_EQ(notes.Text(), "");
+    UniqueFd half = ConnectRaw(nearby / "B.sock");
+    SendRaw(half.Get(), OfferFrame({}).substr(0, 20)); // and stays
+    UniqueFd carrier = ConnectRaw(nearby / "B.sock");
+    SendRaw(carrier.Get(), MakeFrame(FrameType::WATCH), half.Get()); // a descriptor that nobody asked for
+    (void)ReadUntilClosed(carrier.Get());
 
-    TestDevice a(root, DeviceOf("A"));
-    Sending sending;
-    a.Send(sending, "B", {MakeFile("good", 1000)});
+    a->Send(sending, "B", {MakeFile("good", 1000)});
     sending.heard->Await("end: success");
-    EXPECT_EQ(b.Received(), std::vector<std::string>{"good"});
+    EXPECT_EQ(b->Received(), std::vector<std::string>{"good"});
+    EXPECT_EQ(b->offers.Count("offer from "), 3U); // two rows were offers before they went wrong
 }
 
-TEST_F(ChannelTest, DescriptorsThatNobodyAskedForAreClosed)
+// The listener hears of an ending that only a receiver can mean, and a last word that comes twice is out of turn.
+TEST_F(ChannelTest, ASenderThatSpeaksAsItCannotEndsItsOfferAsAnError)
 {
-    TestDevice b(root, DeviceOf("B"));
-    b.Publish();
-    UniqueFd guest = ConnectRaw(Nearby() / "B.sock");
-    for (int i = 0; i < 3; ++i) {
-        SendRaw(guest.Get(), MakeFrame(FrameType::WATCH).substr(0, 2), guest.Get());
-    }
-    (void)ReadUntilClosed(guest.Get());
-    // TearDown counts.
+    Start();
+    b->Publish();
+    UniqueFd refuses = ConnectRaw(nearby / "B.sock");
+    SendRaw(refuses.Get(), OfferFrame({{"a", 1}}) + EndFrame(Ending::REFUSED, FrameType::ABORT));
+    b->offers.Await("error 3005");
+    UniqueFd twice = ConnectRaw(nearby / "B.sock");
+    SendRaw(twice.Get(), OfferFrame({{"a", 1}}));
+    b->offers.Await("offer from ", 2);
+    EXPECT_EQ(b->Accept(), RECEIVER_OK);
+    SendRaw(twice.Get(), MakeFrame(FrameType::FINISH) + MakeFrame(FrameType::FINISH));
+    b->progress.Await("result 7");
 }
 
 // A receiver that is none: what it answers to an offer, and what the sender makes of it.
 TEST_F(ChannelTest, AReceiverThatLiesEndsTheTransferAsAnError)
 {
-    auto served = ServeRaw(Nearby().parent_path() / "raw");
-    TestDevice a(root, DeviceOf("A"));
-    std::filesystem::rename(root / "raw", Nearby() / "M.sock");
+    Start();
+    ServeM();
     const auto path = MakeFile("file", 1000);
-    std::array<int, 2> pair{};
-    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, pair.data()), 0);
-    UniqueFd ours(pair[0]);
-    UniqueFd theirs(pair[1]);
     UniqueFd regular(::dup(STDERR_FILENO));
+    const std::string SHOWN = MakeFrame(FrameType::SHOWN);
+    const std::string ACCEPT = MakeFrame(FrameType::ACCEPT);
     const struct {
         const char* what;
         std::string bytes;
-        int fd;
-        std::string ending;
+        int fd = -1;
+        const char* ending = "end: error 3005";
     } ROWS[] = {
-        {"refuses", MakeFrame(FrameType::END, EncodeOutcome({Ending::REFUSED, {}})), -1, "end: status 1009"},
-        {"is done at once", MakeFrame(FrameType::END, EncodeOutcome({})), -1, "end: error 3005"},
-        {"ends without saying how", MakeFrame(FrameType::END, std::string(8, '\x7F')), -1, "end: error 3005"},
-        {"ends in a way that cannot travel", MakeFrame(FrameType::END, EncodeOutcome({Ending::LOST, {}})), -1,
-            "end: error 3005"},
-        {"accepts without a socket", MakeFrame(FrameType::ACCEPT), -1, "end: error 3005"},
-        {"accepts with something else", MakeFrame(FrameType::ACCEPT), regular.Get(), "end: error 3005"},
-        {"took before it accepted", MakeFrame(FrameType::TAKEN, std::string(8, '\0')), -1, "end: error 3005"},
-        {"took more than there is",
-            MakeFrame(FrameType::ACCEPT) + MakeFrame(FrameType::TAKEN, BodyWriter().U64(1001).Bytes()), theirs.Get(),
-            "end: error 3005"},
-        {"offers", MakeFrame(FrameType::OFFER, "x"), -1, "end: error 3005"},
+        {"refuses", EndFrame(Ending::REFUSED), -1, "end: status 1009"},
         {"hangs up", "", -1, "end: error 3001"},
+        {"is done at once", EndFrame(Ending::DONE)},
+        {"ends without saying how", MakeFrame(FrameType::END, std::string(8, '\x7F'))},
+        {"ends in a way that cannot travel", EndFrame(Ending::LOST)},
+        {"cancels in our name", EndFrame(Ending::CANCELLED_BY_SENDER)},
+        {"shows it twice", SHOWN + SHOWN},
+        {"gives a descriptor with a word", SHOWN, regular.Get()},
+        {"accepts without a socket", ACCEPT},
+        {"accepts with something else", ACCEPT, regular.Get()},
+        {"took before it accepted", TakenFrame(0)},
+        {"took more than there is", ACCEPT + TakenFrame(1001), theirs.Get()},
+        {"offers", MakeFrame(FrameType::OFFER, "x")},
     };
     for (const auto& row : ROWS) {
-        Sending sending;
-        a.Send(sending, "M", {path});
-        UniqueFd peer(::accept4(served.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        sending = Sending();
+        a->Send(sending, "M", {path});
+        UniqueFd peer = NextAtM();
         if (row.bytes.empty()) {
             (void)::shutdown(peer.Get(), SHUT_RDWR);
         } else {
@@ -150,39 +192,70 @@ TEST_F(ChannelTest, AReceiverThatLiesEndsTheTransferAsAnError)
         EXPECT_TRUE(sending.heard->Await("end: ")) << row.what;
         EXPECT_EQ(sending.heard->Count(row.ending), 1U) << row.what << "\n" << sending.heard->Text();
     }
-    std::filesystem::remove(Nearby() / "M.sock");
 }
 
 // A peer that stops in the middle, and stays: each side ends the transfer by itself.
 TEST_F(ChannelTest, APeerThatStandsStillEndsTheTransferAtTheOtherSide)
 {
-    constexpr int64_t LIMIT_MS = 300;
-    auto served = ServeRaw(root / "raw");
-    TestDevice a(root, DeviceOf("A"), LIMIT_MS);
-    TestDevice b(root, DeviceOf("B"), LIMIT_MS);
-    std::filesystem::rename(root / "raw", Nearby() / "M.sock");
-    for (size_t size : {size_t{10}, size_t{6'000'000}}) { // the bytes go and no word comes; the bytes do not go
-        std::array<int, 2> pair{};
-        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, pair.data()), 0);
-        UniqueFd ours(pair[0]); // from which nobody reads
-        UniqueFd theirs(pair[1]);
-        Sending sending;
-        a.Send(sending, "M", {MakeFile("file", size)});
-        UniqueFd peer(::accept4(served.Get(), nullptr, nullptr, SOCK_CLOEXEC));
-        SendRaw(peer.Get(), MakeFrame(FrameType::ACCEPT), theirs.Get());
+    constexpr size_t BIG = 6'000'000; // which sockets do not hold
+    Start(300);
+    ServeM();
+    const struct {
+        size_t size;
+        std::string once;
+        std::string always;
+    } ROWS[] = {
+        {10, "", ""},               // the bytes go and no word comes
+        {BIG, "", ""},              // they do not go
+        {BIG, TakenFrame(BIG), ""}, // nor did they, whatever it says
+        {BIG, "", TakenFrame(1)},   // to say the same again is no progress
+    };
+    for (const auto& row : ROWS) {
+        sending = Sending();
+        MakePair();
+        a->Send(sending, "M", {MakeFile("file", row.size)});
+        UniqueFd peer = NextAtM();
+        SendRaw(peer.Get(), MakeFrame(FrameType::ACCEPT) + row.once, theirs.Get());
+        EXPECT_TRUE(WaitUntil([&] {
+            SendRaw(peer.Get(), row.always);
+            return sending.heard->Count("end: ") > 0;
+        }));
         sending.heard->Await("end: error 3001 the receiver stands still");
     }
-    std::filesystem::remove(Nearby() / "M.sock");
+    sending = Sending(); // our cancel is not answered, but with a word that was on its way
+    MakePair();
+    a->Send(sending, "M", {MakeFile("file", 10)});
+    UniqueFd cancelled = NextAtM();
+    SendRaw(cancelled.Get(), MakeFrame(FrameType::ACCEPT), theirs.Get());
+    sending.heard->Await("code 6");
+    sending.handle->Cancel();
+    SendRaw(cancelled.Get(), TakenFrame(5));
 
-    b.AcceptAll();
-    b.Publish();
-    UniqueFd silent = ConnectRaw(Nearby() / "B.sock");
-    SendRaw(silent.Get(), MakeFrame(FrameType::OFFER, OfferBody({{"a", 1}})));
-    b.progress.Await("result 3");
-    UniqueFd unfinished = ConnectRaw(Nearby() / "B.sock"); // a text needs no bytes, but it needs the last word
-    SendRaw(unfinished.Get(), MakeFrame(FrameType::OFFER, OfferBody({})));
-    b.progress.Await("result 3", 2);
-    EXPECT_TRUE(b.Received().empty());
+    b = std::make_unique<TestDevice>(root, "C", 300);
+    b->acceptAll = true;
+    b->Publish();
+    UniqueFd silent = ConnectRaw(nearby / "C.sock");
+    SendRaw(silent.Get(), OfferFrame({{"a", 1}}));
+    b->progress.Await("result 3");
+    UniqueFd unfinished = ConnectRaw(nearby / "C.sock"); // a text needs no bytes, but it needs the last word
+    SendRaw(unfinished.Get(), OfferFrame({}));
+    b->progress.Await("result 3", 2);
+    EXPECT_TRUE(b->Received().empty());
+    (void)ReadUntilClosed(cancelled.Get());
+}
+
+TEST_F(ChannelTest, APeerThatReadsNothingIsGivenUpAndHoldsNoStopUp)
+{
+    Start(300);
+    ServeM();
+    const std::string uri = "file://" + MakeFile("file", 10).string();
+    a->SendUri(sending, "M", uri, 900'000);
+    UniqueFd deaf = NextAtM();
+    sending.heard->Await("end: error 3005 reads nothing");
+    Sending unanswered; // its last word lingers when the engine stops
+    a->SendUri(unanswered, "M", uri, 900'000, 1);
+    UniqueFd also = NextAtM();
+    unanswered.heard->Await("end: status 1013");
 }
 
 } // namespace

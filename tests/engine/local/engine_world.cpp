@@ -6,21 +6,23 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <chrono>
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <fstream>
+#include <map>
+#include <sstream>
 #include <thread>
 
 #include "engine_handles.h"
 #include "engine_listener_proxies.h"
+#include "host/faults.h"
 #include "message_parcel.h"
 
 namespace OHOS::Pelago {
 namespace {
 
-namespace fs = std::filesystem;
 constexpr auto PATIENCE = std::chrono::seconds(20);
-constexpr int PATIENCE_MS = 60'000;
 
 template <typename Code>
 bool Is(uint32_t code, Code wanted)
@@ -28,210 +30,94 @@ bool Is(uint32_t code, Code wanted)
     return code == static_cast<uint32_t>(wanted);
 }
 
-// "motion", and the three numbers.
-std::string MotionLine(MessageParcel& data)
+// A remote object that hands each request to a function.
+class Listener : public IPCObjectStub {
+public:
+    using Hear = std::function<void(uint32_t code, MessageParcel& data)>;
+    Listener(const std::u16string& token, Hear hear) : IPCObjectStub(token), token_(token), hear_(std::move(hear))
+    {}
+    int OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel&, MessageOption&) override
+    {
+        EXPECT_EQ(data.ReadInterfaceToken(), token_);
+        hear_(code, data);
+        return 0;
+    }
+
+private:
+    const std::u16string token_;
+    const Hear hear_;
+};
+
+std::string Numbers(MessageParcel& data, int count)
 {
-    std::string line = "motion";
-    for (int i = 0; i < 3; ++i) {
+    std::string line;
+    for (int i = 0; i < count; ++i) {
         line += " " + std::to_string(data.ReadInt32());
     }
     return line;
 }
 
-class FoundRecorder : public IRemoteStub<ISubscribeListener> {
-public:
-    explicit FoundRecorder(Journal& heard) : heard_(heard)
-    {}
-    int OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel&, MessageOption&) override
-    {
-        EXPECT_EQ(data.ReadInterfaceToken(), GetDescriptor());
-        if (Is(code, SubscribeListenerCode::ON_DISCOVER_RESULT)) {
-            return 0;
-        }
-        if (Is(code, SubscribeListenerCode::ON_SWING_STATUS)) {
-            int32_t role = data.ReadInt32();
-            std::string id = data.ReadString();
-            heard_.Add("swing of " + std::to_string(role) + id + " ends: " + std::to_string(data.ReadInt32()));
-            return 0;
-        }
-        EXPECT_NE(data.ReadInt32(), 0);
-        sptr<ShareDevice> device = ShareDevice::Unmarshalling(data);
-        bool found = code == static_cast<uint32_t>(SubscribeListenerCode::ON_DEVICE_FOUND);
-        heard_.Add((found ? "found " : "lost ") + device->GetDeviceId() + " '" + device->GetDeviceName() +
-                   "' contact " + std::to_string(device->GetContactInfo().contactId) + " flags " +
-                   std::to_string(device->GetDiscoveredBy()));
-        return 0;
+void HearNearby(Journal& heard, uint32_t code, MessageParcel& data)
+{
+    if (Is(code, SubscribeListenerCode::ON_DISCOVER_RESULT)) {
+        return;
     }
-    void OnDeviceFound(const sptr<ShareDevice>&) override
-    {}
-    void OnDeviceLost(const sptr<ShareDevice>&) override
-    {}
-    void OnDiscoverResult(int, int) override
-    {}
-    void OnSwingStatus(int, std::string&, int) override
-    {}
-
-private:
-    Journal& heard_;
-};
-
-class PublishRecorder : public IRemoteStub<IPublishListener> {
-public:
-    explicit PublishRecorder(Journal& heard) : heard_(heard)
-    {}
-    int OnRemoteRequest(uint32_t, MessageParcel& data, MessageParcel&, MessageOption&) override
-    {
-        EXPECT_EQ(data.ReadInterfaceToken(), GetDescriptor());
-        EXPECT_EQ(data.ReadInt32(), LocalEngine::PUBLISH_ID);
-        heard_.Add("published " + std::to_string(data.ReadInt32()));
-        return 0;
+    if (Is(code, SubscribeListenerCode::ON_SWING_STATUS)) {
+        std::string role = Numbers(data, 1);
+        std::string id = data.ReadString();
+        heard.Add("swing of" + role + id + " ends:" + Numbers(data, 1));
+        return;
     }
-    void OnPublishResult(int, int) override
-    {}
-
-private:
-    Journal& heard_;
-};
+    EXPECT_NE(data.ReadInt32(), 0);
+    sptr<ShareDevice> device = ShareDevice::Unmarshalling(data);
+    heard.Add((Is(code, SubscribeListenerCode::ON_DEVICE_FOUND) ? "found " : "lost ") + device->GetDeviceId() + " '" +
+              device->GetDeviceName() + "' contact " + std::to_string(device->GetContactInfo().contactId) + " flags " +
+              std::to_string(device->GetDiscoveredBy()));
+}
 
 // The service's end of a transfer: writes down each report and lets progress pass its door.
-class Callback : public IPCObjectStub {
-public:
-    Callback(std::shared_ptr<Journal> heard, std::shared_ptr<Door> door, std::function<void()> onProgress)
-        : IPCObjectStub(ITransmitCallback::GetDescriptor()), heard_(std::move(heard)), door_(std::move(door)),
-          onProgress_(std::move(onProgress))
-    {}
-    int OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel&, MessageOption&) override
-    {
-        EXPECT_EQ(data.ReadInterfaceToken(), ITransmitCallback::GetDescriptor());
-        if (Is(code, TransmitCallbackCode::ON_PROGESS)) {
-            heard_->Add("progress " + std::to_string(data.ReadInt8()));
-            if (onProgress_) {
-                onProgress_();
-            }
-            door_->Pass();
-        } else if (Is(code, TransmitCallbackCode::ON_SUCCESS)) {
-            heard_->Add("end: success");
-        } else if (Is(code, TransmitCallbackCode::ON_STATUS)) {
-            (void)data.ReadString();
-            AddStatus(data.ReadInt32());
-        } else if (Is(code, TransmitCallbackCode::ON_ERROR)) {
-            std::string text = data.ReadString();
-            heard_->Add("end: error " + std::to_string(data.ReadInt32()) + " " + text);
-        } else if (Is(code, TransmitCallbackCode::ON_MOTION_STATE)) {
-            heard_->Add(MotionLine(data));
-        } else if (Is(code, TransmitCallbackCode::ON_POP_SWING)) {
-            std::string id = data.ReadString();
-            heard_->Add((data.ReadBool() ? "dialog for " : "no dialog for ") + id);
-        } else {
-            heard_->Add("code " + std::to_string(code));
-        }
-        return 0;
-    }
-
-private:
-    void AddStatus(int32_t status)
-    {
-        bool ends = status != 1004 && status != 1012;
-        heard_->Add((ends ? "end: status " : "status ") + std::to_string(status));
-    }
-
-    const std::shared_ptr<Journal> heard_;
-    const std::shared_ptr<Door> door_;
-    const std::function<void()> onProgress_;
-};
-
-class ReceiveListener : public IPCObjectStub {
-public:
-    explicit ReceiveListener(TestDevice& device)
-        : IPCObjectStub(PelagoReceiveListener::GetDescriptor()), device_(device)
-    {}
-    int OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel&, MessageOption&) override
-    {
-        EXPECT_EQ(data.ReadInterfaceToken(), PelagoReceiveListener::GetDescriptor());
-        if (Is(code, ReceiveListenerCode::ON_MOTION_STATE)) {
-            device_.offers.Add(MotionLine(data));
-            return 0;
-        }
-        auto receiver = iface_cast<PelagoReceiver>(data.ReadRemoteObject());
-        EXPECT_NE(receiver, nullptr);
-        if (Is(code, ReceiveListenerCode::ON_RECV_BYTES_INFO)) {
-            (void)data.ReadString();
-            AddOffer(receiver, data);
-        } else if (Is(code, ReceiveListenerCode::ON_RECV_PREVIEW_RECEIVE)) {
-            AddOffer(receiver, data);
-        } else if (Is(code, ReceiveListenerCode::ON_POP_SWING)) {
-            RecvPreview preview;
-            EXPECT_TRUE(preview.ReadFromParcel(data));
-            device_.offers.Add(data.ReadBool() ? "dialog" : "no dialog");
-        } else if (Is(code, ReceiveListenerCode::ON_SEND_CANCEL_BEFORE_CONFIRM)) {
-            device_.offers.Add("cancelled");
-        } else if (Is(code, ReceiveListenerCode::ON_ERROR_BEFORE_CONFIRM)) {
-            device_.offers.Add("error " + std::to_string(data.ReadInt32()));
-        } else {
-            device_.offers.Add("code " + std::to_string(code));
-        }
-        return 0;
-    }
-
-private:
-    void AddOffer(const sptr<PelagoReceiver>& receiver, MessageParcel& data)
-    {
-        RecvPreview preview;
-        EXPECT_TRUE(preview.ReadFromParcel(data));
-        device_.OnOffer(receiver);
-        device_.offers.Add("offer from " + preview.GetSenderName() + ": " + std::to_string(preview.GetFileCounter()) +
-                           " files, " + std::to_string(preview.GetTotalSize()) + " bytes, " +
-                           preview.GetAllFileNameData() + preview.GetBytesData());
-    }
-
-    TestDevice& device_;
-};
-
-class Progress : public ReceiveProgressStub {
-public:
-    explicit Progress(Journal& heard) : heard_(heard)
-    {}
-    void OnProgress(int64_t bytes, int64_t total, int64_t) override
-    {
-        heard_.Add(bytes == total ? "bytes all" : "bytes some");
-    }
-    void OnResult(int32_t result, const std::vector<std::string>& names) override
-    {
-        std::string line = "result " + std::to_string(result);
-        for (const std::string& name : names) {
-            line += " " + name;
-        }
-        heard_.Add(line);
-    }
-
-private:
-    Journal& heard_;
-};
-
-// An interface around a stub that reads its requests by itself.
-template <typename Proxy>
-sptr<Proxy> Around(const sptr<IRemoteObject>& object)
+void HearTransfer(const Sending& sending, uint32_t code, MessageParcel& data)
 {
-    return new Proxy(object);
+    Journal& heard = *sending.heard;
+    if (Is(code, TransmitCallbackCode::ON_PROGESS)) {
+        sending.percents->Add(std::to_string(data.ReadInt8()));
+        if (sending.onProgress) {
+            sending.onProgress();
+        }
+        sending.progressDoor->Pass();
+    } else if (Is(code, TransmitCallbackCode::ON_SUCCESS)) {
+        heard.Add("end: success");
+    } else if (Is(code, TransmitCallbackCode::ON_STATUS)) {
+        (void)data.ReadString();
+        std::string status = Numbers(data, 1);
+        heard.Add((status == " 1004" || status == " 1012" ? "status" : "end: status") + status);
+    } else if (Is(code, TransmitCallbackCode::ON_ERROR)) {
+        std::string text = data.ReadString();
+        heard.Add("end: error" + Numbers(data, 1) + " " + text);
+    } else if (Is(code, TransmitCallbackCode::ON_MOTION_STATE)) {
+        heard.Add("motion" + Numbers(data, 3));
+    } else if (Is(code, TransmitCallbackCode::ON_POP_SWING)) {
+        std::string id = data.ReadString();
+        heard.Add((data.ReadBool() ? "dialog for " : "no dialog for ") + id);
+    } else if (!Is(code, TransmitCallbackCode::ON_SPEED)) {
+        heard.Add("code " + std::to_string(code));
+    }
 }
 
-// One line each, but for the timer that the scheduler keeps from its first delayed task on.
-std::vector<std::string> OpenDescriptors()
+void HearProgress(Journal& heard, uint32_t code, MessageParcel& data)
 {
-    std::vector<std::string> lines;
-    for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
-        std::error_code gone;
-        std::string target = fs::read_symlink(entry.path(), gone);
-        if (target != "anon_inode:[timerfd]") {
-            lines.push_back(entry.path().filename().string() + " " + target);
-        }
+    if (Is(code, ReceiveProgressCode::ON_PROGRESS)) {
+        int64_t bytes = data.ReadInt64();
+        heard.Add(bytes == data.ReadInt64() ? "bytes all" : "bytes some");
+        return;
     }
-    return lines;
-}
-
-bool BeginsWith(const std::string& text, const std::string& start)
-{
-    return text.compare(0, start.size(), start) == 0;
+    std::string line = "result" + Numbers(data, 1);
+    std::vector<std::string> names;
+    EXPECT_TRUE(data.ReadStringVector(&names));
+    for (const std::string& name : names) {
+        line += " " + name;
+    }
+    heard.Add(line);
 }
 
 sockaddr_un RawAddress(const fs::path& socket)
@@ -243,39 +129,42 @@ sockaddr_un RawAddress(const fs::path& socket)
     return address;
 }
 
+LocalEngineConfig ConfigOf(const fs::path& root, const std::string& id, int64_t limitMs)
+{
+    LocalEngineConfig config{root / "nearby", root / "contacts.json", DeviceOf(id)};
+    if (limitMs != 0) {
+        config.stallLimitMs = config.unreadLimitMs = config.swingFindMs = limitMs;
+    }
+    return config;
+}
+
 } // namespace
 
 void Journal::Add(const std::string& line)
 {
-    std::lock_guard<std::mutex> guard(mutex_);
+    std::lock_guard guard(mutex_);
     lines_.push_back(line);
     changed_.notify_all();
 }
 
 bool Journal::Await(const std::string& start, size_t times)
 {
-    std::unique_lock<std::mutex> lock(mutex_);
-    bool came = changed_.wait_for(lock, PATIENCE, [&] { return CountLocked(start) >= times; });
-    lock.unlock();
+    std::unique_lock lock(mutex_);
+    bool came = changed_.wait_for(lock, PATIENCE, [&] { return Count(start) >= times; });
     EXPECT_TRUE(came) << "waited for '" << start << "', heard:\n" << Text();
     return came;
 }
 
-size_t Journal::CountLocked(const std::string& start) const
-{
-    return static_cast<size_t>(
-        std::count_if(lines_.begin(), lines_.end(), [&](const std::string& line) { return BeginsWith(line, start); }));
-}
-
 size_t Journal::Count(const std::string& start) const
 {
-    std::lock_guard<std::mutex> guard(mutex_);
-    return CountLocked(start);
+    std::lock_guard guard(mutex_);
+    auto begins = [&](const std::string& line) { return line.compare(0, start.size(), start) == 0; };
+    return static_cast<size_t>(std::count_if(lines_.begin(), lines_.end(), begins));
 }
 
 std::string Journal::Text() const
 {
-    std::lock_guard<std::mutex> guard(mutex_);
+    std::lock_guard guard(mutex_);
     std::string text;
     for (const std::string& line : lines_) {
         text += line + "\n";
@@ -285,91 +174,113 @@ std::string Journal::Text() const
 
 void Journal::Clear()
 {
-    std::lock_guard<std::mutex> guard(mutex_);
+    std::lock_guard guard(mutex_);
     lines_.clear();
 }
 
-bool Eventually(const std::function<bool()>& isSo)
+void Door::Set(bool open)
 {
-    auto limit = std::chrono::steady_clock::now() + PATIENCE;
-    while (!isSo()) {
-        if (std::chrono::steady_clock::now() > limit) {
-            return false;
-        }
-        std::this_thread::yield();
-    }
-    return true;
-}
-
-void Door::Shut()
-{
-    std::lock_guard<std::mutex> guard(mutex_);
-    open_ = false;
-}
-
-void Door::Open()
-{
-    std::lock_guard<std::mutex> guard(mutex_);
-    open_ = true;
+    std::lock_guard guard(mutex_);
+    open_ = open;
     opened_.notify_all();
 }
 
 void Door::Pass()
 {
-    std::unique_lock<std::mutex> lock(mutex_);
+    std::unique_lock lock(mutex_);
     opened_.wait(lock, [this] { return open_; });
 }
 
-TestDevice::TestDevice(const fs::path& root, const LocalDevice& device, int64_t limitMs)
-    : engine({root / "nearby", root / "contacts.json", device, limitMs == 0 ? STALL_LIMIT_MS : limitMs,
-          limitMs == 0 ? SWING_FIND_MS : limitMs}),
-      inbox(root / ("inbox-" + device.id)), subscriber_(new FoundRecorder(nearby)),
-      publisher_(new PublishRecorder(nearby)), receiver_(Around<ReceiveListenerProxy>(new ReceiveListener(*this)))
+LocalDevice DeviceOf(const std::string& id)
+{
+    return {id, id + "'s name", 1, "hash-" + id, CAPABILITY_BYTES};
+}
+
+TestDevice::TestDevice(const fs::path& root, const std::string& id, int64_t limitMs)
+    : inbox(root / ("inbox-" + id)),
+      subscriber(new SubscribeListenerProxy(new Listener(ISubscribeListener::GetDescriptor(),
+          [this](uint32_t code, MessageParcel& data) { HearNearby(nearby, code, data); }))),
+      publisher_(new PublishListenerProxy(new Listener(IPublishListener::GetDescriptor(),
+          [this](uint32_t, MessageParcel& data) {
+              EXPECT_EQ(data.ReadInt32(), LocalEngine::PUBLISH_ID);
+              nearby.Add("published" + Numbers(data, 1));
+          }))),
+      receiver_(new ReceiveListenerProxy(new Listener(PelagoReceiveListener::GetDescriptor(),
+          [this](uint32_t code, MessageParcel& data) { OnRequest(code, data); }))),
+      engine(ConfigOf(root, id, limitMs))
 {
     fs::create_directory(inbox);
     std::string error;
     EXPECT_TRUE(engine.Start(error)) << error;
 }
 
-TestDevice::~TestDevice()
+void TestDevice::OnRequest(uint32_t code, MessageParcel& data)
 {
-    engine.Stop();
+    if (Is(code, ReceiveListenerCode::ON_MOTION_STATE)) {
+        offers.Add("motion" + Numbers(data, 3));
+        return;
+    }
+    auto receiver = iface_cast<PelagoReceiver>(data.ReadRemoteObject());
+    EXPECT_NE(receiver, nullptr);
+    if (Is(code, ReceiveListenerCode::ON_RECV_BYTES_INFO)) {
+        (void)data.ReadString();
+        OnOffer(receiver, data);
+    } else if (Is(code, ReceiveListenerCode::ON_RECV_PREVIEW_RECEIVE)) {
+        OnOffer(receiver, data);
+    } else if (Is(code, ReceiveListenerCode::ON_POP_SWING)) {
+        RecvPreview preview;
+        EXPECT_TRUE(preview.ReadFromParcel(data));
+        offers.Add(data.ReadBool() ? "dialog" : "no dialog");
+    } else if (Is(code, ReceiveListenerCode::ON_SEND_CANCEL_BEFORE_CONFIRM)) {
+        offers.Add("cancelled");
+    } else {
+        offers.Add("error" + Numbers(data, 1));
+    }
 }
 
-void TestDevice::Publish()
+void TestDevice::OnOffer(const sptr<PelagoReceiver>& offer, MessageParcel& data)
+{
+    RecvPreview preview;
+    EXPECT_TRUE(preview.ReadFromParcel(data));
+    {
+        std::lock_guard guard(mutex_);
+        offer_ = offer;
+    }
+    if (acceptAll) {
+        (void)Accept(); // the sender may have ended it by now
+    }
+    offers.Add("offer from " + preview.GetSenderName() + ": " + std::to_string(preview.GetFileCounter()) + " files, " +
+               std::to_string(preview.GetTotalSize()) + " bytes, " + preview.GetAllFileNameData() +
+               preview.GetBytesData());
+}
+
+void TestDevice::Publish(const std::string& outcome)
 {
     engine.EnableDiscoveryPolicy(1);
     EXPECT_TRUE(engine.RegisterReceiveListener(receiver_));
     EXPECT_TRUE(engine.Publish(publisher_));
-    nearby.Await("published 0");
+    if (!outcome.empty()) {
+        nearby.Await(outcome);
+    }
 }
 
 void TestDevice::Subscribe()
 {
-    EXPECT_TRUE(engine.Subscribe(subscriber_));
+    EXPECT_TRUE(engine.Subscribe(subscriber));
 }
 
 int32_t TestDevice::Accept()
 {
     Local::UniqueFd directory(::open(inbox.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return Offer()->Accept(directory.Get(), new Progress(progress));
+    return Offer()->Accept(
+        directory.Get(), new ReceiveProgressProxy(new Listener(IReceiveProgress::GetDescriptor(),
+                             [this](uint32_t code, MessageParcel& data) { HearProgress(progress, code, data); })));
 }
 
 sptr<PelagoReceiver> TestDevice::Offer() const
 {
-    std::lock_guard<std::mutex> guard(mutex_);
+    std::lock_guard guard(mutex_);
     return offer_;
-}
-
-void TestDevice::OnOffer(const sptr<PelagoReceiver>& offer)
-{
-    {
-        std::lock_guard<std::mutex> guard(mutex_);
-        offer_ = offer;
-    }
-    if (acceptAll_) {
-        (void)Accept(); // the sender may have ended it by now
-    }
 }
 
 TransmitParam TestDevice::ParamFor(Sending& sending, const std::string& to) const
@@ -377,8 +288,10 @@ TransmitParam TestDevice::ParamFor(Sending& sending, const std::string& to) cons
     TransmitParam param;
     param.deviceId = to;
     param.eventType = sending.event;
-    param.callback =
-        Around<TransmitCallbackProxy>(new Callback(sending.heard, sending.progressDoor, sending.onProgress));
+    Sending hears = sending;
+    hears.handle = nullptr; // each would hold the other
+    param.callback = new TransmitCallbackProxy(new Listener(ITransmitCallback::GetDescriptor(),
+        [hears](uint32_t code, MessageParcel& data) { HearTransfer(hears, code, data); }));
     return param;
 }
 
@@ -400,6 +313,18 @@ void TestDevice::Send(Sending& sending, const std::string& to, const std::vector
     EXPECT_NE(sending.handle, nullptr);
 }
 
+void TestDevice::SendUri(
+    Sending& sending, const std::string& to, const std::string& uri, size_t previewBytes, int32_t timeoutMs)
+{
+    DataBean bean;
+    bean.fileItems.resize(1);
+    bean.fileItems[0].fileUri_ = uri;
+    bean.thumbnail.assign(previewBytes, 'x');
+    TransmitParam param = ParamFor(sending, to);
+    param.timeoutMs = timeoutMs;
+    sending.handle = engine.SendFile(param, bean, "");
+}
+
 std::vector<std::string> TestDevice::Received() const
 {
     std::vector<std::string> names;
@@ -415,17 +340,79 @@ void EngineTest::SetUp()
     std::string pattern = fs::temp_directory_path() / "pelago-engine-XXXXXX";
     ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
     root = pattern;
+    nearby = root / "nearby";
     descriptors_ = OpenDescriptors().size();
 }
 
 void EngineTest::TearDown()
 {
-    EXPECT_TRUE(Eventually([this] { return OpenDescriptors().size() == descriptors_; }))
+    sending.handle = nullptr;
+    a.reset();
+    b.reset();
+    Host::Faults::Clear();
+    EXPECT_TRUE(WaitUntil([this] { return OpenDescriptors().size() == descriptors_; }))
         << testing::PrintToString(OpenDescriptors());
-    EXPECT_TRUE(!fs::exists(Nearby()) || Eventually([this] {
-        return std::distance(fs::directory_iterator(Nearby()), fs::directory_iterator()) <= 1; // the lock
+    EXPECT_TRUE(WaitUntil([this] { // only the lock is left
+        return !fs::exists(nearby) || std::distance(fs::directory_iterator(nearby), fs::directory_iterator()) <= 1;
     }));
     fs::remove_all(root);
+}
+
+void EngineTest::Start(int64_t limitMs)
+{
+    sending = Sending();
+    a = nullptr;
+    b = nullptr;
+    a = std::make_unique<TestDevice>(root, "A", limitMs);
+    b = std::make_unique<TestDevice>(root, "B");
+}
+
+void EngineTest::Offer(const std::vector<fs::path>& files, bool hold)
+{
+    sending.progressDoor->Set(!hold);
+    a->Send(sending, "B", files);
+    sending.heard->Await("status 1012");
+}
+
+void EngineTest::Act(const std::string& steps)
+{
+    const std::map<std::string, std::function<void()>> STEPS = {
+        {"shown", [this] { sending.heard->Await("status 1012"); }},
+        {"accept", [this] { EXPECT_EQ(b->Accept(), RECEIVER_OK); }},
+        {"moving", [this] { b->progress.Await("bytes"); }},
+        {"all-there", [this] { b->progress.Await("bytes all"); }},
+        {"refuse", [this] { EXPECT_EQ(b->Offer()->Refuse(1), RECEIVER_OK); }},
+        {"cancel-here", [this] { sending.handle->Cancel(); }},
+        {"cancel-there", [this] { EXPECT_EQ(b->Offer()->Cancel(), RECEIVER_OK); }},
+        {"go-there", [this] { b->engine.Stop(); }},
+        // A report may be held at the door, and a stop waits for it: the peer hears of the loss before.
+        {"go-here",
+            [this] {
+                std::thread stopping([this] { a->engine.Stop(); });
+                EXPECT_TRUE(WaitUntil([this] { return b->progress.Count("result") + b->offers.Count("error") > 0; }));
+                sending.progressDoor->Set(true);
+                stopping.join();
+            }},
+        {"dialog",
+            [this] {
+                sending.heard->Await("dialog for B");
+                EXPECT_EQ(b->offers.Text(), "") << "nothing leaves the device before";
+            }},
+        {"yes", [this] { sending.handle->SwingConfirm(1); }},
+        {"no", [this] { sending.handle->SwingConfirm(0); }},
+    };
+    std::istringstream words(steps);
+    for (std::string word; words >> word;) {
+        STEPS.at(word)();
+    }
+}
+
+void EngineTest::ExpectNothingLeft()
+{
+    EXPECT_TRUE(WaitUntil([this] {
+        return a->engine.Counters().sending + b->engine.Counters().accepted + b->engine.Counters().offers == 0;
+    }));
+    EXPECT_EQ(b->Received(), std::vector<std::string>{});
 }
 
 fs::path EngineTest::MakeFile(const std::string& name, size_t size) const
@@ -440,6 +427,19 @@ fs::path EngineTest::MakeFile(const std::string& name, size_t size) const
     return root / name;
 }
 
+std::vector<std::string> OpenDescriptors()
+{
+    std::vector<std::string> lines;
+    for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        std::string target = fs::read_symlink(entry.path(), gone);
+        if (target != "anon_inode:[timerfd]") {
+            lines.push_back(entry.path().filename().string() + " " + target);
+        }
+    }
+    return lines;
+}
+
 std::string ReadAll(const fs::path& path)
 {
     std::ifstream in(path, std::ios::binary);
@@ -448,19 +448,7 @@ std::string ReadAll(const fs::path& path)
 
 void WriteFile(const fs::path& path, const std::string& text)
 {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(text.data(), static_cast<std::streamsize>(text.size()));
-}
-
-LocalDevice DeviceOf(const std::string& id)
-{
-    LocalDevice device;
-    device.id = id;
-    device.name = id + "'s name";
-    device.accountHash = "hash-" + id;
-    device.capability = CAPABILITY_BYTES;
-    device.type = 1;
-    return device;
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
 }
 
 Local::UniqueFd ConnectRaw(const fs::path& socket)
@@ -480,12 +468,28 @@ Local::UniqueFd ServeRaw(const fs::path& socket)
     return fd;
 }
 
+void SendRaw(int socket, const std::string& bytes, int fd)
+{
+    iovec part{const_cast<char*>(bytes.data()), bytes.size()};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
+    if (fd >= 0) {
+        message.msg_control = control.data();
+        message.msg_controllen = control.size();
+        *CMSG_FIRSTHDR(&message) = {CMSG_LEN(sizeof(int)), SOL_SOCKET, SCM_RIGHTS};
+        std::memcpy(CMSG_DATA(CMSG_FIRSTHDR(&message)), &fd, sizeof(fd));
+    }
+    (void)::sendmsg(socket, &message, MSG_NOSIGNAL); // an engine that has hung up already is what is asked for
+}
+
 std::string ReadUntilClosed(int socket)
 {
     std::string all;
     for (;;) {
         pollfd ready{socket, POLLIN, 0};
-        if (::poll(&ready, 1, PATIENCE_MS) <= 0) {
+        if (::poll(&ready, 1, static_cast<int>(std::chrono::milliseconds(PATIENCE).count())) <= 0) {
             ADD_FAILURE() << "the other end did not close";
             return all;
         }

@@ -11,27 +11,23 @@ namespace {
 
 TEST(FileNamesTest, ANameIsTakenAsItIsOrRefusedWithAReason)
 {
-    const struct {
-        std::string name;
-        const char* fault; // part of it; null: none
-    } ROWS[] = {
-        {"photo.jpg", nullptr}, {std::string(255, 'x'), nullptr}, {"\xF0\x9F\x98\x80 \xC3\xA9.txt", nullptr},
-        {"-rf *; $(true) 'a' \"b\"", nullptr}, {"", "no name"}, {std::string(256, 'x'), "longer"},
-        {std::string(4096, 'x'), "longer"}, {".", "dot"}, {"..", "dot"}, {".bashrc", "dot"},
-        {"../../etc/passwd", "dot"}, {"/etc/passwd", "separator"}, {"a/b", "separator"}, {"a\\b", "separator"},
-        {"a\0b"s, "control"}, {"a\nb", "control"}, {"\x1B[2Jx", "control"}, {"a\x7F", "control"}, {"\xFF", "UTF-8"},
+    const std::pair<std::string, std::string> ROWS[] = {
+        // the name, and a part of its fault
+        {"photo.jpg", ""}, {std::string(255, 'x'), ""}, {"\xF0\x9F\x98\x80 \xC3\xA9.txt", ""},
+        {"-rf *; $(true) 'a' \"b\"", ""}, {"", "no name"}, {std::string(256, 'x'), "longer"}, {".", "dot"},
+        {"..", "dot"}, {".bashrc", "dot"}, {"../../etc/passwd", "dot"}, {"/etc/passwd", "separator"},
+        {"a/b", "separator"}, {"a\\b", "separator"}, {"a\0b"s, "control"}, {"a\nb", "control"}, {"\x1B[2Jx", "control"},
+        {"a\x7F", "control"}, {"a\xC2\x9B"s + "31m", "control"}, {"\xFF", "UTF-8"},
         {"\xC0\xAF", "UTF-8"},         // an overlong slash
         {"\xE0\x80\xAF", "UTF-8"},     // a longer one
         {"\xED\xA0\x80", "UTF-8"},     // half a surrogate pair
         {"\xF4\x90\x80\x80", "UTF-8"}, // beyond Unicode
         {"caf\xC3", "UTF-8"},          // cut
     };
-    for (const auto& row : ROWS) {
-        const char* fault = FaultOfName(row.name);
-        EXPECT_EQ(fault == nullptr, row.fault == nullptr) << row.name;
-        if (fault != nullptr && row.fault != nullptr) {
-            EXPECT_NE(std::string(fault).find(row.fault), std::string::npos) << row.name << ": " << fault;
-        }
+    for (const auto& [name, wanted] : ROWS) {
+        const char* fault = FaultOfName(name);
+        EXPECT_EQ(fault == nullptr, wanted.empty()) << name;
+        EXPECT_NE(std::string(fault == nullptr ? "" : fault).find(wanted), std::string::npos) << name;
     }
 }
 
@@ -40,16 +36,14 @@ TEST(FileNamesTest, ANumberGoesBeforeTheExtensionAndTheNameStaysShortEnough)
     EXPECT_EQ(NumberedName("photo.jpg", 2), "photo (2).jpg");
     EXPECT_EQ(NumberedName("README", 3), "README (3)");
     EXPECT_EQ(NumberedName("a.tar.gz", 2), "a.tar (2).gz");
-    EXPECT_EQ(NumberedName("odd.(b)", 2), "odd (2).(b)");
-    std::string e255;
-    while (e255.size() < 250) {
-        e255 += "\xC3\xA9";
+    std::string e250;
+    while (e250.size() < 250) {
+        e250 += "\xC3\xA9";
     }
-    for (const std::string& name : {std::string(255, 'x'), e255 + ".jpeg", "a." + std::string(253, 'y')}) {
+    for (const std::string& name : {std::string(255, 'x'), e250 + ".jpeg", "a." + std::string(253, 'y')}) {
         std::string numbered = NumberedName(name, 9999);
         EXPECT_LE(numbered.size(), 255U);
-        EXPECT_TRUE(IsUtf8(numbered)) << numbered;
-        EXPECT_EQ(FaultOfName(numbered), nullptr);
+        EXPECT_EQ(FaultOfName(numbered), nullptr) << numbered;
     }
 }
 

@@ -8,11 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "ability_manager_client.h"
-#include "app_mgr_interface.h"
 #include "hilog/host_log.h"
 #include "host/ability_host.h"
 #include "host/device.h"
-#include "host/faults.h"
 #include "host/loopback.h"
 #include "host/scheduler.h"
 #include "iservice_registry.h"
@@ -56,18 +54,15 @@ struct ExtensionProcess {
     explicit ExtensionProcess(std::string& heard, uint32_t token = TokenId::EXTENSION)
         : process({4242, 20010, token}), extension(MakeSptr<Extension>(heard))
     {}
-    [[nodiscard]] sptr<ISystemAbilityManager> Samgr()
-    {
-        return SamgrOf(process.Connect(AbilityHost::Instance().RootObject()));
-    }
     [[nodiscard]] int32_t Register(
         const std::vector<std::string>& abilities = {MAIN, DIALOG}, const std::string& bundleName = BUNDLE)
     {
-        return RegisterExtension(Samgr(), bundleName, abilities, extension);
+        return RegisterExtension(samgr, bundleName, abilities, extension);
     }
 
     LoopbackProcess process;
     sptr<Extension> extension;
+    sptr<ISystemAbilityManager> samgr = SamgrOf(process.Connect(AbilityHost::Instance().RootObject()));
 };
 
 // A connection that writes down what becomes of it.
@@ -141,6 +136,9 @@ TEST_F(AbilityRegistryTest, WantsArriveLaterAndInOrder)
     EXPECT_EQ(Start("third", DIALOG), ERR_ABILITY_OK);
     EXPECT_EQ(heard, "") << "every call returns before anything of the extension runs";
     EXPECT_EQ(Heard(), "first; connect second; third; connected 0; ");
+    EXPECT_EQ(Start(std::string(Parcel::DEFAULT_MAX_CAPACITY, 'x')), ERR_ABILITY_WANT_TOO_LARGE);
+    EXPECT_EQ(client->ConnectAbility(WantOf("c", MAIN), nullptr), ERR_ABILITY_INVALID_VALUE);
+    EXPECT_EQ(Heard(), "");
 }
 
 TEST_F(AbilityRegistryTest, AsManyWantsWaitAsMayWithAndWithoutAProcess)
@@ -232,22 +230,23 @@ TEST_F(AbilityRegistryTest, RefusesRegistrations)
         std::vector<std::string> abilities;
         int32_t result;
     };
+    const uint32_t token = TokenId::EXTENSION;
     const std::string longest(IAbilityRegistry::MAX_NAME, 'n');
     const std::vector<std::string> most(IAbilityRegistry::MAX_ABILITIES, "a");
     const std::vector<std::string> tooMany(IAbilityRegistry::MAX_ABILITIES + 1, "b");
     const std::vector<Row> rows = {
-        {"an extension", TokenId::EXTENSION, "x.extension", {MAIN}, ERR_ABILITY_OK},
+        {"an extension", token, "x.extension", {MAIN}, ERR_ABILITY_OK},
         {"the owner", TokenId::OWNER, "x.owner", {MAIN}, ERR_ABILITY_OK},
         {"an application", TokenId::APP, "", {}, ERR_ABILITY_PERMISSION_DENIED},
-        {"no bundle", TokenId::EXTENSION, "", {MAIN}, ERR_ABILITY_INVALID_VALUE},
-        {"the longest bundle", TokenId::EXTENSION, longest, {MAIN}, ERR_ABILITY_OK},
-        {"a longer bundle", TokenId::EXTENSION, longest + "n", {MAIN}, ERR_ABILITY_INVALID_VALUE},
-        {"no ability", TokenId::EXTENSION, "x.none", {}, ERR_ABILITY_INVALID_VALUE},
-        {"an ability without a name", TokenId::EXTENSION, "x.none", {MAIN, ""}, ERR_ABILITY_INVALID_VALUE},
-        {"as many abilities as may", TokenId::EXTENSION, "x.most", most, ERR_ABILITY_OK},
-        {"more", TokenId::EXTENSION, "x.more", tooMany, ERR_ABILITY_INVALID_VALUE},
-        {"one that is taken", TokenId::EXTENSION, "x.owner", {DIALOG, MAIN}, ERR_ABILITY_ALREADY_REGISTERED},
-        {"the other one is free still", TokenId::EXTENSION, "x.owner", {DIALOG}, ERR_ABILITY_OK},
+        {"no bundle", token, "", {MAIN}, ERR_ABILITY_INVALID_VALUE},
+        {"the longest bundle", token, longest, {MAIN}, ERR_ABILITY_OK},
+        {"a longer bundle", token, longest + "n", {MAIN}, ERR_ABILITY_INVALID_VALUE},
+        {"no ability", token, "x.none", {}, ERR_ABILITY_INVALID_VALUE},
+        {"an ability without a name", token, "x.none", {MAIN, ""}, ERR_ABILITY_INVALID_VALUE},
+        {"as many abilities as may", token, "x.most", most, ERR_ABILITY_OK},
+        {"more", token, "x.more", tooMany, ERR_ABILITY_INVALID_VALUE},
+        {"one that is taken", token, "x.owner", {DIALOG, MAIN}, ERR_ABILITY_ALREADY_REGISTERED},
+        {"the other one is free still", token, "x.owner", {DIALOG}, ERR_ABILITY_OK},
     };
     std::vector<std::unique_ptr<ExtensionProcess>> processes;
     for (const Row& row : rows) {
@@ -267,7 +266,7 @@ TEST_F(AbilityRegistryTest, RefusesRegistrations)
 
 TEST_F(AbilityRegistryTest, BrokenRequestsToTheRegistryChangeNothing)
 {
-    sptr<IRemoteObject> remote = app.Samgr()->GetSystemAbility(AbilityId::ABILITY_REGISTRY);
+    sptr<IRemoteObject> remote = app.samgr->GetSystemAbility(AbilityId::ABILITY_REGISTRY);
     const auto ask = [&remote](MessageParcel& data) {
         MessageParcel reply;
         MessageOption option;
@@ -296,13 +295,13 @@ struct WildExtension : public IPCObjectStub {
         answerTo = answerTo == nullptr ? data.ReadRemoteObject() : answerTo;
         return ERR_NONE;
     }
-    void Answer(bool withObject) const
+    void Answer() const
     {
         MessageParcel data;
         MessageParcel reply;
         MessageOption option;
-        EXPECT_TRUE(data.WriteInterfaceToken(IConnectAnswer::GetDescriptor()) && data.WriteBool(withObject));
-        EXPECT_TRUE(!withObject || data.WriteRemoteObject(MakeSptr<IPCObjectStub>(u"answer")));
+        EXPECT_TRUE(data.WriteInterfaceToken(IConnectAnswer::GetDescriptor()) && data.WriteBool(true) &&
+                    data.WriteRemoteObject(MakeSptr<IPCObjectStub>(u"answer")));
         (void)answerTo->SendRequest(IConnectAnswer::CONNECTED, data, reply, option); // the test sees what comes of it
     }
     sptr<IRemoteObject> answerTo;
@@ -314,37 +313,12 @@ TEST_F(AbilityRegistryTest, OnlyTheFirstAnswerOfAnOpenConnectionCounts)
     ASSERT_EQ(registry.Register(BUNDLE, {MAIN}, app.process.ProxyFor(wild)), ERR_ABILITY_OK);
     ASSERT_EQ(Connect("c"), ERR_ABILITY_OK);
     EXPECT_EQ(Heard(), "");
-    wild->Answer(true);
-    wild->Answer(true);
-    wild->Answer(false);
+    wild->Answer();
+    wild->Answer();
     EXPECT_EQ(Heard(), "connected 0; ");
     ASSERT_EQ(client->DisconnectAbility(connection), ERR_ABILITY_OK);
-    wild->Answer(true);
+    wild->Answer();
     EXPECT_EQ(Heard(), "over 0; ");
-}
-
-TEST_F(AbilityRegistryTest, RefusesWhatItCannotCarry)
-{
-    ASSERT_EQ(app.Register(), ERR_ABILITY_OK);
-    EXPECT_EQ(Start(std::string(Parcel::DEFAULT_MAX_CAPACITY, 'x')), ERR_ABILITY_WANT_TOO_LARGE);
-    EXPECT_EQ(Connect(std::string(Parcel::DEFAULT_MAX_CAPACITY, 'x')), ERR_ABILITY_WANT_TOO_LARGE);
-    EXPECT_EQ(client->ConnectAbility(WantOf("c", MAIN), nullptr), ERR_ABILITY_INVALID_VALUE);
-    EXPECT_EQ(Heard(), "");
-}
-
-TEST_F(AbilityRegistryTest, TheApplicationManagerSaysWhoIsOnTheScreen)
-{
-    Device::Instance().SetForegroundApplications({{10, 20010, "top"}, {-1, 20011, "below"}});
-    sptr<ISystemAbilityManager> samgr = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
-    auto manager = iface_cast<AppExecFwk::IAppMgr>(samgr->GetSystemAbility(AbilityId::APPLICATION_MANAGER));
-    ASSERT_NE(manager, nullptr);
-    std::vector<AppExecFwk::AppStateData> list(1);
-    ASSERT_EQ(manager->GetForegroundApplications(list), 0);
-    ASSERT_EQ(list.size(), 2U);
-    EXPECT_TRUE(list[0].bundleName == "top" && list[0].pid == 10 && list[1].uid == 20011);
-    Faults::Inject("app.foreground");
-    EXPECT_NE(manager->GetForegroundApplications(list), 0);
-    EXPECT_EQ(list.size(), 2U);
 }
 
 } // namespace

@@ -112,12 +112,4 @@ TEST_F(ExtensionProcessTest, OneIsStartedForAllWantsAndAgainWhenItHasEnded)
     EXPECT_EQ(starts(), 2U);
 }
 
-TEST_F(ExtensionProcessTest, ACommandThatDoesNotExistDropsItsWantsAtOnce)
-{
-    Device::Instance().SetCommand(BUNDLE, {folder + "/no such program"});
-    ASSERT_EQ(Start(), ERR_ABILITY_OK);
-    EXPECT_TRUE(registry.List().empty());
-    EXPECT_FALSE(HasChildren());
-}
-
 } // namespace

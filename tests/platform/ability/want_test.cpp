@@ -124,8 +124,7 @@ TEST(WantParamsTest, NestsAsDeepAsAllowedAndNoDeeper)
         Parcel parcel;
         ASSERT_TRUE(params.Marshalling(parcel)) << depth;
         std::unique_ptr<WantParams> read(WantParams::Unmarshalling(parcel));
-        ASSERT_NE(read, nullptr) << depth;
-        EXPECT_EQ(*read, params);
+        ASSERT_TRUE(read != nullptr && *read == params) << depth;
         WantParams outer;
         outer.SetParam("in", params);
         params = outer;

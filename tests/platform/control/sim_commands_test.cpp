@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "app_mgr_interface.h"
 #include "device_memory.h"
 #include "host/ability_host.h"
 #include "host/ability_registry.h"
@@ -17,8 +18,11 @@
 #include "host/device_control.h"
 #include "host/host_settings.h"
 #include "host/ipc_transport.h"
+#include "host/json_text.h"
 #include "host/loopback.h"
 #include "host/scheduler.h"
+#include "message_option.h"
+#include "message_parcel.h"
 
 using namespace OHOS;
 using namespace OHOS::Host;
@@ -147,9 +151,20 @@ TEST_F(SimTest, DeviceIsRememberedInItsFolderAndFoundAgain)
     for (size_t length = 0; length < memory.size(); ++length) {
         EXPECT_FALSE(DeviceFrom(memory.substr(0, length)).has_value()) << length;
     }
-    std::ofstream(folder / "hardware.json") << "{}";
-    RestoreDevice();
-    EXPECT_EQ(MemoryOf(device.Snapshot()), memory);
+    const std::pair<std::string, std::string> wild[] = {
+        {"\"active\":[101,100]", "\"active\":[101,100,100]"},
+        {"\"active\":[101,100]", "\"active\":101"},
+        {"\"--word\"", "5"},
+        {"[\"program\",\"--word\"]", "[]"},
+    };
+    for (const auto& [part, other] : wild) {
+        ASSERT_NE(memory.find(part), std::string::npos) << memory;
+        std::string text = memory;
+        std::ofstream(folder / "hardware.json") << text.replace(text.find(part), part.size(), other);
+        RestoreDevice();
+        EXPECT_EQ(MemoryOf(device.Snapshot()), memory) << other;
+        EXPECT_TRUE(fs::remove(folder / "hardware.json.bad")) << other;
+    }
 }
 
 TEST_F(SimTest, ApplicationAttachesIsShownFocusedAndLeavesWithItsProcess)
@@ -161,7 +176,15 @@ TEST_F(SimTest, ApplicationAttachesIsShownFocusedAndLeavesWithItsProcess)
     EXPECT_EQ(AttachApplication(samgr, std::string(MAX_BUNDLE_NAME + 1, 'x')), AAFwk::ERR_ABILITY_INVALID_VALUE);
     ASSERT_EQ(AttachApplication(samgr, "com.old"), 0);
     ASSERT_EQ(AttachApplication(samgr, "com.notes"), 0);
-    ASSERT_TRUE(Done("foreground com.notes"));
+    const sptr<IRemoteObject> manager = samgr->GetSystemAbility(AbilityId::APPLICATION_MANAGER);
+    MessageParcel data;
+    MessageParcel reply;
+    MessageOption option;
+    ASSERT_TRUE(data.WriteInterfaceToken(AppExecFwk::IAppMgr::GetDescriptor()) && data.WriteString("com.daemon") &&
+                data.WriteRemoteObject(manager)); // the daemon's own: it never dies
+    ASSERT_EQ(manager->SendRequest(AppMgrCode::ATTACH_APPLICATION, data, reply, option), 0);
+    EXPECT_EQ(reply.ReadInt32(), AAFwk::ERR_ABILITY_INVALID_VALUE);
+    ASSERT_TRUE(Done("foreground com.notes com.notes"));
     ASSERT_TRUE(Done("focus com.notes"));
     ASSERT_EQ(device.ForegroundApplications().size(), 1U);
     EXPECT_EQ(device.ForegroundApplications()[0].uid, 20010);
@@ -170,6 +193,20 @@ TEST_F(SimTest, ApplicationAttachesIsShownFocusedAndLeavesWithItsProcess)
     ASSERT_TRUE(Scheduler::Instance().Settle());
     EXPECT_TRUE(device.AttachedApplications().empty() && device.ForegroundApplications().empty());
     EXPECT_TRUE(device.FocusedPids().empty());
+}
+
+TEST_F(SimTest, WatchersAreLimitedAndTextsStayEscaped)
+{
+    class Watcher : public ControlWatcherStub {
+        void OnChanged(const std::string&) override
+        {}
+    };
+    for (size_t i = 0; i < DeviceControl::MAX_WATCHERS; ++i) {
+        ASSERT_EQ(control->Watch(new Watcher()), ControlResult::DONE);
+    }
+    EXPECT_EQ(control->Watch(new Watcher()), ControlResult::LIMIT);
+    const std::string wild = "{\"name\":\"\\u202e\\u001b\\u009b\"}";
+    EXPECT_EQ(Json::Array().Add(Json::Object().PutRaw("a", wild)).Text(), "[{\"a\":" + wild + "}]");
 }
 
 } // namespace

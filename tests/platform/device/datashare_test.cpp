@@ -1,20 +1,16 @@
-#include "datashare_helper.h"
-
+// The settings table, as the service's helper and the device's own tools see it.
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "data_ability_observer_stub.h"
-#include "host/device.h"
+#include "datashare_helper.h"
+#include "device_scene.h"
 #include "host/host_settings.h"
-#include "host/scheduler.h"
 #include "ipc_object_stub.h"
 
 using namespace OHOS;
@@ -25,14 +21,13 @@ namespace {
 
 constexpr int32_t USER = 100;
 
-/// A device with a folder of its own.
-class SettingsTest : public testing::Test {
+class SettingsTest : public DeviceScene {
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(Scheduler::Instance().UseManualTime());
+        DeviceScene::SetUp();
         ASSERT_NE(mkdtemp(root.data()), nullptr);
-        ASSERT_TRUE(Device::Instance().Configure({"", "", "phone", root}));
+        ASSERT_TRUE(device.Configure({"", "", "phone", root}));
     }
     void TearDown() override
     {
@@ -51,23 +46,20 @@ protected:
         int count = -1;
         return rows != nullptr && rows->GetRowCount(count) == E_OK ? count : -1;
     }
-    static DataShareValuesBucket Bucket(const std::string& value)
-    {
-        DataShareValuesBucket bucket;
-        bucket.Put("VALUE", value);
-        return bucket;
-    }
     static int Insert(const std::string& uriText, const std::string& key, const std::string& value)
     {
         Uri uri(uriText);
-        DataShareValuesBucket bucket = Bucket(value);
+        DataShareValuesBucket bucket;
+        bucket.Put("VALUE", value);
         bucket.Put("KEYWORD", key);
         return Helper()->Insert(uri, bucket);
     }
     static int Update(const std::string& uriText, const std::string& key, const std::string& value)
     {
         Uri uri(uriText);
-        return Helper()->Update(uri, *DataSharePredicates().EqualTo("KEYWORD", key), Bucket(value));
+        DataShareValuesBucket bucket;
+        bucket.Put("VALUE", value);
+        return Helper()->Update(uri, *DataSharePredicates().EqualTo("KEYWORD", key), bucket);
     }
 
     const std::string global = HostSettings::UriOf("some_key");
@@ -80,13 +72,11 @@ TEST_F(SettingsTest, RowIsInsertedOnceThenUpdatedAndOutlivesItsHelper)
     EXPECT_EQ(Insert(global, "some_key", "1"), 1);
     EXPECT_EQ(Insert(global, "some_key", "2"), E_ERROR);
     EXPECT_EQ(Update(global, "some_key", "3"), 1);
-    EXPECT_EQ(Rows(global), 1);
     const std::shared_ptr<DataShareHelper> helper = Helper();
     Uri uri(global);
     std::vector<std::string> columns = {"VALUE"};
     const std::shared_ptr<DataShareResultSet> rows = helper->Query(uri, {}, columns);
-    EXPECT_TRUE(helper->Release());
-    EXPECT_FALSE(helper->Release());
+    EXPECT_TRUE(helper->Release() && !helper->Release());
     EXPECT_EQ(helper->Query(uri, {}, columns), nullptr);
     std::string value = "before";
     EXPECT_EQ(rows->GetString(0, value), E_ERROR) << "no current row";
@@ -98,13 +88,7 @@ TEST_F(SettingsTest, RowIsInsertedOnceThenUpdatedAndOutlivesItsHelper)
     EXPECT_EQ(value, "3");
     EXPECT_EQ(rows->Close(), E_OK);
     EXPECT_EQ(rows->GetString(0, value), E_ERROR);
-}
-
-TEST_F(SettingsTest, HelperNeedsARemoteObjectAndTheAbility)
-{
-    EXPECT_EQ(DataShareHelper::Create(nullptr, "", ""), nullptr);
-    EXPECT_NE(Helper(), nullptr);
-    Device::Instance().SetAbilityPresent(AbilityId::DATA_SHARE, false);
+    device.SetAbilityPresent(AbilityId::DATA_SHARE, false);
     EXPECT_EQ(Helper(), nullptr);
 }
 
@@ -125,13 +109,13 @@ TEST_F(SettingsTest, HostileKeysAndValuesAreOnlyText)
 TEST_F(SettingsTest, OnlyTheTablesAndColumnsOfSettingsExist)
 {
     const std::string folder = "datashare:///com.ohos.settingsdata/entry/settingsdata/";
-    EXPECT_EQ(Rows(folder + "SETTINGSDATA"), 0);
-    EXPECT_EQ(Rows("datashare:///elsewhere/SETTINGSDATA?Proxy=true&key=a/b"), 0) << "only the path's end counts";
-    EXPECT_EQ(Rows(folder + "USER_SETTINGSDATA_SECURE_0?Proxy=true"), 0);
-    EXPECT_EQ(Rows(folder + "USER_SETTINGSDATA_SECURE_2147483647?Proxy=true"), 0);
+    for (const std::string& table : {folder + "SETTINGSDATA", folder + "USER_SETTINGSDATA_SECURE_2147483647?Proxy=true",
+             std::string("datashare:///elsewhere/SETTINGSDATA?Proxy=true&key=a/b")}) { // only the path's end counts
+        EXPECT_EQ(Rows(table), 0) << table;
+    }
     for (const std::string table : {"", "settingsdata", "SETTINGSDATA;", "sqlite_master", "USER_SETTINGSDATA_SECURE_",
-             "USER_SETTINGSDATA_SECURE_-1", "USER_SETTINGSDATA_SECURE_-0", "USER_SETTINGSDATA_SECURE_007",
-             "USER_SETTINGSDATA_SECURE_1 ", "USER_SETTINGSDATA_SECURE_2147483648"}) {
+             "USER_SETTINGSDATA_SECURE_-0", "USER_SETTINGSDATA_SECURE_007", "USER_SETTINGSDATA_SECURE_1 ",
+             "USER_SETTINGSDATA_SECURE_2147483648"}) {
         EXPECT_EQ(Rows(folder + table), -1) << table;
         EXPECT_EQ(Insert(folder + table, "key", "value"), E_ERROR) << table;
     }
@@ -139,11 +123,10 @@ TEST_F(SettingsTest, OnlyTheTablesAndColumnsOfSettingsExist)
     Uri uri(global);
     std::vector<std::string> columns = {"count(*)"};
     EXPECT_EQ(Helper()->Query(uri, {}, columns), nullptr);
-    EXPECT_EQ(Helper()->Insert(uri, {}), E_ERROR) << "nothing to insert";
     DataShareValuesBucket bucket;
+    EXPECT_EQ(Helper()->Insert(uri, bucket), E_ERROR) << "nothing to insert";
     bucket.Put("VALUE) VALUES ('x'); --", "x");
     EXPECT_EQ(Helper()->Insert(uri, bucket), E_ERROR);
-    EXPECT_FALSE(HostSettings::Put("key", "value", -1));
 }
 
 class Watcher final : public AAFwk::DataAbilityObserverStub {
@@ -160,7 +143,7 @@ public:
     std::function<void()> onChange;
 };
 
-TEST_F(SettingsTest, ObserverHearsOfExactlyItsUriAndLater)
+TEST_F(SettingsTest, ObserverHearsOfExactlyItsUriAndLaterAndMayReadWriteAndLeaveMeanwhile)
 {
     const sptr<Watcher> watcher = new Watcher();
     const Uri globalUri(global);
@@ -172,33 +155,22 @@ TEST_F(SettingsTest, ObserverHearsOfExactlyItsUriAndLater)
     helper->NotifyChange(globalUri);
     EXPECT_EQ(watcher->changes, 0) << "told inside the call";
     helper->NotifyChange(Uri(global + "x"));
-    helper->NotifyChange(secureUri);
     ASSERT_TRUE(HostSettings::Put("some_key", "1", USER));
     ASSERT_TRUE(Scheduler::Instance().Settle());
     EXPECT_EQ(watcher->changes, 1);
-    helper->RegisterObserver(secureUri, watcher);
     helper->UnregisterObserver(globalUri, watcher);
+    helper->RegisterObserver(secureUri, watcher);
+    watcher->onChange = [&] {
+        EXPECT_EQ(HostSettings::Get("some_key", USER), "2");
+        helper->UnregisterObserver(secureUri, watcher);
+        EXPECT_TRUE(HostSettings::Put("some_key", "3", USER));
+    };
     ASSERT_TRUE(HostSettings::Put("some_key", "2"));
     ASSERT_TRUE(HostSettings::Put("some_key", "2", USER));
     ASSERT_TRUE(Scheduler::Instance().Settle());
     EXPECT_EQ(watcher->changes, 2);
-    helper->UnregisterObserver(secureUri, watcher);
+    EXPECT_EQ(HostSettings::Get("some_key", USER), "3");
     EXPECT_EQ(watcher->GetSptrRefCount(), 1) << "kept after it left";
-}
-
-TEST_F(SettingsTest, ObserverMayReadWriteAndLeaveWhileItIsTold)
-{
-    const sptr<Watcher> watcher = new Watcher();
-    Helper()->RegisterObserver(Uri(global), watcher);
-    watcher->onChange = [&] {
-        EXPECT_EQ(HostSettings::Get("some_key"), "1");
-        Helper()->UnregisterObserver(Uri(global), watcher);
-        EXPECT_TRUE(HostSettings::Put("some_key", "2"));
-    };
-    ASSERT_TRUE(HostSettings::Put("some_key", "1"));
-    ASSERT_TRUE(Scheduler::Instance().Settle());
-    EXPECT_EQ(watcher->changes, 1);
-    EXPECT_EQ(HostSettings::Get("some_key"), "2");
 }
 
 TEST_F(SettingsTest, DamagedFileGivesErrorsUntilItIsReplaced)
@@ -207,7 +179,7 @@ TEST_F(SettingsTest, DamagedFileGivesErrorsUntilItIsReplaced)
     const std::string elsewhere = root + "/elsewhere";
     std::filesystem::create_directory(elsewhere);
     std::ofstream(elsewhere + "/settings.db") << std::string(8192, 'x');
-    ASSERT_TRUE(Device::Instance().Configure({"", "", "phone", elsewhere}));
+    ASSERT_TRUE(device.Configure({"", "", "phone", elsewhere}));
     for (int turn = 0; turn < 2; ++turn) {
         EXPECT_EQ(Rows(global), -1);
         EXPECT_EQ(Update(global, "some_key", "2"), E_ERROR);
@@ -217,7 +189,7 @@ TEST_F(SettingsTest, DamagedFileGivesErrorsUntilItIsReplaced)
     std::filesystem::remove(elsewhere + "/settings.db");
     EXPECT_TRUE(HostSettings::Put("some_key", "3"));
     EXPECT_EQ(HostSettings::Get("some_key"), "3");
-    ASSERT_TRUE(Device::Instance().Configure({"", "", "phone", ""}));
+    ASSERT_TRUE(device.Configure({"", "", "phone", ""}));
     EXPECT_EQ(Rows(global), -1) << "a device without a folder has no settings";
 }
 

@@ -1,15 +1,6 @@
 // The small modules that only ask the device model: accounts, radios, windows, bus, parameters, permissions.
-#include <functional>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "accesstoken_kit.h"
 #include "bluetooth_host.h"
-#include "host/device.h"
-#include "host/faults.h"
-#include "host/scheduler.h"
+#include "device_scene.h"
 #include "ohos_account_kits.h"
 #include "os_account_manager.h"
 #include "parameters.h"
@@ -20,80 +11,37 @@
 using namespace OHOS;
 using namespace OHOS::Host;
 using AccountSA::OsAccountManager;
-using Security::AccessToken::AccessTokenKit;
 
 namespace {
 
-constexpr int32_t UNTOUCHED = -77;
 constexpr Rosen::WMError WM_OK = Rosen::WMError::WM_OK;
 
-struct CallRow {
-    const char* fault;
-    int32_t ability; // without which the call fails; 0: none
-    std::function<bool()> succeeds;
-};
+class DeviceModulesTest : public DeviceScene {};
 
-/// Whether the call succeeded; a failed one must have left its output alone.
-template <typename T, typename Call>
-bool Succeeds(T output, const T& untouched, Call call)
+TEST_F(DeviceModulesTest, WithoutTheirAbilityCallsFailAndLeaveTheirOutputAlone)
 {
-    const bool good = call(output) == 0;
-    EXPECT_NE(good, output == untouched);
-    return good;
-}
-
-using Wifi::WifiDetailState;
-Bluetooth::BluetoothHost& Blue()
-{
-    return Bluetooth::BluetoothHost::GetDefaultHost();
-}
-
-const std::vector<CallRow> CALL_ROWS = {
-    {"account.GetForegroundOsAccountLocalId", AbilityId::OS_ACCOUNT,
-        [] { return Succeeds(UNTOUCHED, UNTOUCHED, OsAccountManager::GetForegroundOsAccountLocalId); }},
-    {"account.IsOsAccountVerified", AbilityId::OS_ACCOUNT,
-        [] { return Succeeds(false, false, [](bool& to) { return OsAccountManager::IsOsAccountVerified(100, to); }); }},
-    {"account.QueryActiveOsAccountIds", AbilityId::OS_ACCOUNT,
-        [] { return Succeeds(std::vector<int32_t>(), {}, OsAccountManager::QueryActiveOsAccountIds); }},
-    {"wifi.GetInstance", AbilityId::WIFI, [] { return Wifi::WifiDevice::GetInstance(1120, 0) != nullptr; }},
-    {"wifi.GetWifiDetailState", AbilityId::WIFI,
-        [] {
-            const std::shared_ptr<Wifi::WifiDevice> wifi = Wifi::WifiDevice::GetInstance(AbilityId::WIFI, 0);
-            return wifi != nullptr && Succeeds(WifiDetailState::STATE_UNKNOWN, WifiDetailState::STATE_UNKNOWN,
-                                          [&wifi](WifiDetailState& to) { return wifi->GetWifiDetailState(to); });
-        }},
-    {"wifi.EnableWifi", AbilityId::WIFI, [] { return EnableWifi() == 0; }},
-    {"bluetooth.GetBtState", AbilityId::BLUETOOTH, [] { return Blue().GetBtState() == 1; }},
-    {"bluetooth.EnableBluetoothToRestrictMode", AbilityId::BLUETOOTH,
-        [] { return Blue().EnableBluetoothToRestrictMode() == 0; }},
-    {"security.VerifyAccessToken", 0,
-        [] { return AccessTokenKit::VerifyAccessToken(TokenId::OWNER, PERMISSION_ACCESS_SERVICE) == 0; }},
-};
-
-TEST(DeviceModulesTest, CallsFailWhenToldToAndWithoutTheirAbility)
-{
-    ASSERT_TRUE(Scheduler::Instance().UseManualTime());
-    for (const CallRow& row : CALL_ROWS) {
-        SCOPED_TRACE(row.fault);
-        EXPECT_TRUE(row.succeeds());
-        Faults::Inject(row.fault);
-        EXPECT_FALSE(row.succeeds());
-        EXPECT_TRUE(row.succeeds());
-        if (row.ability != 0) {
-            Device::Instance().SetAbilityPresent(row.ability, false);
-            EXPECT_FALSE(row.succeeds());
-            Device::Instance().SetAbilityPresent(row.ability, true);
-        }
+    const std::shared_ptr<Wifi::WifiDevice> wifi = Wifi::WifiDevice::GetInstance(AbilityId::WIFI, 0);
+    for (int32_t id : {AbilityId::OS_ACCOUNT, AbilityId::WIFI, AbilityId::BLUETOOTH}) {
+        device.SetAbilityPresent(id, false);
     }
+    int32_t user = -77;
+    std::vector<int32_t> users;
+    Wifi::WifiDetailState state = Wifi::WifiDetailState::STATE_UNKNOWN;
+    EXPECT_NE(OsAccountManager::GetForegroundOsAccountLocalId(user), 0);
+    EXPECT_NE(OsAccountManager::QueryActiveOsAccountIds(users), 0);
+    EXPECT_NE(wifi->GetWifiDetailState(state), 0);
+    EXPECT_TRUE(user == -77 && users.empty() && state == Wifi::WifiDetailState::STATE_UNKNOWN);
+    EXPECT_EQ(Wifi::WifiDevice::GetInstance(AbilityId::WIFI, 0), nullptr);
+    EXPECT_NE(EnableWifi(), 0);
+    EXPECT_NE(Bluetooth::BluetoothHost::GetDefaultHost().GetBtState(), 1);
+    EXPECT_NE(Bluetooth::BluetoothHost::GetDefaultHost().EnableBluetoothToRestrictMode(), 0);
 }
 
-TEST(DeviceModulesTest, AccountsAreThoseOfTheUsers)
+TEST_F(DeviceModulesTest, AccountsAreThoseOfTheUsers)
 {
-    ASSERT_TRUE(Scheduler::Instance().UseManualTime());
-    Device& device = Device::Instance();
     ASSERT_TRUE(device.PutUser({101, UserType::PRIVATE, false, {"name", "hash", 1, 2, "nick", "face"}}));
     ASSERT_TRUE(device.SwitchUser(101));
-    int32_t id = UNTOUCHED;
+    int32_t id = -77;
     bool verified = true;
     AccountSA::OsAccountInfo user;
     AccountSA::OhosAccountInfo account;
@@ -102,32 +50,17 @@ TEST(DeviceModulesTest, AccountsAreThoseOfTheUsers)
     EXPECT_TRUE(OsAccountManager::QueryOsAccountById(101, user) == 0 && user.GetType() == 1024);
     EXPECT_EQ(AccountSA::OhosAccountKits::GetInstance().GetOhosAccountInfoByUserId(101, account), 0);
     EXPECT_EQ(account.name_ + account.uid_ + account.nickname_ + account.avatar_, "namehashnickface");
-    EXPECT_EQ(account.status_ * 10 + account.callingUid_, 12);
     EXPECT_NE(OsAccountManager::QueryOsAccountById(102, user), 0);
     EXPECT_NE(AccountSA::OhosAccountKits::GetInstance().GetOhosAccountInfoByUserId(102, account), 0);
     ASSERT_TRUE(device.SwitchUser(-1));
     EXPECT_NE(OsAccountManager::GetForegroundOsAccountLocalId(id), 0);
 }
 
-TEST(DeviceModulesTest, WifiComesUpWhenAskedAndIsNotTakenDownByALesserRequest)
-{
-    ASSERT_TRUE(Scheduler::Instance().UseManualTime());
-    EXPECT_EQ(Wifi::WifiDevice::GetInstance(AbilityId::BLUETOOTH, 0), nullptr);
-    Device::Instance().SwitchWifi(WifiMode::OFF);
-    ASSERT_TRUE(Scheduler::Instance().Advance(60'000));
-    EXPECT_EQ(EnableSemiWifi(), 0);
-    EXPECT_EQ(EnableWifi(), 0);
-    EXPECT_EQ(EnableSemiWifi(), 0);
-    Wifi::WifiDetailState state = Wifi::WifiDetailState::STATE_UNKNOWN;
-    EXPECT_EQ(Wifi::WifiDevice::GetInstance(AbilityId::WIFI, 0)->GetWifiDetailState(state), 0);
-    EXPECT_EQ(static_cast<int>(state), 2);
-}
-
-TEST(DeviceModulesTest, BusGivesTheUdidForItsOwnNetworkIdOnly)
+TEST_F(DeviceModulesTest, BusGivesTheUdidForItsOwnNetworkIdOnly)
 {
     const std::string udid(64, 'F');
     // 126 bytes, then a character of two: one byte of it would fit.
-    ASSERT_TRUE(Device::Instance().Configure({std::string(126, 'x') + "\xC3\xA9", udid, "2in1", ""}));
+    ASSERT_TRUE(device.Configure({std::string(126, 'x') + "\xC3\xA9", udid, "2in1", ""}));
     EXPECT_EQ(system::GetDeviceType(), "2in1");
     NodeBasicInfo node = {};
     ASSERT_EQ(GetLocalNodeDeviceInfo("test", &node), 0);
@@ -159,16 +92,11 @@ struct FocusLog : public Rosen::IFocusChangedListener {
     bool leavesAtOnce = false;
 };
 
-TEST(DeviceModulesTest, FocusChangesReachEachListenerOnceUntilItLeaves)
+TEST_F(DeviceModulesTest, FocusChangesReachEachListenerOnceUntilItLeaves)
 {
-    ASSERT_TRUE(Scheduler::Instance().UseManualTime());
-    Device& device = Device::Instance();
     Rosen::WindowManager& windows = Rosen::WindowManager::GetInstance();
-    std::string heard;
     sptr<FocusLog> listener = new FocusLog(heard);
     EXPECT_NE(windows.RegisterFocusChangedListener(nullptr), WM_OK);
-    Faults::Inject("window.RegisterFocusChangedListener");
-    EXPECT_NE(windows.RegisterFocusChangedListener(listener), WM_OK);
     EXPECT_EQ(windows.RegisterFocusChangedListener(listener), WM_OK);
     EXPECT_EQ(windows.RegisterFocusChangedListener(listener), WM_OK);
     device.SetForegroundApplications({{10, 1000, "some.bundle"}});
@@ -176,15 +104,13 @@ TEST(DeviceModulesTest, FocusChangesReachEachListenerOnceUntilItLeaves)
     device.SetFocused(10, true);
     device.SetFocused(10, false);
     EXPECT_EQ(heard, "") << "told inside the call";
-    ASSERT_TRUE(Scheduler::Instance().Settle());
-    EXPECT_EQ(heard, "+10 of 1000; -10; ");
+    EXPECT_EQ(HeardAfter(0), "+10 of 1000; -10; ");
     listener->leavesAtOnce = true;
     const wptr<FocusLog> left = listener;
     listener = nullptr;
     device.SetFocused(11, true);
     device.SetFocused(12, true);
-    ASSERT_TRUE(Scheduler::Instance().Settle());
-    EXPECT_EQ(heard, "+10 of 1000; -10; +11 of -1; ");
+    EXPECT_EQ(HeardAfter(0), "+11 of -1; ");
     EXPECT_EQ(left.promote(), nullptr) << "kept after it left";
     EXPECT_EQ(device.FocusedPids(), (std::vector<int32_t>{11, 12}));
 }

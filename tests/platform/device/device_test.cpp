@@ -1,92 +1,68 @@
-#include "host/device.h"
-
+// The model of the device: radios, abilities, users, tokens.
 #include <functional>
-#include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
-#include "host/faults.h"
-#include "host/scheduler.h"
+#include "device_scene.h"
 
 using namespace OHOS::Host;
 
 namespace {
 
-constexpr int64_t LONG_ENOUGH_MS = 60'000;
+using D = Device&;
+using W = WifiMode;
+using B = BluetoothMode;
+using T = RadioTimings;
 
-class DeviceTest : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(Scheduler::Instance().UseManualTime());
-        device.SetEventSink([this](const DeviceEvent& event) {
-            heard += event.action.substr(event.action.rfind('.') + 1) + " " + std::to_string(event.code) + "; ";
-        });
-    }
-
-    std::string HeardAfter(int64_t ms)
-    {
-        EXPECT_TRUE(Scheduler::Instance().Advance(ms));
-        return std::exchange(heard, "");
-    }
-
-    Device& device = Device::Instance();
-    std::string heard;
-};
+class DeviceTest : public DeviceScene {};
 
 struct RadioRow {
     const char* name;
-    std::function<void(Device&)> given; // and then time enough
-    std::function<void(Device&)> request;
+    W wifi;
+    B bluetooth;
+    std::function<void(D)> request;
     const char* atOnce; // events
-    std::chrono::milliseconds RadioTimings::*time;
+    std::chrono::milliseconds T::*time;
     const char* inTime;
     RadioStates states; // afterwards
 };
 
+constexpr RadioStates BOTH{WifiState::ACTIVE, BluetoothState::ON, true};
+constexpr RadioStates BLE{WifiState::ACTIVE, BluetoothState::OFF, true};
+constexpr RadioStates NO_BLUETOOTH{WifiState::ACTIVE, BluetoothState::OFF, false};
+
 const std::vector<RadioRow> RADIO_ROWS = {
-    {"both are up from the start", [](Device&) {}, [](Device&) {}, "", &RadioTimings::wifiOn, "",
-        {WifiState::ACTIVE, BluetoothState::ON, true}},
-    {"Wi-Fi off", [](Device&) {}, [](Device& d) { d.SwitchWifi(WifiMode::OFF); }, "POWER_STATE 0; ",
-        &RadioTimings::wifiOff, "POWER_STATE 1; ", {WifiState::INACTIVE, BluetoothState::ON, true}},
-    {"Wi-Fi on", [](Device& d) { d.SwitchWifi(WifiMode::OFF); }, [](Device& d) { d.RaiseWifi(WifiMode::ON); },
-        "POWER_STATE 2; ", &RadioTimings::wifiOn, "POWER_STATE 3; ", {WifiState::ACTIVE, BluetoothState::ON, true}},
-    {"Wi-Fi half on", [](Device& d) { d.SwitchWifi(WifiMode::OFF); }, [](Device& d) { d.RaiseWifi(WifiMode::SEMI); },
-        "SEMI_STATE 4; ", &RadioTimings::wifiSemi, "SEMI_STATE 5; ",
-        {WifiState::SEMI_ACTIVE, BluetoothState::ON, true}},
-    {"Wi-Fi is not raised downwards", [](Device&) {}, [](Device& d) { d.RaiseWifi(WifiMode::SEMI); }, "",
-        &RadioTimings::wifiSemi, "", {WifiState::ACTIVE, BluetoothState::ON, true}},
-    {"Bluetooth off", [](Device&) {}, [](Device& d) { d.SwitchBluetooth(BluetoothMode::OFF); }, "STATE_UPDATE 2; ",
-        &RadioTimings::bluetoothOff, "STATE_UPDATE 3; ", {WifiState::ACTIVE, BluetoothState::OFF, false}},
-    {"Bluetooth down to BLE", [](Device&) {}, [](Device& d) { d.SwitchBluetooth(BluetoothMode::BLE_ONLY); },
-        "STATE_UPDATE 2; ", &RadioTimings::bleOn, "STATE_UPDATE 3; ", {WifiState::ACTIVE, BluetoothState::OFF, true}},
-    {"BLE alone comes up without a state on the way", [](Device& d) { d.SwitchBluetooth(BluetoothMode::OFF); },
-        [](Device& d) { d.RaiseBluetooth(BluetoothMode::BLE_ONLY); }, "", &RadioTimings::bleOn, "STATE_UPDATE 3; ",
-        {WifiState::ACTIVE, BluetoothState::OFF, true}},
-    {"BLE alone goes down without a state on the way", [](Device& d) { d.SwitchBluetooth(BluetoothMode::BLE_ONLY); },
-        [](Device& d) { d.SwitchBluetooth(BluetoothMode::OFF); }, "", &RadioTimings::bluetoothOff, "STATE_UPDATE 3; ",
-        {WifiState::ACTIVE, BluetoothState::OFF, false}},
-    {"Bluetooth on from BLE", [](Device& d) { d.SwitchBluetooth(BluetoothMode::BLE_ONLY); },
-        [](Device& d) { d.SwitchBluetooth(BluetoothMode::ON); }, "STATE_UPDATE 0; ", &RadioTimings::bluetoothOn,
-        "STATE_UPDATE 1; ", {WifiState::ACTIVE, BluetoothState::ON, true}},
-    {"Bluetooth is not raised downwards", [](Device&) {}, [](Device& d) { d.RaiseBluetooth(BluetoothMode::BLE_ONLY); },
-        "", &RadioTimings::bleOn, "", {WifiState::ACTIVE, BluetoothState::ON, true}},
+    {"both are up from the start", W::ON, B::ON, [](D) {}, "", &T::wifiOn, "", BOTH},
+    {"Wi-Fi off", W::ON, B::ON, [](D d) { d.SwitchWifi(W::OFF); }, "POWER_STATE 0; ", &T::wifiOff, "POWER_STATE 1; ",
+        {WifiState::INACTIVE, BluetoothState::ON, true}},
+    {"Wi-Fi on", W::OFF, B::ON, [](D d) { d.RaiseWifi(W::ON); }, "POWER_STATE 2; ", &T::wifiOn, "POWER_STATE 3; ",
+        BOTH},
+    {"Wi-Fi half on", W::OFF, B::ON, [](D d) { d.RaiseWifi(W::SEMI); }, "SEMI_STATE 4; ", &T::wifiSemi,
+        "SEMI_STATE 5; ", {WifiState::SEMI_ACTIVE, BluetoothState::ON, true}},
+    {"Wi-Fi is not raised downwards", W::ON, B::ON, [](D d) { d.RaiseWifi(W::SEMI); }, "", &T::wifiSemi, "", BOTH},
+    {"Bluetooth off", W::ON, B::ON, [](D d) { d.SwitchBluetooth(B::OFF); }, "STATE_UPDATE 2; ", &T::bluetoothOff,
+        "STATE_UPDATE 3; ", NO_BLUETOOTH},
+    {"Bluetooth down to BLE", W::ON, B::ON, [](D d) { d.SwitchBluetooth(B::BLE_ONLY); }, "STATE_UPDATE 2; ", &T::bleOn,
+        "STATE_UPDATE 3; ", BLE},
+    {"BLE alone comes up without a state on the way", W::ON, B::OFF, [](D d) { d.RaiseBluetooth(B::BLE_ONLY); }, "",
+        &T::bleOn, "STATE_UPDATE 3; ", BLE},
+    {"BLE alone goes down without a state on the way", W::ON, B::BLE_ONLY, [](D d) { d.SwitchBluetooth(B::OFF); }, "",
+        &T::bluetoothOff, "STATE_UPDATE 3; ", NO_BLUETOOTH},
+    {"Bluetooth on from BLE", W::ON, B::BLE_ONLY, [](D d) { d.SwitchBluetooth(B::ON); }, "STATE_UPDATE 0; ",
+        &T::bluetoothOn, "STATE_UPDATE 1; ", BOTH},
+    {"Bluetooth is not raised downwards", W::ON, B::ON, [](D d) { d.RaiseBluetooth(B::BLE_ONLY); }, "", &T::bleOn, "",
+        BOTH},
 };
 
 TEST_F(DeviceTest, RadioTellsEachStateAndArrivesInItsTime)
 {
     for (const RadioRow& row : RADIO_ROWS) {
         SCOPED_TRACE(row.name);
-        device.SwitchWifi(WifiMode::ON);
-        device.SwitchBluetooth(BluetoothMode::ON);
-        (void)HeardAfter(LONG_ENOUGH_MS); // the way to the beginning is another row's
-        row.given(device);
-        (void)HeardAfter(LONG_ENOUGH_MS);
+        Given(W::ON, B::ON);
+        Given(row.wifi, row.bluetooth);
         row.request(device);
         EXPECT_EQ(heard, "") << "told inside the call";
         EXPECT_EQ(HeardAfter(0), row.atOnce);
-        EXPECT_EQ(HeardAfter((RadioTimings().*row.time).count() - 1), "");
+        EXPECT_EQ(HeardAfter((T().*row.time).count() - 1), "");
         EXPECT_EQ(HeardAfter(1), row.inTime);
         EXPECT_EQ(HeardAfter(LONG_ENOUGH_MS), "");
         EXPECT_EQ(device.Radios().wifi, row.states.wifi);
@@ -97,29 +73,27 @@ TEST_F(DeviceTest, RadioTellsEachStateAndArrivesInItsTime)
 
 TEST_F(DeviceTest, RadioThatChangesItsMindOnTheWayArrivesOnlyAtTheLastGoal)
 {
-    device.SwitchWifi(WifiMode::OFF);
-    device.SwitchBluetooth(BluetoothMode::OFF);
+    device.SwitchWifi(W::OFF);
+    device.SwitchBluetooth(B::OFF);
     (void)HeardAfter(1);
-    device.SwitchWifi(WifiMode::ON);
-    device.SwitchBluetooth(BluetoothMode::BLE_ONLY);
-    device.SwitchWifi(WifiMode::ON); // on its way already
+    device.SwitchWifi(W::ON);
+    device.SwitchBluetooth(B::BLE_ONLY);
+    device.SwitchWifi(W::ON); // on its way already
     EXPECT_EQ(HeardAfter(LONG_ENOUGH_MS), "POWER_STATE 2; STATE_UPDATE 2; STATE_UPDATE 3; POWER_STATE 3; ");
     EXPECT_TRUE(device.Radios().ble);
 }
 
 TEST_F(DeviceTest, StuckRadioStaysOnTheWayUntilItIsAskedAgain)
 {
-    device.SwitchWifi(WifiMode::OFF);
-    device.SwitchBluetooth(BluetoothMode::OFF);
-    (void)HeardAfter(LONG_ENOUGH_MS);
+    Given(W::OFF, B::OFF);
     Faults::Inject("wifi.arrive");
     Faults::Inject("bluetooth.arrive");
-    device.RaiseWifi(WifiMode::ON);
-    device.RaiseBluetooth(BluetoothMode::ON);
+    device.RaiseWifi(W::ON);
+    device.RaiseBluetooth(B::ON);
     EXPECT_EQ(HeardAfter(LONG_ENOUGH_MS), "POWER_STATE 2; STATE_UPDATE 0; ");
     EXPECT_EQ(device.Radios().wifi, WifiState::ACTIVATING);
-    device.RaiseWifi(WifiMode::ON);
-    device.RaiseBluetooth(BluetoothMode::ON);
+    device.RaiseWifi(W::ON);
+    device.RaiseBluetooth(B::ON);
     EXPECT_EQ(HeardAfter(LONG_ENOUGH_MS), "POWER_STATE 2; STATE_UPDATE 0; STATE_UPDATE 1; POWER_STATE 3; ");
 }
 
@@ -133,8 +107,8 @@ TEST_F(DeviceTest, AbilityThatGoesSilencesItsRadioAndOneThatComesSaysHowThingsAr
     device.SetAbilityPresent(AbilityId::BLUETOOTH, false);
     device.SetAbilityPresent(AbilityId::DATA_SHARE, false);
     device.SetAbilityPresent(AbilityId::DATA_SHARE, false);
-    device.SwitchWifi(WifiMode::OFF);
-    device.SwitchBluetooth(BluetoothMode::OFF);
+    device.SwitchWifi(W::OFF);
+    device.SwitchBluetooth(B::OFF);
     EXPECT_EQ(HeardAfter(LONG_ENOUGH_MS), "-1120; -1130; -1301; ");
     device.SetAbilityPresent(AbilityId::WIFI, true);
     device.SetAbilityPresent(AbilityId::BLUETOOTH, true);
@@ -146,8 +120,8 @@ TEST_F(DeviceTest, EventsCarryTheirPublisher)
 {
     std::vector<DeviceEvent> events;
     device.SetEventSink([&events](const DeviceEvent& event) { events.push_back(event); });
-    device.SwitchWifi(WifiMode::OFF);
-    device.SwitchBluetooth(BluetoothMode::OFF);
+    device.SwitchWifi(W::OFF);
+    device.SwitchBluetooth(B::OFF);
     device.ClearPackageData("some.bundle");
     ASSERT_TRUE(Scheduler::Instance().Settle());
     ASSERT_EQ(events.size(), 3U);
@@ -176,23 +150,19 @@ TEST_F(DeviceTest, UsersComeToTheFrontUnlockAndLeave)
     EXPECT_EQ(HeardAfter(0), "");
 }
 
-TEST_F(DeviceTest, TokenTableTakesNamesOfSocketsOnly)
+TEST_F(DeviceTest, TokensTakeNamesOfSocketsAndATooLongUdidIsRefusedWhole)
 {
     const uint32_t added = device.AddToken({"guest-2", TokenId::OWNER, {PERMISSION_ACCESS_SERVICE}, 0666});
     EXPECT_EQ(added, TokenId::FIRST_ADDED);
     EXPECT_TRUE(device.TokenHolds(added, PERMISSION_ACCESS_SERVICE));
-    EXPECT_FALSE(device.TokenHolds(added, PERMISSION_SWITCH_CONTROL));
-    EXPECT_FALSE(device.TokenHolds(0, PERMISSION_ACCESS_SERVICE));
-    for (const std::string name : {"", "guest-2", "owner", "..", "a/b", "A", "with space", "a\n"}) {
+    EXPECT_FALSE(
+        device.TokenHolds(added, PERMISSION_SWITCH_CONTROL) || device.TokenHolds(0, PERMISSION_ACCESS_SERVICE));
+    const std::string longest(Device::MAX_TOKEN_NAME, 'a');
+    for (const std::string name :
+        {"", "guest-2", "owner", "..", "a/b", "A", "with space", "a\n", (longest + "a").c_str()}) {
         EXPECT_EQ(device.AddToken({name, 0, {}, 0600}), 0U) << name;
     }
-    EXPECT_EQ(device.AddToken({std::string(Device::MAX_TOKEN_NAME + 1, 'a'), 0, {}, 0600}), 0U);
-    EXPECT_EQ(device.AddToken({std::string(Device::MAX_TOKEN_NAME, 'a'), 0, {}, 0600}), added + 1);
-    EXPECT_EQ(device.Tokens().size(), 7U);
-}
-
-TEST_F(DeviceTest, UdidThatIsTooLongIsRefusedWhole)
-{
+    EXPECT_EQ(device.AddToken({longest, 0, {}, 0600}), added + 1);
     ASSERT_TRUE(device.Configure({"Blue phone", std::string(64, 'a'), "tablet", "/there"}));
     EXPECT_FALSE(device.Configure({"Red phone", std::string(65, 'a'), "phone", "/here"}));
     EXPECT_EQ(device.Identity().name + device.Root(), "Blue phone/there");

@@ -211,7 +211,10 @@ TEST_F(TransportTest, SixteenRequestsRunAndTheOthersWaitTheirTurn)
     const sptr<IRemoteObject> root = Connect();
     std::atomic<size_t> answered{0};
     Crowd crowd(callers, [&](size_t) { answered += CallPlain(root, 1) == 0 ? 1 : 0; });
-    EXPECT_TRUE(Eventually([] { return Host::CountIpc().parked == callers - Host::IPC_CONCURRENT_REQUESTS; }));
+    EXPECT_TRUE(Eventually([&] {
+        return Host::CountIpc().parked == callers - Host::IPC_CONCURRENT_REQUESTS &&
+               running == Host::IPC_CONCURRENT_REQUESTS;
+    }));
     goOn.Open();
     crowd.Join();
     EXPECT_EQ(answered, callers);

@@ -6,7 +6,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <climits>
 #include <cstddef>
 #include <filesystem>
 #include <iterator>
@@ -20,6 +19,7 @@
 #include "data_bean.h"
 #include "file_holder.h"
 #include "file_item.h"
+#include "filled.h"
 #include "log_tap.h"
 #include "recv_preview.h"
 #include "send_bean.h"
@@ -67,127 +67,72 @@ R Sample();
 template <>
 inline ContactInfo Sample()
 {
-    ContactInfo info;
-    info.SetContactId(-7);
-    info.SetName("Ada");
-    info.SetAvatar("face");
-    return info;
+    using R = ContactInfo;
+    return Filled<R>(&R::contactId, -7, &R::name, "Ada", &R::avatar, "face");
 }
 
 template <>
 inline ShareDeviceInfo Sample()
 {
-    ShareDeviceInfo info;
-    info.SetBtName("Blue phone");
-    info.SetCorvaneIdName("ada");
-    info.SetAvatar("IMAGE");
-    info.colorId = 3;
-    info.SetEventCode(TransferEvent::STATUS);
-    info.SetDeviceState(DeviceState::TRANSFERRING);
-    info.SetPercent(42);
-    info.SetSpeed(-1);
-    info.SetIsDisappeared(true);
-    info.SetDeviceType(2607);
-    info.SetDeviceId("device-1");
-    info.SetNearbyVersion(9);
-    info.SetLastSharedTime(1700000000123);
-    info.SetIsSameAccount(true);
-    info.SetContactInfo(Sample<ContactInfo>());
-    info.SetIsOHDevice(false);
-    info.SetDiscoveredBy(UINT32_MAX);
-    info.SetConcurrentId("c_1");
-    info.SetCapability(INT32_MIN);
-    return info;
+    using R = ShareDeviceInfo;
+    return Filled<R>(&R::btName, "Blue phone", &R::corvaneIdName, "ada", &R::avatar, "IMAGE", &R::colorId, 3,
+        &R::eventCode, TransferEvent::STATUS, &R::deviceState, DeviceState::TRANSFERRING, &R::percent, 42, &R::speed,
+        -1, &R::isDisappeared, true, &R::deviceType, 2607, &R::deviceId, "device-1", &R::nearbyVersion, 9,
+        &R::lastSharedTime, 1700000000123, &R::isSameAccount, true, &R::contactInfo, Sample<ContactInfo>(),
+        &R::isOHDevice, false, &R::discoveredBy, UINT32_MAX, &R::concurrentId, "c_1", &R::capability, INT32_MIN);
 }
 
 template <>
 inline ShareDevice Sample()
 {
-    ShareDevice device;
-    device.SetDeviceId("device-1");
-    device.SetAccountHash("HASH");
-    device.SetDeviceType(14);
-    device.SetDeviceName("Blue phone");
-    device.SetNickName("ada");
-    device.lastSharedTime = 1700000000123;
-    device.SetDiscoveredBy(Discoverer::TAP | Discoverer::SWING);
-    device.contactInfo = Sample<ContactInfo>();
-    device.SetCapability(5);
-    return device;
+    using R = ShareDevice;
+    return Filled<R>(&R::deviceId_, "device-1", &R::accountHash_, "HASH", &R::deviceType_, 14, &R::deviceName_,
+        "Blue phone", &R::nickName_, "ada", &R::lastSharedTime, 1700000000123, &R::discoveredBy_, 6U, &R::contactInfo,
+        Sample<ContactInfo>(), &R::capability_, 5);
 }
 
 template <>
 inline ShareAccountInfo Sample()
 {
-    ShareAccountInfo info;
-    info.corvaneAccountID = "ada@home";
-    info.corvaneAccountIDHash = "HASH";
-    info.status = 2;
-    info.callingUid = 1000;
-    info.nickName = "ada";
-    return info;
+    using R = ShareAccountInfo;
+    return Filled<R>(&R::corvaneAccountID, "ada@home", &R::corvaneAccountIDHash, "HASH", &R::status, 2, &R::callingUid,
+        1000, &R::nickName, "ada");
 }
 
 template <>
 inline FileHolder Sample()
 {
-    FileHolder holder;
-    holder.SetFileName("a.jpg");
-    holder.SetFileSize(4294967296);
-    holder.SetFileFd(SomeFile());
-    holder.SetFileType("image/jpeg");
-    return holder;
+    using R = FileHolder;
+    return Filled<R>(
+        &R::fileName_, "a.jpg", &R::fileSize_, 4294967296, &R::fileFd, SomeFile(), &R::fileType_, "image/jpeg");
 }
 
 template <>
 inline FileItem Sample()
 {
-    FileItem item;
-    item.fileUri_ = "file://a/b.jpg";
-    item.fileName_ = "b.jpg";
-    item.fileSize_ = -1;
-    item.fileRelativePath_ = "a/";
-    item.fileMimeType_ = "image/jpeg";
-    return item;
+    using R = FileItem;
+    return Filled<R>(&R::fileUri_, "file://a/b.jpg", &R::fileName_, "b.jpg", &R::fileSize_, -1, &R::fileRelativePath_,
+        "a/", &R::fileMimeType_, "image/jpeg");
 }
 
 template <>
 inline SendBean Sample()
 {
-    FileHolder second;
-    second.SetFileName("b.txt");
-    second.SetFileSize(4);
-    second.SetFileFd(SomeFile());
-    SendBean bean;
-    bean.SetSendModule(1);
-    bean.SetSendType(2);
-    bean.SetTotalSize(4294967300);
-    bean.SetTotalNum(7);
-    bean.SetUriList({Sample<FileHolder>(), second});
-    bean.SetText("hello");
-    bean.SetThumbnail("thumb");
-    bean.SetScenarioId("scene");
-    bean.conCurrentId = "c_1";
-    bean.sendExtraFlag = 11;
-    return bean;
+    using R = SendBean;
+    auto second =
+        Filled<FileHolder>(&FileHolder::fileName_, "b.txt", &FileHolder::fileSize_, 4, &FileHolder::fileFd, SomeFile());
+    return Filled<R>(&R::sendModule, 1, &R::sendType, 2, &R::totalSize, 4294967300, &R::totalNum, 7, &R::uriList,
+        std::vector<FileHolder>{Sample<FileHolder>(), second}, &R::text, "hello", &R::thumbnail, "thumb",
+        &R::scenarioId, "scene", &R::conCurrentId, "c_1", &R::sendExtraFlag, 11);
 }
 
 template <>
 inline DataBean Sample()
 {
-    DataBean bean;
-    bean.sendModule = 1;
-    bean.sendType = 2;
-    bean.totalSize = 4294967300;
-    bean.totalNum = 1;
-    bean.fileItems = {Sample<FileItem>()};
-    bean.text = "hello";
-    bean.thumbnail = "thumb";
-    bean.scenarioId = "scene";
-    bean.conCurrentId = "c_1";
-    bean.dataExtraInt1 = 21;
-    bean.dataExtraInt2 = 22;
-    bean.dataExtraInt3 = 23;
+    using R = DataBean;
+    auto bean = Filled<R>(&R::sendModule, 1, &R::sendType, 2, &R::totalSize, 4294967300, &R::totalNum, 1, &R::fileItems,
+        std::vector<FileItem>{Sample<FileItem>()}, &R::text, "hello", &R::thumbnail, "thumb", &R::scenarioId, "scene",
+        &R::conCurrentId, "c_1", &R::dataExtraInt1, 21, &R::dataExtraInt2, 22, &R::dataExtraInt3, 23);
     bean.extra_.SetParam("k", "v");
     return bean;
 }
@@ -195,36 +140,20 @@ inline DataBean Sample()
 template <>
 inline BytesInfo Sample()
 {
-    BytesInfo info;
-    info.bytesType = 3;
-    info.bytesTitle = "title";
-    info.previewData = "preview";
-    info.conCurrentId = "c_1";
-    info.text = "hello";
-    return info;
+    using R = BytesInfo;
+    return Filled<R>(&R::bytesType, 3, &R::bytesTitle, "title", &R::previewData, "preview", &R::conCurrentId, "c_1",
+        &R::text, "hello");
 }
 
 template <>
 inline RecvPreview Sample()
 {
-    RecvPreview preview;
-    preview.senderName_ = "Blue phone";
-    preview.recvType_ = 1;
-    preview.fileCounter_ = 2;
-    preview.folderCounter_ = 3;
-    preview.itemTotalSize_ = UINT64_MAX;
-    preview.previewData_ = "preview";
-    preview.allFileNameData_ = "a.jpg,b.txt";
-    preview.previewInfo_ = "info";
-    preview.previewExtraInfo_ = "extra";
-    preview.bytesType_ = 4;
-    preview.bytesData_ = "data";
-    preview.popUpStrategy_ = 5;
-    preview.packageInfo_ = "package";
-    preview.transType_ = 6;
-    preview.deviceStatus_ = 9;
-    preview.previewInfoSummary_ = "summary";
-    return preview;
+    using R = RecvPreview;
+    return Filled<R>(&R::senderName_, "Blue phone", &R::recvType_, 1, &R::fileCounter_, 2, &R::folderCounter_, 3,
+        &R::itemTotalSize_, UINT64_MAX, &R::previewData_, "preview", &R::allFileNameData_, "a.jpg,b.txt",
+        &R::previewInfo_, "info", &R::previewExtraInfo_, "extra", &R::bytesType_, 4, &R::bytesData_, "data",
+        &R::popUpStrategy_, 5, &R::packageInfo_, "package", &R::transType_, 6, &R::deviceStatus_, int8_t{9},
+        &R::previewInfoSummary_, "summary");
 }
 
 using AllRecords = testing::Types<ContactInfo, ShareDeviceInfo, ShareDevice, ShareAccountInfo, FileHolder, FileItem,

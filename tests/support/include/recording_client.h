@@ -43,6 +43,7 @@ public:
 
 private:
     void Hear(const std::string& line);
+    void Hear(const ShareDeviceInfo& device, const std::string& what, const std::string& rest = "");
 
     Lines heard_;
 };
@@ -71,16 +72,31 @@ public:
     TestClient(pid_t pid, uint32_t tokenId, const sptr<IRemoteObject>& service);
 
     // The service as this client sees it.
-    ITrellisService* operator->() const;
+    ITrellisService* operator->() const
+    {
+        return service_.GetRefPtr();
+    }
     // The remote object of the service, for requests that no proxy would write.
-    const sptr<IRemoteObject>& Remote() const;
-    Host::LoopbackProcess& Process();
+    const sptr<IRemoteObject>& Remote() const
+    {
+        return remote_;
+    }
+    Host::LoopbackProcess& Process()
+    {
+        return *process_;
+    }
 
     // Registers the callback and forgets what it heard of that.
     void Register();
     void RegisterAsHub();
-    Lines TakeHeard();
-    void Kill();
+    Lines TakeHeard()
+    {
+        return callback->TakeHeard();
+    }
+    void Kill()
+    {
+        process_->Kill();
+    }
 
     const sptr<RecordingCallback> callback;
     const sptr<RecordingSenderAction> senderAction;

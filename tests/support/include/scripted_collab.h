@@ -45,7 +45,6 @@ public:
     // What the service gave back, in the order of the events.
     std::vector<int32_t> TakeResults();
 
-    bool IsKnockRequested() const;
     // The callback that asked for taps; null when nobody did.
     sptr<IRemoteObject> KnockObject() const;
 

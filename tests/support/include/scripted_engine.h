@@ -18,12 +18,9 @@ namespace OHOS::Pelago {
 // A transfer that the service has asked for.
 struct ScriptedTransfer {
     std::string deviceId;
-    std::string kind; // "files", "uris" or "bytes"
     TransmitEventType eventType = TransmitEventType::ORDINARY;
-    std::string packageName;
-    SendBean bean; // with descriptors of its own, closed with the engine
-    DataBean data;
-    BytesInfo bytes;
+    std::string packageName;          // none with a text
+    SendBean bean;                    // with descriptors of its own, closed with the engine
     sptr<ITransmitCallback> callback; // a proxy that goes through the stub's parcels
     bool cancelled = false;
 };
@@ -59,7 +56,6 @@ public:
 
     // Transfers, the latest one to each device. Null when there is none.
     std::shared_ptr<ScriptedTransfer> TransferTo(const std::string& deviceId) const;
-    size_t TransferCount() const;
     // Plays a report of the latest transfer to the device.
     void Report(const std::string& deviceId, const std::function<void(ITransmitCallback&)>& report);
 
@@ -76,9 +72,18 @@ public:
     // Offers.
     void Tell(const std::function<void(PelagoReceiveListener&)>& event);
 
-    bool IsPublished() const;
-    bool IsReceiving() const;
-    bool IsSubscribed() const;
+    bool IsPublished() const
+    {
+        return publish_ != nullptr;
+    }
+    bool IsReceiving() const
+    {
+        return receive_ != nullptr;
+    }
+    bool IsSubscribed() const
+    {
+        return subscribe_ != nullptr;
+    }
 
     // ShareClientBackend
     bool ConnectWithRetry() override;
@@ -106,9 +111,11 @@ public:
 private:
     // Writes the request down, and says whether it is taken.
     bool Take(const std::string& operation, const std::string& details = "");
-    std::shared_ptr<ScriptedTransfer> NewTransfer(const TransmitParam& param, const std::string& kind);
+    std::shared_ptr<ScriptedTransfer> NewTransfer(const TransmitParam& param);
     sptr<PelagoSender> HandleOf(const std::shared_ptr<ScriptedTransfer>& transfer);
-    void Post(std::function<void()> report);
+    // Calls the listener, if there is one, from the engine's own queue.
+    template <typename Listener, typename Event>
+    void Play(const sptr<Listener>& listener, Event event);
 
     std::shared_ptr<Host::TaskQueue> queue_;
     std::mutex journalMutex_; // of the two below: the service asks from many threads

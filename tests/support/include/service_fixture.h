@@ -43,16 +43,26 @@ protected:
 
     static sptr<TrellisService> Service();
     static std::shared_ptr<ShareSwitchManager> Switch();
-    ScriptedEngine& Engine();
-    ScriptedCollab& Collab();
+    ScriptedEngine& Engine()
+    {
+        return *engine_;
+    }
+    ScriptedCollab& Collab()
+    {
+        return *collab_;
+    }
 
     // A new client process that holds both permissions, or what the token says.
     std::unique_ptr<TestClient> NewClient(uint32_t tokenId = Host::TokenId::OWNER);
 
     // Log lines of this case whose text ends with, or contains, `text`.
     static bool Logged(const std::string& text);
-    // Error lines that contain `text` are meant in this case.
-    void AllowError(const std::string& text);
+    // Error lines that contain one of the texts are meant in this case.
+    template <typename... Texts>
+    void AllowError(const Texts&... texts)
+    {
+        (allowedErrors_.emplace_back(texts), ...);
+    }
 
     // JSON of the telemetry since the start of the case.
     static std::vector<std::string> Telemetry();

@@ -14,6 +14,12 @@ void RecordingCallback::Hear(const std::string& line)
     }
 }
 
+void RecordingCallback::Hear(const ShareDeviceInfo& device, const std::string& what, const std::string& rest)
+{
+    lastDevice = device;
+    Hear(what + " " + device.deviceId + rest);
+}
+
 Lines RecordingCallback::TakeHeard()
 {
     return std::exchange(heard_, {});
@@ -26,47 +32,41 @@ void RecordingCallback::OnEnableStatusChanged()
 
 void RecordingCallback::OnDeviceFound(const ShareDeviceInfo& device)
 {
-    lastDevice = device;
-    Hear("OnDeviceFound " + device.deviceId + " " + std::to_string(device.deviceState));
+    Hear(device, "OnDeviceFound", " " + std::to_string(device.deviceState));
 }
 
 void RecordingCallback::OnDeviceLost(const ShareDeviceInfo& device)
 {
-    lastDevice = device;
-    Hear("OnDeviceLost " + device.deviceId);
+    Hear(device, "OnDeviceLost");
 }
 
 void RecordingCallback::OnTransStateChange(
     const ShareDeviceInfo& device, int64_t state, int64_t stateValue, int64_t timeStamp)
 {
-    lastDevice = device;
-    Hear("OnTransStateChange " + device.deviceId + " event=" + std::to_string(state) +
-         " value=" + std::to_string(stateValue) + " stamp=" + std::to_string(timeStamp) +
-         " state=" + std::to_string(device.deviceState) + " percent=" + std::to_string(device.percent));
+    Hear(device, "OnTransStateChange",
+        " event=" + std::to_string(state) + " value=" + std::to_string(stateValue) +
+            " stamp=" + std::to_string(timeStamp) + " state=" + std::to_string(device.deviceState) +
+            " percent=" + std::to_string(device.percent));
 }
 
 void RecordingCallback::OnSend(const ShareDeviceInfo& device, const SendBean& bean)
 {
-    lastDevice = device;
-    Hear("OnSend " + device.deviceId + " files=" + std::to_string(bean.uriList.size()));
+    Hear(device, "OnSend", " files=" + std::to_string(bean.uriList.size()));
 }
 
 void RecordingCallback::OnSendBytes(const ShareDeviceInfo& device, const BytesInfo& bytes)
 {
-    lastDevice = device;
-    Hear("OnSendBytes " + device.deviceId + " title=" + bytes.bytesTitle);
+    Hear(device, "OnSendBytes", " title=" + bytes.bytesTitle);
 }
 
 void RecordingCallback::OnCancel(const ShareDeviceInfo& device)
 {
-    lastDevice = device;
-    Hear("OnCancel " + device.deviceId);
+    Hear(device, "OnCancel");
 }
 
 void RecordingCallback::OnSendFile(const ShareDeviceInfo& device, const DataBean& bean)
 {
-    lastDevice = device;
-    Hear("OnSendFile " + device.deviceId + " files=" + std::to_string(bean.fileItems.size()));
+    Hear(device, "OnSendFile", " files=" + std::to_string(bean.fileItems.size()));
 }
 
 void RecordingCallback::OnConnectHub(std::string name, int32_t value)
@@ -76,8 +76,7 @@ void RecordingCallback::OnConnectHub(std::string name, int32_t value)
 
 void RecordingCallback::OnCorvaneIdHeadImageReceive(const ShareDeviceInfo& device, const std::string& headImage)
 {
-    lastDevice = device;
-    Hear("OnCorvaneIdHeadImageReceive " + device.deviceId + " " + headImage);
+    Hear(device, "OnCorvaneIdHeadImageReceive", " " + headImage);
 }
 
 void RecordingCallback::OnThermalLevelChanged(int32_t lastLevel, int32_t newLevel, int8_t connectionSide, int8_t action)
@@ -138,21 +137,6 @@ TestClient::TestClient(pid_t pid, uint32_t tokenId, const sptr<IRemoteObject>& s
       remote_(process_->Connect(service)), service_(iface_cast<ITrellisService>(remote_))
 {}
 
-ITrellisService* TestClient::operator->() const
-{
-    return service_.GetRefPtr();
-}
-
-const sptr<IRemoteObject>& TestClient::Remote() const
-{
-    return remote_;
-}
-
-Host::LoopbackProcess& TestClient::Process()
-{
-    return *process_;
-}
-
 void TestClient::Register()
 {
     EXPECT_TRUE(service_->RegisterTrellisCallback(callback));
@@ -163,16 +147,6 @@ void TestClient::RegisterAsHub()
 {
     EXPECT_TRUE(service_->RegisterCorvaneShareApiTrellisCallback(callback));
     (void)TakeHeard();
-}
-
-Lines TestClient::TakeHeard()
-{
-    return callback->TakeHeard();
-}
-
-void TestClient::Kill()
-{
-    process_->Kill();
 }
 
 } // namespace OHOS::Pelago

@@ -94,12 +94,6 @@ sptr<IRemoteObject> ScriptedCollab::KnockObject() const
     return publish_ == nullptr ? nullptr : publish_->AsObject();
 }
 
-bool ScriptedCollab::IsKnockRequested() const
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    return publish_ != nullptr;
-}
-
 int32_t ScriptedCollab::RequestService(uint32_t code, const sptr<Synfold::ServicePublishCallbackStub>& callback)
 {
     int32_t result = Take("RequestService", std::to_string(code));

@@ -39,6 +39,14 @@ void CloseFiles(SendBean& bean)
     }
 }
 
+// Keeps what came with a request that was taken.
+template <typename Slot, typename Value>
+bool Set(Slot& slot, Value&& value)
+{
+    slot = std::forward<Value>(value);
+    return true;
+}
+
 } // namespace
 
 int32_t ScriptedReceiver::Accept(int, const sptr<IReceiveProgress>&)
@@ -109,36 +117,30 @@ bool ScriptedEngine::Take(const std::string& operation, const std::string& detai
     return false;
 }
 
-void ScriptedEngine::Post(std::function<void()> report)
+template <typename Listener, typename Event>
+void ScriptedEngine::Play(const sptr<Listener>& listener, Event event)
 {
-    (void)queue_->Post(std::move(report)); // the queue lives as long as the engine
+    auto play = [listener, event = std::move(event)]() mutable {
+        if (listener != nullptr) {
+            event(*listener);
+        }
+    };
+    (void)queue_->Post(std::move(play)); // the queue lives as long as the engine
 }
 
 void ScriptedEngine::Found(const ShareDevice& device)
 {
-    Post([listener = subscribe_, copy = sptr<ShareDevice>(new ShareDevice(device))] {
-        if (listener != nullptr) {
-            listener->OnDeviceFound(copy);
-        }
-    });
+    Play(subscribe_, [copy = sptr<ShareDevice>(new ShareDevice(device))](auto& to) { to.OnDeviceFound(copy); });
 }
 
 void ScriptedEngine::Lost(const ShareDevice& device)
 {
-    Post([listener = subscribe_, copy = sptr<ShareDevice>(new ShareDevice(device))] {
-        if (listener != nullptr) {
-            listener->OnDeviceLost(copy);
-        }
-    });
+    Play(subscribe_, [copy = sptr<ShareDevice>(new ShareDevice(device))](auto& to) { to.OnDeviceLost(copy); });
 }
 
 void ScriptedEngine::SwingStatus(int role, const std::string& deviceId, int code)
 {
-    Post([listener = swing_, role, id = deviceId, code]() mutable {
-        if (listener != nullptr) {
-            listener->OnSwingStatus(role, id, code);
-        }
-    });
+    Play(swing_, [role, id = deviceId, code](auto& to) mutable { to.OnSwingStatus(role, id, code); });
 }
 
 std::shared_ptr<ScriptedTransfer> ScriptedEngine::TransferTo(const std::string& deviceId) const
@@ -148,42 +150,15 @@ std::shared_ptr<ScriptedTransfer> ScriptedEngine::TransferTo(const std::string& 
     return found == transfers_.rend() ? nullptr : *found;
 }
 
-size_t ScriptedEngine::TransferCount() const
-{
-    return transfers_.size();
-}
-
 void ScriptedEngine::Report(const std::string& deviceId, const std::function<void(ITransmitCallback&)>& report)
 {
-    Post([transfer = TransferTo(deviceId), report] {
-        if (transfer != nullptr) {
-            report(*transfer->callback);
-        }
-    });
+    auto transfer = TransferTo(deviceId);
+    Play(transfer == nullptr ? nullptr : transfer->callback, report);
 }
 
 void ScriptedEngine::Tell(const std::function<void(PelagoReceiveListener&)>& event)
 {
-    Post([listener = receive_, event] {
-        if (listener != nullptr) {
-            event(*listener);
-        }
-    });
-}
-
-bool ScriptedEngine::IsPublished() const
-{
-    return publish_ != nullptr;
-}
-
-bool ScriptedEngine::IsReceiving() const
-{
-    return receive_ != nullptr;
-}
-
-bool ScriptedEngine::IsSubscribed() const
-{
-    return subscribe_ != nullptr;
+    Play(receive_, event);
 }
 
 bool ScriptedEngine::ConnectWithRetry()
@@ -195,74 +170,42 @@ bool ScriptedEngine::ConnectWithRetry()
 
 bool ScriptedEngine::Publish(const sptr<IPublishListener>& listener)
 {
-    if (!Take("Publish")) {
-        return false;
-    }
-    publish_ = new PublishListenerProxy(listener->AsObject());
-    return true;
+    return Take("Publish") && Set(publish_, new PublishListenerProxy(listener->AsObject()));
 }
 
 bool ScriptedEngine::UnPublish(int, const sptr<IPublishListener>&)
 {
-    if (!Take("UnPublish")) {
-        return false;
-    }
-    publish_ = nullptr;
-    return true;
+    return Take("UnPublish") && Set(publish_, nullptr);
 }
 
 bool ScriptedEngine::RegisterReceiveListener(const sptr<PelagoReceiveListener>& listener)
 {
-    if (!Take("RegisterReceiveListener")) {
-        return false;
-    }
-    receive_ = new ReceiveListenerProxy(listener->AsObject());
-    return true;
+    return Take("RegisterReceiveListener") && Set(receive_, new ReceiveListenerProxy(listener->AsObject()));
 }
 
 bool ScriptedEngine::UnRegisterReceiveListener(const sptr<PelagoReceiveListener>&)
 {
-    if (!Take("UnRegisterReceiveListener")) {
-        return false;
-    }
-    receive_ = nullptr;
-    return true;
+    return Take("UnRegisterReceiveListener") && Set(receive_, nullptr);
 }
 
 bool ScriptedEngine::Subscribe(const sptr<ISubscribeListener>& listener)
 {
-    if (!Take("Subscribe")) {
-        return false;
-    }
-    subscribe_ = new SubscribeListenerProxy(listener->AsObject());
-    return true;
+    return Take("Subscribe") && Set(subscribe_, new SubscribeListenerProxy(listener->AsObject()));
 }
 
 bool ScriptedEngine::UnSubscribe(int subscribeId, const sptr<ISubscribeListener>&)
 {
-    if (!Take("UnSubscribe", std::to_string(subscribeId))) {
-        return false;
-    }
-    subscribe_ = nullptr;
-    return true;
+    return Take("UnSubscribe", std::to_string(subscribeId)) && Set(subscribe_, nullptr);
 }
 
 bool ScriptedEngine::SwingSubscribe(const sptr<ISubscribeListener>& listener)
 {
-    if (!Take("SwingSubscribe")) {
-        return false;
-    }
-    swing_ = new SubscribeListenerProxy(listener->AsObject());
-    return true;
+    return Take("SwingSubscribe") && Set(swing_, new SubscribeListenerProxy(listener->AsObject()));
 }
 
 bool ScriptedEngine::SwingUnSubscribe(const sptr<ISubscribeListener>&)
 {
-    if (!Take("SwingUnSubscribe")) {
-        return false;
-    }
-    swing_ = nullptr;
-    return true;
+    return Take("SwingUnSubscribe") && Set(swing_, nullptr);
 }
 
 bool ScriptedEngine::OnCollabDeviceFound(
@@ -273,7 +216,7 @@ bool ScriptedEngine::OnCollabDeviceFound(
     }
     lastCollabDevice = device;
     sptr<ISubscribeListener> proxy = new SubscribeListenerProxy(listener->AsObject());
-    Post([proxy, device] { proxy->OnDeviceFound(device); });
+    Play(proxy, [device](auto& to) { to.OnDeviceFound(device); });
     return true;
 }
 
@@ -292,11 +235,10 @@ bool ScriptedEngine::SetAccountPermission(int accountPermission)
     return Take("SetAccountPermission", std::to_string(accountPermission));
 }
 
-std::shared_ptr<ScriptedTransfer> ScriptedEngine::NewTransfer(const TransmitParam& param, const std::string& kind)
+std::shared_ptr<ScriptedTransfer> ScriptedEngine::NewTransfer(const TransmitParam& param)
 {
     auto transfer = std::make_shared<ScriptedTransfer>();
     transfer->deviceId = param.deviceId;
-    transfer->kind = kind;
     transfer->eventType = param.eventType;
     transfer->callback = new TransmitCallbackProxy(param.callback->AsObject());
     return transfer;
@@ -316,7 +258,7 @@ sptr<PelagoSender> ScriptedEngine::SendFile(const TransmitParam& param, SendBean
     if (!Take("SendFile", param.deviceId)) {
         return nullptr;
     }
-    auto transfer = NewTransfer(param, "files");
+    auto transfer = NewTransfer(param);
     transfer->bean = bean;
     for (FileHolder& file : transfer->bean.uriList) {
         file.fileFd = ::fcntl(file.fileFd, F_DUPFD_CLOEXEC, 0);
@@ -325,26 +267,19 @@ sptr<PelagoSender> ScriptedEngine::SendFile(const TransmitParam& param, SendBean
     return HandleOf(transfer);
 }
 
-sptr<PelagoSender> ScriptedEngine::SendFile(
-    const TransmitParam& param, const DataBean& bean, const std::string& packageName)
+sptr<PelagoSender> ScriptedEngine::SendFile(const TransmitParam& param, const DataBean&, const std::string& packageName)
 {
     if (!Take("SendFile", param.deviceId)) {
         return nullptr;
     }
-    auto transfer = NewTransfer(param, "uris");
-    transfer->data = bean;
+    auto transfer = NewTransfer(param);
     transfer->packageName = packageName;
     return HandleOf(transfer);
 }
 
-sptr<PelagoSender> ScriptedEngine::SendBytes(const TransmitParam& param, const BytesInfo& bytes)
+sptr<PelagoSender> ScriptedEngine::SendBytes(const TransmitParam& param, const BytesInfo&)
 {
-    if (!Take("SendBytes", param.deviceId)) {
-        return nullptr;
-    }
-    auto transfer = NewTransfer(param, "bytes");
-    transfer->bytes = bytes;
-    return HandleOf(transfer);
+    return Take("SendBytes", param.deviceId) ? HandleOf(NewTransfer(param)) : nullptr;
 }
 
 bool ScriptedEngine::ApplyUriPermission(const std::string& uri)
@@ -359,11 +294,7 @@ void ScriptedEngine::ReportSwingEvent(int32_t event, int32_t, int32_t, const std
 
 bool ScriptedEngine::GetNudgePublishInfo(std::string& info)
 {
-    if (!Take("GetNudgePublishInfo")) {
-        return false;
-    }
-    info = "nudge";
-    return true;
+    return Take("GetNudgePublishInfo") && Set(info, "nudge");
 }
 
 } // namespace OHOS::Pelago

@@ -137,16 +137,6 @@ std::shared_ptr<ShareSwitchManager> ServiceFixture::Switch()
     return DelayedSingleton<ShareSwitchManager>::GetInstance();
 }
 
-ScriptedEngine& ServiceFixture::Engine()
-{
-    return *engine_;
-}
-
-ScriptedCollab& ServiceFixture::Collab()
-{
-    return *collab_;
-}
-
 std::unique_ptr<TestClient> ServiceFixture::NewClient(uint32_t tokenId)
 {
     return std::make_unique<TestClient>(nextPid_++, tokenId, Host::AbilityHost::Instance().Find(TRELLIS_SERVICE_ID));
@@ -157,11 +147,6 @@ bool ServiceFixture::Logged(const std::string& text)
     std::vector<Host::LogLine> lines = Host::ReadLog(0);
     return std::any_of(lines.begin(), lines.end(),
         [&text](const Host::LogLine& line) { return line.text.find(text) != std::string::npos; });
-}
-
-void ServiceFixture::AllowError(const std::string& text)
-{
-    allowedErrors_.push_back(text);
 }
 
 std::vector<std::string> ServiceFixture::Telemetry()

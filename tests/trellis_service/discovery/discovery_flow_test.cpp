@@ -47,14 +47,6 @@ protected:
         return client->TakeHeard();
     }
 
-    // No application wants what a tap found, and no tap runs that could fail.
-    void AllowUnwantedTap()
-    {
-        for (const char* text : {"failed to get app mgr proxy", "alternativeCbs", "motionSenderCb_ nullptr"}) {
-            AllowError(text);
-        }
-    }
-
     void Send(const std::string& entry)
     {
         EXPECT_TRUE((*client)->PrepareSend(Entry(entry)));
@@ -160,7 +152,7 @@ TEST_F(Discovery, StopsWhileAClientIsBeingCalled)
     EXPECT_FALSE(Engine().IsSubscribed());
 }
 
-TEST_F(Discovery, AnnouncesEveryReportByTheEntry)
+TEST_F(Discovery, AnnouncesEveryReportByTheEntryAndALossWithItsLastMember)
 {
     Discover();
     EXPECT_EQ(Found(Peer("phone")), Lines{"OnDeviceFound phone 101"});
@@ -168,21 +160,13 @@ TEST_F(Discovery, AnnouncesEveryReportByTheEntry)
     EXPECT_EQ(Found(Peer("A", 42, "Ann")), Lines{"OnDeviceFound 42 101"});
     EXPECT_EQ(Found(Peer("B", 42, "Ann")), Lines{"OnDeviceFound 42 101"});
     EXPECT_EQ(client->callback->lastDevice.btName, "Ann");
-    EXPECT_TRUE(hub->TakeHeard().empty());
     EXPECT_EQ((*client)->GetAllUserList().size(), 2U);
-}
-
-TEST_F(Discovery, ReportsALossWithTheLastMember)
-{
-    Discover();
-    AllowError("RemoveFromMergeDeviceMap, 2 or more devices");
-    (void)Found(Peer("A", 42));
-    (void)Found(Peer("B", 42));
+    EXPECT_TRUE(hub->TakeHeard().empty());
+    AllowError("RemoveFromMergeDeviceMap, 2 or more devices", "device is not found in AllDeviceMap",
+        "IsOneInMergeDevice, GetShareDeviceInfoList size==0");
     EXPECT_EQ(Lost(Peer("A", 42)), Lines{});
     EXPECT_EQ(Lost(Peer("B", 42)), Lines{"OnDeviceLost 42"});
     EXPECT_EQ(hub->TakeHeard(), Lines{"OnDeviceLost 42"}); // though it never heard of it before
-    AllowError("device is not found in AllDeviceMap");
-    AllowError("IsOneInMergeDevice, GetShareDeviceInfoList size==0");
     EXPECT_EQ(Lost(Peer("B", 42)), Lines{});
 }
 
@@ -224,16 +208,6 @@ TEST_F(Discovery, MovesARunningSendToTheNewEntry)
         (Lines{"OnDeviceFound 43 103", "OnDeviceLost 42", "OnCancel 42", "OnSendBytes 43 title=note"}));
     EXPECT_EQ(Found(Peer("phone", 43, "Bea")), Lines{"OnDeviceFound 43 103"});
     Report("phone", [](ITransmitCallback& transfer) { transfer.OnSuccess("", {}); });
-}
-
-TEST_F(Discovery, TellsHubsOfTappedDevicesAndOfNoOthers)
-{
-    AllowUnwantedTap();
-    Discover();
-    EXPECT_EQ(Found(FoundBy("phone", Discoverer::TAP | Discoverer::SWING)), Lines{"OnDeviceFound phone 101"});
-    EXPECT_EQ(hub->TakeHeard(), Lines{"OnDeviceFound phone 101"});
-    (void)Found(FoundBy("tablet", Discoverer::SWING));
-    EXPECT_EQ(hub->TakeHeard(), Lines{});
 }
 
 TEST_F(Discovery, HandsTappedDevicesToTheEngineAndSeesThemComeBack)
@@ -279,7 +253,7 @@ TEST_F(Discovery, HandsTappedDevicesToTheEngineAndSeesThemComeBack)
     Report("phone", [](ITransmitCallback& transfer) { transfer.OnSuccess("", {}); });
 }
 
-TEST_F(Discovery, AGestureFlagServesOneSend)
+TEST_F(Discovery, ATapIsToldToHubsAndAGestureFlagServesOneSend)
 {
     struct Row {
         const char* name;
@@ -298,12 +272,14 @@ TEST_F(Discovery, AGestureFlagServesOneSend)
         {"swing", Discoverer::SWING, true, true, TransmitEventType::SWING, "ClearDiscovererFlag phone 4"},
         {"swing, used up", Discoverer::SWING, true, false, TransmitEventType::ORDINARY, ""},
     };
-    AllowUnwantedTap();
+    AllowError("failed to get app mgr proxy", "alternativeCbs", "motionSenderCb_ nullptr"); // nobody wants the tap
     Discover();
-    (void)Found(FoundBy("phone", Discoverer::TAP | Discoverer::SWING));
+    (void)Found(FoundBy("tablet", Discoverer::SWING));
+    EXPECT_EQ(hub->TakeHeard(), Lines{});
+    EXPECT_EQ(Found(FoundBy("phone", Discoverer::TAP | Discoverer::SWING)), Lines{"OnDeviceFound phone 101"});
+    EXPECT_EQ(hub->TakeHeard(), Lines{"OnDeviceFound phone 101"}); // hubs hear of tapped devices alone
     (void)Engine().TakeJournal();
-    AllowError("Discoverer not contain nudge");
-    AllowError("Discoverer not contain swing");
+    AllowError("Discoverer not contain nudge", "Discoverer not contain swing");
     for (const Row& row : rows) {
         auto type = TransmitEventType::ORDINARY;
         const ShareDeviceInfo asked = Entry("phone", row.asked);

@@ -10,70 +10,53 @@
 
 namespace OHOS::Pelago {
 
-// An application: a process with the app token that knows the share API.
-class TestApp {
-public:
-    TestApp(pid_t pid, const sptr<IRemoteObject>& service)
-        : pid_(pid), api_(new RecordingApi()), client_(pid, Host::TokenId::APP, service)
-    {
-        EXPECT_TRUE(client_->RegisterShareApiCallback(api_));
-        api_->process = &client_.Process();
-    }
+using ShareEvent::GESTURES;
+using ShareEvent::KNOCK;
 
-    TestClient& Client()
+// An application: a process with the app token that knows the share API.
+class TestApp : public TestClient {
+public:
+    TestApp(int32_t processId, const sptr<IRemoteObject>& service)
+        : TestClient(processId, Host::TokenId::APP, service), pid(processId), api(new Api(*this))
     {
-        return client_;
-    }
-    ITrellisService* operator->() const
-    {
-        return client_.operator->();
-    }
-    pid_t Pid() const
-    {
-        return pid_;
-    }
-    sptr<PelagoApiCallback> Api() const
-    {
-        return api_;
-    }
-    // Runs as work of the application for each event, after the callback has returned.
-    void Answer(std::function<void(const ShareDeviceInfo& device)> answer)
-    {
-        api_->answer = std::move(answer);
+        EXPECT_TRUE((*this)->RegisterShareApiCallback(api));
     }
     // "<event> <callback id> <device> <concurrent id>", one line each.
     Lines TakeHeard()
     {
-        return std::exchange(api_->heard, {});
+        return std::exchange(heard_, {});
     }
-    void Want(int32_t eventId, int32_t cbId)
+    void Want(int32_t eventId, int32_t cbId) const
     {
-        EXPECT_TRUE(client_->RegisterShareEventCallback(eventId, cbId));
+        EXPECT_TRUE((*this)->RegisterShareEventCallback(eventId, cbId));
     }
     void Focus(bool focused = true) const
     {
-        Host::Device::Instance().SetFocused(pid_, focused);
+        Host::Device::Instance().SetFocused(pid, focused);
     }
 
-private:
-    class RecordingApi : public ShareApiCallbackStub {
+    const int32_t pid;
+    const sptr<PelagoApiCallback> api;
+    // Runs as work of the application for each event, after the callback has returned.
+    std::function<void(const ShareDeviceInfo& device)> answer = [](const ShareDeviceInfo&) {};
+
+    class Api : public ShareApiCallbackStub {
     public:
-        void OnShareEventOccurred(int32_t eventId, int32_t cbId, const ShareDeviceInfo& device) override
+        explicit Api(TestApp& app) : app_(app)
+        {}
+        void OnShareEventOccurred(int32_t event, int32_t cbId, const ShareDeviceInfo& device) override
         {
-            heard.push_back(std::to_string(eventId) + " " + std::to_string(cbId) + " " + device.deviceId + " " +
-                            device.concurrentId);
-            if (answer) {
-                process->Post([answer = answer, device] { answer(device); });
-            }
+            app_.heard_.push_back(
+                std::to_string(event) + " " + std::to_string(cbId) + " " + device.deviceId + " " + device.concurrentId);
+            app_.Process().Post([answer = app_.answer, device] { answer(device); });
         }
-        Lines heard;
-        std::function<void(const ShareDeviceInfo& device)> answer;
-        Host::LoopbackProcess* process = nullptr;
+
+    private:
+        TestApp& app_;
     };
 
-    const pid_t pid_;
-    const sptr<RecordingApi> api_;
-    TestClient client_;
+private:
+    Lines heard_;
 };
 
 // Sharing is on, a tile looks for devices, the front end is there.
@@ -90,60 +73,44 @@ protected:
         Settle();
         (void)extension->TakeHeard();
         (void)Engine().TakeJournal();
-        for (const char* words : {"already connectionCorvaneShareApi_", "FocusedPid size err", "pid not found.",
-                 "device is not found in SendingDeviceMap", "HandleOnPopSwing invoked."}) {
-            AllowError(words);
-        }
+        AllowError("already connectionCorvaneShareApi_", "FocusedPid size err", "pid not found.", "alternativeCbs",
+            "device is not found in SendingDeviceMap", "HandleOnPopSwing invoked.", "SendRequest is failed",
+            "cancelDtcpSender is not found", "GetShareDeviceInfoList, size==0", "CheckAndClearDeviceDiscoveredByFlag",
+            "Discoverer not contain swing", "cannot find PelagoApiCallback!.", "motionSenderCb_ nullptr",
+            "Duplicate cbId", "cJSON_Parse error:", "ForDevice() failed");
     }
-    void TearDown() override
-    {
-        EXPECT_TRUE((*tile)->UnRegisterTrellisCallback(tile->callback));
-        ServiceFixture::TearDown();
-    }
-
     std::unique_ptr<TestApp> NewApp()
     {
         return std::make_unique<TestApp>(nextApp_++, Host::AbilityHost::Instance().Find(TRELLIS_SERVICE_ID));
     }
     static void Die(TestApp& app)
     {
-        app.Client().Kill();
+        app.Focus(false);
+        app.Kill();
         Settle();
-    }
-    static void Foreground(const std::vector<pid_t>& pids)
-    {
-        std::vector<Host::Application> applications;
-        for (pid_t pid : pids) {
-            applications.push_back({pid, 1000, "app." + std::to_string(pid)});
-        }
-        Host::Device::Instance().SetForegroundApplications(applications);
     }
     static void Gesture(const std::string& concurrentId = "c")
     {
         Settle(); // the focus, and what was registered
         TrellisService::NotifyCorvaneShareApiCBOnSwingEvent(0, 0, 0, concurrentId, -1);
     }
-    // Applications, those that want knocks and gestures, and callbacks that are watched.
-    static std::vector<size_t> Sizes()
+    static CorvaneShareCallbackManager& Manager()
     {
-        auto sizes = DelayedSingleton<CorvaneShareCallbackManager>::GetInstance()->GetSizes();
-        return {sizes.apps, sizes.knock, sizes.swing, sizes.deaths};
+        return *DelayedSingleton<CorvaneShareCallbackManager>::GetInstance();
     }
-    Lines Notices()
+    // Applications, those that want knocks and gestures, and callbacks that are watched.
+    static std::string Sizes()
     {
-        Settle();
-        Lines lines = extension->TakeHeard();
-        lines.erase(std::remove(lines.begin(), lines.end(),
-                        "connect CorvaneShareApiServiceExtension CorvaneShareIntent=switchNotifyComponent"),
-            lines.end());
-        return lines;
+        const auto sizes = Manager().GetSizes();
+        return std::to_string(sizes.apps) + " " + std::to_string(sizes.knock) + " " + std::to_string(sizes.swing) +
+               " " + std::to_string(sizes.deaths);
     }
 
     std::unique_ptr<TestExtension> extension;
     std::unique_ptr<TestClient> tile;
 
 private:
-    pid_t nextApp_ = 7000;
+    int32_t nextApp_ = 7000;
 };
 
 } // namespace OHOS::Pelago

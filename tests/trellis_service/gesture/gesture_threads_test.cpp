@@ -2,7 +2,7 @@
 
 #include <fcntl.h>
 
-#include <chrono>
+#include <atomic>
 #include <future>
 #include <thread>
 
@@ -13,6 +13,7 @@
 #include "discovery/cache_map_manager.h"
 #include "gesture/corvane_share_callback_manager.h"
 #include "gesture/share_focus_listener.h"
+#include "hilog/host_log.h"
 #include "host/scheduler.h"
 #include "runtime_env.h"
 #include "transfer/descriptor_ledger.h"
@@ -20,134 +21,165 @@
 namespace OHOS::Pelago {
 namespace {
 
-// Without an engine and a framework behind it: every request of the service fails, and its own state is what is left.
+using ShareEvent::GESTURES;
+
+constexpr auto MOMENT = std::chrono::milliseconds(100); // for what should have to wait
+
 class LocalApi : public ShareApiCallbackStub {
 public:
     void OnShareEventOccurred(int32_t, int32_t, const ShareDeviceInfo&) override
     {
-        if (during) {
-            during();
-        }
+        during();
     }
-    std::function<void()> during;
+    sptr<IRemoteObject> AsObject() override
+    {
+        whenLookedAt();
+        return ShareApiCallbackStub::AsObject();
+    }
+    std::function<void()> during = [] {}, whenLookedAt = [] {};
 };
 
+const auto Device = [](const char* id) {
+    ShareDeviceInfo device;
+    device.deviceId = id;
+    device.discoveredBy = Discoverer::SWING;
+    return device;
+};
+const auto Gesture = [] { TrellisService::NotifyCorvaneShareApiCBOnSwingEvent(0, 0, 0, "c", -1); };
+const auto Send = [] {
+    CacheMapManager::InsertToAllDeviceMap(Device("phone"), 0, 0, 0, 0);
+    TrellisService::SwingSend(Device("phone"));
+};
+const auto CacheText = [] { EXPECT_TRUE(TrellisService::SwingCacheByteBean(Device("-1"), BytesInfo())); };
+// With a descriptor that only the service holds.
+const auto CacheFiles = [] {
+    SendBean bean;
+    bean.uriList.resize(1);
+    bean.uriList[0].fileFd = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const DescriptorShare share = DescriptorLedger::Adopt(bean);
+    EXPECT_TRUE(TrellisService::SwingCacheSendBean(Device("-1"), bean, "app"));
+};
+const auto Manager = []() -> auto&
+{
+    return *DelayedSingleton<CorvaneShareCallbackManager>::GetInstance();
+};
+const auto Register = [](int32_t pid, int32_t event, const sptr<LocalApi>& api = new LocalApi()) {
+    EXPECT_TRUE(Manager().AddShareApiCallback(pid, api));
+    (void)Manager().AddShareEventCallback(pid, 1, event); // it may have died meanwhile
+};
+
+// Without an engine and a framework behind it: every request of the service fails, and its own state is what is left.
 class GestureThreads : public testing::Test {
 protected:
     void SetUp() override
     {
         RuntimeEnv::Install({"", nullptr, Host::Scheduler::StartDetached});
-        Manager()->Init(service_);
+        Manager().Init(service_);
     }
-    static std::shared_ptr<CorvaneShareCallbackManager> Manager()
+    void TearDown() override
     {
-        return DelayedSingleton<CorvaneShareCallbackManager>::GetInstance();
+        EXPECT_TRUE(Host::Scheduler::Instance().WaitForDetached(10'000));
+        for (int32_t pid = 1; pid <= PIDS; ++pid) {
+            Manager().ApiCallbackDeath(pid);
+        }
+        TrellisService::ClearSwingCache();
+        (void)CacheMapManager::RemoveFromSendBeanMap("phone");
+        EXPECT_EQ(DescriptorLedger::OpenCount(), 0U);
+        const auto sizes = Manager().GetSizes();
+        EXPECT_EQ(sizes.apps + sizes.knock + sizes.swing + sizes.deaths, 0U);
     }
-    static ShareDeviceInfo Device(const char* id)
-    {
-        ShareDeviceInfo device;
-        device.deviceId = id;
-        device.discoveredBy = Discoverer::SWING;
-        return device;
-    }
-    // Caches files, with descriptors that only the service holds.
-    static void CacheFiles()
-    {
-        SendBean bean;
-        bean.conCurrentId = "c";
-        bean.uriList.resize(1);
-        bean.uriList[0].fileFd = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-        const DescriptorShare share = DescriptorLedger::Adopt(bean);
-        EXPECT_TRUE(TrellisService::SwingCacheSendBean(Device("-1"), bean, "app"));
-    }
-
+    static constexpr int32_t PIDS = 4;
     const sptr<TrellisService> service_ = new TrellisService(TRELLIS_SERVICE_ID, false);
 };
 
 TEST_F(GestureThreads, OfEveryRoadMeetAndLeaveNothing)
 {
-    constexpr int32_t PIDS = 4;
-    constexpr int ROUNDS = 300;
+    constexpr int32_t ROUNDS = 300;
     const sptr<ShareFocusListener> focus = ShareFocusListener::GetInstance();
-    const auto pidOf = [](int i) { return 1 + i % PIDS; };
-    const std::function<void(int)> roads[] = {
-        [](int i) { TrellisService::NotifyCorvaneShareApiCBOnSwingEvent(0, 0, 0, std::to_string(i), -1); },
-        [&](int i) {
-            (void)Manager()->AddShareApiCallback(pidOf(i), new LocalApi());
-            (void)Manager()->AddShareEventCallback(pidOf(i), i, 2 + i % 2);
-        },
-        [&](int i) {
-            i % 3 == 0 ? Manager()->ApiCallbackDeath(pidOf(i))
-                       : (void)Manager()->DelShareEventCallback(pidOf(i), -1, 2);
-        },
-        [](int i) {
-            BytesInfo bytes;
-            bytes.conCurrentId = std::to_string(i);
-            i % 2 == 0 ? CacheFiles() : (void)TrellisService::SwingCacheByteBean(Device("-1"), bytes);
-        },
-        [](int i) {
-            CacheMapManager::InsertToAllDeviceMap(Device("phone"), 0, 0, 0, 0);
-            i % 4 == 0 ? (void)TrellisService::SwingSendFail(Device("phone"), i)
-                       : TrellisService::SwingSend(Device("phone"));
-        },
-        [&](int i) {
+    const std::function<void(int32_t)> roads[] = {
+        [](int32_t) { Gesture(); },
+        [](int32_t i) { Register(1 + i % PIDS, 2 + i % 2); },
+        [](int32_t i) { Manager().ApiCallbackDeath(1 + i % PIDS); },
+        [](int32_t i) { (void)Manager().DelShareEventCallback(1 + i % PIDS, -1, 2); },
+        [](int32_t i) { i % 2 == 0 ? CacheFiles() : CacheText(); },
+        [](int32_t i) { i % 4 == 0 ? (void)TrellisService::SwingSendFail(Device("phone"), i) : Send(); },
+        [&](int32_t i) {
             std::string id = "phone";
             TrellisService::HandleOnSwingStatus(1, id, 100);
-            const auto info = MakeSptr<Rosen::FocusChangeInfo>(pidOf(i), 0);
+            const auto info = MakeSptr<Rosen::FocusChangeInfo>(1 + i % PIDS, 0);
             i % 2 == 0 ? focus->OnFocused(info) : focus->OnUnfocused(info);
             (void)TrellisService::GetSwingView();
-            (void)Manager()->GetSizes();
+            (void)Manager().GetSizes();
         },
     };
-    std::vector<std::thread> threads;
+    std::vector<std::future<void>> threads;
     for (const auto& road : roads) {
-        threads.emplace_back([&road] {
-            for (int i = 0; i < ROUNDS; ++i) {
+        threads.push_back(std::async(std::launch::async, [&road] {
+            for (int32_t i = 0; i < ROUNDS; ++i) {
                 road(i);
             }
-        });
+        }));
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_TRUE(Host::Scheduler::Instance().WaitForDetached(10'000));
-    for (int32_t pid = 1; pid <= PIDS; ++pid) {
-        Manager()->ApiCallbackDeath(pid);
-    }
-    TrellisService::ClearSwingCache();
-    (void)TrellisService::CommonCancel(Device("phone"));
-    (void)CacheMapManager::RemoveFromSendBeanMap("phone");
-    EXPECT_EQ(DescriptorLedger::OpenCount(), 0U);
-    const auto sizes = Manager()->GetSizes();
-    EXPECT_EQ(sizes.apps + sizes.knock + sizes.swing + sizes.deaths, 0U);
 }
 
 // The gesture waits for the application, which asks for the cache; a send holds the cache and waits for the list that
-// the gesture holds. As soon as the application's wait time is over, all three go on.
+// the gesture holds. As soon as the application's wait time is over, all three go on. The dump waits for none of them.
 TEST_F(GestureThreads, OfAGestureAnAnswerAndASendWaitForEachOtherNoLongerThanTheCall)
 {
-    constexpr auto WAIT_TIME = std::chrono::milliseconds(300); // in place of the call's
     ShareFocusListener::GetInstance()->OnFocused(MakeSptr<Rosen::FocusChangeInfo>(1, 0));
     const sptr<LocalApi> api = new LocalApi();
-    std::future<void> send;
-    std::future<bool> answer;
+    std::future<void> send, answer, dump;
     api->during = [&] {
-        CacheMapManager::InsertToAllDeviceMap(Device("phone"), 0, 0, 0, 0);
-        send = std::async(std::launch::async, [] { TrellisService::SwingSend(Device("phone")); });
-        (void)send.wait_for(WAIT_TIME / 2);
-        answer = std::async(
-            std::launch::async, [] { return TrellisService::SwingCacheByteBean(Device("-1"), BytesInfo()); });
-        EXPECT_EQ(answer.wait_for(WAIT_TIME / 2), std::future_status::timeout);
+        send = std::async(std::launch::async, Send);
+        (void)send.wait_for(MOMENT);
+        answer = std::async(std::launch::async, CacheText);
+        EXPECT_EQ(answer.wait_for(MOMENT), std::future_status::timeout);
+        dump = std::async(std::launch::async, [] {
+            EXPECT_EQ(Manager().GetSizes().apps, 1U);
+            EXPECT_EQ(TrellisService::GetListSizes().shareApiCallbacks, 0U);
+        });
+        EXPECT_EQ(dump.wait_for(50 * MOMENT), std::future_status::ready);
     };
-    ASSERT_TRUE(Manager()->AddShareApiCallback(1, api));
-    ASSERT_TRUE(Manager()->AddShareEventCallback(1, 1, ShareEvent::GESTURES));
+    Register(1, GESTURES, api);
     CacheFiles();
-    TrellisService::NotifyCorvaneShareApiCBOnSwingEvent(0, 0, 0, "c", -1);
-    EXPECT_TRUE(answer.get());
+    Gesture();
+    answer.get();
     send.get();
-    EXPECT_TRUE(Host::Scheduler::Instance().WaitForDetached(10'000));
     EXPECT_EQ(TrellisService::GetSwingView().cacheType, 3); // the answer's, behind the send
-    TrellisService::ClearSwingCache();
+}
+
+TEST_F(GestureThreads, OfAGestureAndARegistrationThatJustMissEachOtherMeetAtTheReplay)
+{
+    static std::atomic<bool> armed;
+    armed = true;
+    Host::SetLogListener([] {
+        const auto lines = Host::ReadLog(Host::LastLogSeq() - 1);
+        if (lines.front().text.find("SwingEventNeedCache.") != std::string::npos && armed.exchange(false)) {
+            std::async(std::launch::async, [] { Register(1, GESTURES); }).get();
+            (void)Host::Scheduler::Instance().WaitForDetached(MOMENT.count());
+        }
+    });
+    Gesture();
+    Host::SetLogListener(nullptr);
+    EXPECT_FALSE(armed);
+    EXPECT_TRUE(Host::Scheduler::Instance().WaitForDetached(10'000));
+    EXPECT_EQ(TrellisService::GetSwingView().gesture, -1);
+}
+
+// TearDown finds a watch over nothing when a callback goes between its entry and its watch.
+TEST_F(GestureThreads, OfARegistrationAndItsEndLeaveNoWatch)
+{
+    const sptr<LocalApi> api = new LocalApi();
+    std::future<void> end;
+    std::atomic<int> looks{0};
+    api->whenLookedAt = [&] {
+        if (++looks == 2) { // the watch is about to be made
+            end = std::async(std::launch::async, [] { EXPECT_TRUE(Manager().DelShareApiCallback(1)); });
+            (void)end.wait_for(MOMENT);
+        }
+    };
+    EXPECT_TRUE(Manager().AddShareApiCallback(1, api));
+    end.get();
 }
 
 } // namespace

@@ -18,6 +18,9 @@ struct PeerAnswer {
     std::string Text() const;
 };
 
+// `text` with `by` in the place of `what`; at the end for an empty one.
+std::string Replaced(std::string text, const std::string& what, const std::string& by);
+
 // What a peer's framework delivers.
 std::string Delivery(const std::string& members = R"("actionId":7,"concurrentId":"tap1")");
 
@@ -25,6 +28,10 @@ std::string Delivery(const std::string& members = R"("actionId":7,"concurrentId"
 // taps.
 class TapScene : public ServiceFixture {
 protected:
+    static constexpr int64_t ANIMATION_MS = 1500;
+    static constexpr int64_t TIMEOUT_MS = 6000;
+    static constexpr int64_t EVERY_TIMER_MS = 10'000;
+
     // The application's callback.
     class App : public ShareApiCallbackStub {
     public:
@@ -37,20 +44,23 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    // The devices touch: the framework asks who wants it, and the peer answers.
-    void Touch(const PeerAnswer& answer = {});
+    // The devices touch: the framework asks who wants it, and the peer answers. Gives what happened, as below.
+    std::string Touch(const PeerAnswer& answer = {});
+    // A peer's framework delivers.
+    std::string Deliver(const std::string& text);
+    // Only asks: what follows happens when the scene settles.
     static void Subscribe();
     static void Unsubscribe();
-    // Waits until every timer of a tap has run out.
-    static void LetPass();
     void SwitchSharing(bool on);
 
     // What has happened since the last look, as one text: what the framework shows ("Send 2"), what the front end is
     // asked for ("fail 1207", "enable", "connect"), the telemetry, what the client and the application heard, what the
-    // engine was asked, and the error lines.
+    // engine was asked, and the error lines, which are announced by that.
     std::string Happened();
     // The same a tick before, and at, a delay from now; "" before it.
     std::string HappensAt(int64_t delayMs);
+    // Lets `ms` go by and looks away; an error that nobody announced fails the case.
+    void Skip(int64_t ms = 0);
 
     std::unique_ptr<TestExtension> extension;
     std::unique_ptr<TestClient> client;
@@ -58,7 +68,6 @@ protected:
 
 private:
     Lines Reports();
-    Lines Errors();
 
     uint64_t logSeq_ = 0;
     uint64_t eventSeq_ = 0;

@@ -67,17 +67,29 @@ protected:
     size_t before_ = 0;
 };
 
-TEST_F(Descriptors, OfARunningSendAreKeptForItsLength)
+TEST_F(Descriptors, OfARunningSendAreKeptForItsLengthAndOthersGoAtOnce)
 {
+    AllowError("Send() failed sender is exited", "InsertToSendBeanMap failed", "GetShareDeviceInfoList, size==0",
+        "cancelDtcpSender is not found, cancel fail", "ermission");
     EXPECT_TRUE(SendFiles("phone", FILES));
     EXPECT_EQ(Engine().TransferTo("phone")->bean.uriList.size(), size_t{FILES});
+    EXPECT_EQ(Engine().TransferTo("phone")->packageName, "app");
     EXPECT_EQ(Extra(), FILES);
     EXPECT_EQ(DescriptorLedger::OpenCount(), size_t{FILES});
-    AllowError("Send() failed sender is exited");
-    AllowError("InsertToSendBeanMap failed");
-    EXPECT_FALSE(SendFiles("phone", FILES)); // busy: the second request's go at once
+    EXPECT_FALSE(SendFiles("phone", FILES)); // busy
     EXPECT_EQ(Extra(), FILES);
     (void)Success("phone");
+    EXPECT_EQ(Extra(), 0);
+    EXPECT_TRUE(SendFiles("nobody", FILES));
+    EXPECT_EQ(Extra(), 0);
+    auto stranger = NewClient(Host::TokenId::SWITCH);
+    SendBean bean = Files(FILES);
+    EXPECT_FALSE((*stranger)->Send(Entry("phone"), bean, "app"));
+    EXPECT_EQ(Extra(), 0);
+    Engine().Refuse("SendFile");
+    EXPECT_TRUE(SendFiles("phone", 7)); // refused by the engine: kept until a report, or a cancel
+    EXPECT_EQ(Extra(), 7);
+    EXPECT_FALSE((*client)->Cancel(Entry("phone")));
     EXPECT_EQ(Extra(), 0);
     EXPECT_EQ(DescriptorLedger::OpenCount(), 0U);
 }
@@ -104,55 +116,28 @@ TEST_F(Descriptors, OfALaterMemberAreItsOwn)
     EXPECT_EQ(Extra(), 0);
 }
 
-TEST_F(Descriptors, OfWhatComesToNothingAreClosedAtOnce)
-{
-    AllowError("GetShareDeviceInfoList, size==0"); // nobody's
-    Engine().Refuse("SendFile", -1);
-    EXPECT_TRUE(SendFiles("nobody", FILES));
-    EXPECT_EQ(Extra(), 0);
-    EXPECT_TRUE(SendFiles("phone", 7)); // refused by the engine: kept until a report, or a cancel
-    EXPECT_EQ(Extra(), 7);
-    AllowError("cancelDtcpSender is not found, cancel fail");
-    EXPECT_FALSE((*client)->Cancel(Entry("phone")));
-    EXPECT_EQ(Extra(), 0);
-
-    auto stranger = NewClient(Host::TokenId::SWITCH);
-    AllowError("ermission");
-    SendBean bean = Files(FILES);
-    EXPECT_FALSE((*stranger)->Send(Entry("phone"), bean, "app"));
-    EXPECT_EQ(Extra(), 0);
-    EXPECT_FALSE(SendFiles("phone", FILES + 1));                // one more than may be
-    AllowError("The number of files exceeds the upper limit."); // the client's own: it is not sent
-    EXPECT_EQ(Extra(), 0);
-}
-
 TEST_F(Descriptors, OfARequestThatBreaksOffAreClosed)
 {
-    AllowError("read sendBean failed.");
-    AllowError("read packageName failed.");
-    AllowError("failed."); // the records' own words about each field
+    AllowError("failed."); // the service's words and the records'
+    const std::u16string token = ITrellisService::GetDescriptor();
     for (int written : {0, 1, 19, 20}) {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option;
-        ASSERT_TRUE(data.WriteInterfaceToken(ITrellisService::GetDescriptor()));
-        ASSERT_TRUE(Entry("phone").WriteToParcel(data));
-        SendBean bean = Files(written);
-        bean.totalNum = 20;
-        ASSERT_TRUE(data.WriteInt32(0) && data.WriteInt32(0) && data.WriteInt64(0) && data.WriteInt32(20));
-        ASSERT_TRUE(data.WriteInt32(20)); // more than follow
-        for (const FileHolder& file : bean.uriList) {
-            ASSERT_TRUE(file.WriteToParcel(data));
-        }
-        EXPECT_EQ(client->Remote()->SendRequest(13, data, reply, option), -27) << written;
+        auto write = [&](MessageParcel& data) {
+            SendBean bean = Files(written);
+            bool isWritten = Entry("phone").WriteToParcel(data) && data.WriteInt32(0) && data.WriteInt32(0) &&
+                             data.WriteInt64(0) && data.WriteInt32(20) && data.WriteInt32(20); // more than follow
+            for (const FileHolder& file : bean.uriList) {
+                isWritten = isWritten && file.WriteToParcel(data);
+            }
+            return isWritten;
+        };
+        EXPECT_EQ(Ask(client->Remote(), 13, token, write), -27) << written;
         EXPECT_EQ(DescriptorLedger::OpenCount(), 0U);
     }
-    MessageParcel data;
-    MessageParcel reply;
-    MessageOption option;
-    ASSERT_TRUE(data.WriteInterfaceToken(ITrellisService::GetDescriptor()));
-    ASSERT_TRUE(Entry("phone").WriteToParcel(data) && Files(20).WriteToParcel(data));
-    EXPECT_EQ(client->Remote()->SendRequest(13, data, reply, option), -28); // no package name
+    auto noName = [&](MessageParcel& data) {
+        return Entry("phone").WriteToParcel(data) && Files(20).WriteToParcel(data);
+    };
+    EXPECT_EQ(Ask(client->Remote(), 13, token, noName), -28);
+    EXPECT_EQ(Extra(), 0);
     EXPECT_EQ(Engine().TakeAsked(), "");
 }
 

@@ -47,20 +47,19 @@ protected:
         Settle();
         (void)client->TakeHeard();
     }
-    // Prepares and sends a text to an entry; whether the service took it.
-    bool SendText(const std::string& entry)
+    // Prepares and sends a text to an entry, which is taken. What the engine is asked since the last look.
+    std::string SendText(const std::string& entry)
     {
         EXPECT_TRUE((*client)->PrepareSend(Entry(entry)));
         return SendAgain(entry);
     }
-    bool SendAgain(const std::string& entry)
+    std::string SendAgain(const std::string& entry)
     {
         BytesInfo bytes;
         bytes.bytesTitle = "note";
-        bool taken = (*client)->SendBytes(Entry(entry), bytes);
-        Settle();
-        (void)client->TakeHeard();
-        return taken;
+        EXPECT_TRUE((*client)->SendBytes(Entry(entry), bytes));
+        (void)Heard();
+        return Engine().TakeAsked();
     }
     // What the client hears of a report of the engine.
     Lines Report(const std::string& deviceId, const std::function<void(ITransmitCallback&)>& report)
@@ -89,6 +88,16 @@ protected:
     {
         Settle();
         return client->TakeHeard();
+    }
+    // What a request gives that none of ours would write.
+    static int Ask(const sptr<IRemoteObject>& stub, uint32_t code, const std::u16string& token,
+        const std::function<bool(MessageParcel&)>& write)
+    {
+        MessageParcel data;
+        MessageParcel reply;
+        MessageOption option;
+        EXPECT_TRUE(data.WriteInterfaceToken(token) && write(data));
+        return stub->SendRequest(code, data, reply, option);
     }
 
     // The last event and the state of a device in view, e.g. "2/103".

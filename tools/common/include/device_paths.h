@@ -42,11 +42,18 @@ public:
     // Makes the folders, for this user alone. The reason when that fails, empty when it is done.
     std::string Create() const;
 
-    // Whether a daemon holds the lock.
+    // The daemon's lock, of the descriptor that it has opened and until that is closed. False when another holds it.
+    [[nodiscard]] static bool TakeLock(int fd);
+    // Whether a daemon holds the lock. To ask takes no lock: it could keep one from starting.
     bool IsRunning() const;
 
+    // Makes the folder of the contacts and waits for the right to change them, which others have not until the
+    // descriptor that it gives is closed. -1, with the reason, when that fails.
+    [[nodiscard]] static int LockContacts(std::string& reason);
+
     std::optional<DeviceCard> ReadCard() const;
-    [[nodiscard]] bool WriteCard(const DeviceCard& card) const;
+    // The card is whole, or the one before. The reason when that fails, empty when it is done.
+    [[nodiscard]] std::string WriteCard(const DeviceCard& card) const;
 
     // All devices that have a folder, by id.
     static std::vector<std::string> All();
@@ -54,6 +61,8 @@ public:
 
     // An id for a name: lower case, what is not a letter or a digit becomes a dash. Empty when nothing is left.
     static std::string IdFor(const std::string& name);
+    // The id that a person means who types an id or a name.
+    static std::string IdFrom(const std::string& word);
     static bool IsValidId(const std::string& id);
 
 private:

@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 
 #include <fcntl.h>
@@ -17,6 +15,7 @@
 #include <cJSON.h>
 
 #include "host/json_text.h"
+#include "host/whole_file.h"
 
 namespace OHOS::Pelago::Tools {
 namespace {
@@ -37,6 +36,15 @@ std::string Home(const char* kind, const char* xdgVariable, const std::string& o
     }
     std::string xdg = Environment(xdgVariable);
     return (xdg.empty() ? otherwise : xdg) + "/pelago";
+}
+
+// A lock on all of a file, for its one writer.
+struct flock WholeFile()
+{
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return lock;
 }
 
 std::string Text(const cJSON* object, const char* key)
@@ -141,21 +149,44 @@ std::string DevicePaths::Create() const
     return {};
 }
 
+bool DevicePaths::TakeLock(int fd)
+{
+    struct flock lock = WholeFile();
+    return ::fcntl(fd, F_OFD_SETLK, &lock) == 0;
+}
+
 bool DevicePaths::IsRunning() const
 {
     int fd = ::open(Lock().c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
         return false;
     }
-    bool held = ::flock(fd, LOCK_SH | LOCK_NB) != 0;
+    struct flock lock = WholeFile();
+    bool held = ::fcntl(fd, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
     (void)::close(fd); // read only: nothing to lose
     return held;
 }
 
+int DevicePaths::LockContacts(std::string& reason)
+{
+    reason = MakePrivate(StateHome());
+    if (!reason.empty()) {
+        return -1;
+    }
+    int fd = ::open(StateHome().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd >= 0 && ::flock(fd, LOCK_EX) == 0) {
+        return fd;
+    }
+    reason = StateHome() + ": " + std::strerror(errno);
+    if (fd >= 0) {
+        (void)::close(fd); // a folder: nothing to lose
+    }
+    return -1;
+}
+
 std::optional<DeviceCard> DevicePaths::ReadCard() const
 {
-    std::ifstream file(Card());
-    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    std::string text = Host::ReadWhole(Card()).value_or("");
     std::unique_ptr<cJSON, void (*)(cJSON*)> json(cJSON_Parse(text.c_str()), cJSON_Delete);
     if (!cJSON_IsObject(json.get())) {
         return std::nullopt;
@@ -164,24 +195,15 @@ std::optional<DeviceCard> DevicePaths::ReadCard() const
         id_, Text(json.get(), "name"), Text(json.get(), "type"), Text(json.get(), "udid"), Text(json.get(), "account")};
 }
 
-// To a temporary name first: a card is whole or is the one before.
-bool DevicePaths::WriteCard(const DeviceCard& card) const
+std::string DevicePaths::WriteCard(const DeviceCard& card) const
 {
-    std::string temporary = Card() + ".new";
-    {
-        std::ofstream file(temporary, std::ios::trunc);
-        file << Host::Json::Object()
-                    .Put("name", card.name)
-                    .Put("type", card.type)
-                    .Put("udid", card.udid)
-                    .Put("account", card.account)
-                    .Text()
-             << "\n";
-        if (!file.flush()) {
-            return false;
-        }
-    }
-    return std::rename(temporary.c_str(), Card().c_str()) == 0;
+    std::string text = Host::Json::Object()
+                           .Put("name", card.name)
+                           .Put("type", card.type)
+                           .Put("udid", card.udid)
+                           .Put("account", card.account)
+                           .Text();
+    return Host::WriteWhole(Card(), text + "\n", Host::Outlives::MACHINE);
 }
 
 std::vector<std::string> DevicePaths::All()
@@ -217,6 +239,11 @@ std::string DevicePaths::IdFor(const std::string& name)
         id.pop_back();
     }
     return id;
+}
+
+std::string DevicePaths::IdFrom(const std::string& word)
+{
+    return IsValidId(word) ? word : IdFor(word);
 }
 
 bool DevicePaths::IsValidId(const std::string& id)

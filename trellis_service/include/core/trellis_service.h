@@ -213,8 +213,9 @@ public:
     [[nodiscard]] bool RegisterMotionReceiverListener();
     // The framework keeps its reference and may go on delivering. Always true.
     static bool UnRegisterMotionReceiverListener();
-    // Lets go of a sender whose time has come: by its runner, once no event waits there.
-    static void ReleaseMotionSenderCb();
+    // Lets go of a sender whose time has come: by its runner, once no event waits there. One that the service has let
+    // go of before may still play a tap for the framework, and ends none but itself: so `who` asks, null for any.
+    static void ReleaseMotionSenderCb(const MotionSenderCallback* who = nullptr);
 
     // tap: reports of a transfer that began with a gesture. `trans` is the TransmitEventType: a swing that failed is
     // told to the user, everything else is the tap's.
@@ -351,7 +352,8 @@ private:
     // The static state. Order of locks, outermost first; the ranks in share_mutex.h hold the same:
     //   replayMutex_, deathTrellisCallbackMutex_, deathReceiveCallbackMutex_, swingcacheMutex_, publishMutex_,
     //   subscribeMutex_, trellisCallbackMutex_, corvaneShareApiCBMutex_, senderActionCallbackMutex_, receiveMutex_,
-    //   motionSenderMutex_, motionReceiverMutex_; swingSubscribeMutex_ and swingMemoryMutex_ are leaves.
+    //   gestureDecisionMutex_, motionSenderMutex_, motionReceiverMutex_; swingSubscribeMutex_ and swingMemoryMutex_ are
+    //   leaves.
     // The lists of callbacks stay locked while clients are called, so that what they are told comes in one order.
 
     // Registered clients, in order of registration, no object twice.
@@ -378,6 +380,10 @@ private:
 
     // One replay of a remembered gesture at a time; guards nothing else.
     static Mutex replayMutex_;
+
+    // Held from the question whether anybody wants a gesture until it is remembered: who registers in between finds it.
+    // Never across a call to an application.
+    static Mutex gestureDecisionMutex_;
 
     // Held while content is put into the swing's cache, and across the send that takes it out. Recursive: that send may
     // fail as a swing, which empties the cache.

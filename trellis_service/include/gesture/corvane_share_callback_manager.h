@@ -1,6 +1,7 @@
 #ifndef PELAGO_GESTURE_CORVANE_SHARE_CALLBACK_MANAGER_H
 #define PELAGO_GESTURE_CORVANE_SHARE_CALLBACK_MANAGER_H
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -58,7 +59,7 @@ public:
     void NotifyUserDeviceFound(
         ShareDeviceInfo& device, const std::vector<int32_t>& focusedPids, const std::shared_ptr<ShareRadarDfx>& radar);
 
-    // How many processes are known, for the dump.
+    // How many processes are known, for the dump. Waits for no application.
     struct Sizes {
         size_t apps;
         size_t knock;
@@ -102,6 +103,7 @@ private:
     std::shared_ptr<ShareRadarDfx> Radar() const;
     void ReportKnockFailure(int32_t result, int32_t errorCode) const;
 
+    void StoreApiCallback(int32_t pid, const sptr<PelagoApiCallback>& callback, const sptr<IRemoteObject>& object);
     void RegisterDeath(int32_t pid, const sptr<PelagoApiCallback>& callback);
     void UnregisterDeath(const sptr<PelagoApiCallback>& callback);
     void ForgetIfDead(int32_t pid, const sptr<PelagoApiCallback>& callback);
@@ -132,9 +134,14 @@ private:
     wptr<TrellisService> trellisServicePtr_ SHARE_GUARDED_BY(mutex_);
     std::shared_ptr<ShareRadarDfx> lastRadar_ SHARE_GUARDED_BY(mutex_); // of the device that came last
 
-    // The callback object of each process, never null.
+    // A callback object and the watch over it come and go together. Taken before apiMutex_ and deathMutex_, and never
+    // with knockSubscriptionMutex_.
+    Mutex registrationMutex_{"CorvaneShareCallbackManager::registrationMutex_", LockRank::EVENT_SUBSCRIPTION};
+
+    // The callback object of each process, never null; and how many, for who may not wait for an application.
     mutable Mutex apiMutex_{"CorvaneShareCallbackManager::apiMutex_", LockRank::API_CALLBACKS};
     std::map<int32_t, sptr<PelagoApiCallback>> apiCallbacks_ SHARE_GUARDED_BY(apiMutex_);
+    std::atomic<size_t> apiCallbackCount_{0};
 
     // Who hears of their deaths. Held from the request for the death on: a death in between waits for the entry.
     mutable Mutex deathMutex_{"CorvaneShareCallbackManager::deathMutex_", LockRank::LEAF};

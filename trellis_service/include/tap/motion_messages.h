@@ -47,8 +47,16 @@ inline constexpr int32_t STARTED = 2;
 inline constexpr int32_t ENDED = 11;
 } // namespace NudgeServiceState
 
-// Has the framework show, or take away, its picture of a tap. What it says is logged and changes nothing.
-void NudgePublishServiceState(NudgeRole role, int32_t status);
+namespace NudgeServiceName {
+inline constexpr const char* SEND = "UI_CorvaneShare_Send";
+inline constexpr const char* RECEIVE = "UI_CorvaneShare_Recv";
+inline constexpr const char* SHARE = "UI_CorvaneShare";
+} // namespace NudgeServiceName
+
+// Has the framework show, or take away, its picture of a tap. An empty `extraInfo` becomes what is shown of any tap of
+// this role. What the framework says is logged and changes nothing.
+void PublishNudgeState(NudgeRole role, const std::string& serviceName, const std::string& serviceName2,
+    std::string& extraInfo, int32_t status);
 
 // Whether this device takes part in sharing, as one of NudgeShareState.
 [[nodiscard]] uint8_t NudgeShareStateOf(bool isEnabled);

@@ -136,6 +136,11 @@ private:
     void UpdateFocusedPids();
     void SetDeviceId(const std::string& deviceId);
 
+    // What the framework shows of a tap; the second is the plain picture, with the text that an empty one becomes.
+    static void NudgePublishServiceState(
+        const std::string& serviceName, const std::string& serviceName2, std::string& extraInfo, int32_t status);
+    static void Show(int32_t status);
+
     // The way to the service, on the runner. Null, and logged, when it is gone.
     [[nodiscard]] sptr<TrellisService> Service() const;
     [[nodiscard]] uint8_t GetShareEnableState() const;

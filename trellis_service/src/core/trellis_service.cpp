@@ -342,13 +342,10 @@ TrellisService::ListSizes TrellisService::GetListSizes()
         RecursiveLock lock(deathReceiveCallbackMutex_);
         sizes.receiveDeathRecipients = deathReceiveCallbackMap_.size();
     }
-    {
-        MutexLock lock(corvaneShareApiCBMutex_);
-        sizes.shareApiCallbacks = corvaneShareApiCBVector_.size();
-    }
     MutexLock lock(senderActionCallbackMutex_);
     sizes.senderActionCallback = senderActionCallback_ != nullptr;
     sizes.trellisCallbacks = trellisCallbackCount_;
+    sizes.shareApiCallbacks = shareApiCallbackCount_; // not under its lock: an application may be called with it held
     return sizes;
 }
 

@@ -111,7 +111,10 @@ void MergeEntries::CheckEntries(std::vector<std::string>& faults) const
         for (const auto& member : entry.GetDeviceList()) {
             auto [other, isNew] = entryOf.emplace(member, key);
             if (!isNew) {
-                faults.push_back("device " + member + " is in the entries " + other->second + " and " + key);
+                std::string fault = "device " + member;
+                fault += " is in the entries " + other->second;
+                fault += " and " + key;
+                faults.push_back(std::move(fault));
             }
         }
     }

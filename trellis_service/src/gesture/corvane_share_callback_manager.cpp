@@ -73,7 +73,6 @@ void CorvaneShareCallbackManager::ReportKnockFailure(int32_t result, int32_t err
     }
 }
 
-// Deaths are arranged outside the mutex, and for the new callback first.
 bool CorvaneShareCallbackManager::AddShareApiCallback(int32_t pid, const sptr<PelagoApiCallback>& callback)
 {
     if (callback == nullptr) {
@@ -85,15 +84,26 @@ bool CorvaneShareCallbackManager::AddShareApiCallback(int32_t pid, const sptr<Pe
         SHARE_LOGE(Log::SERVICE, "AddShareApiCallback pid %{public}d failed, callbackObj is null", pid);
         return false;
     }
+    StoreApiCallback(pid, callback, object);
+    ForgetIfDead(pid, callback);
+    return true;
+}
+
+// Deaths are arranged outside the callbacks' mutex, and for the new callback first.
+void CorvaneShareCallbackManager::StoreApiCallback(
+    int32_t pid, const sptr<PelagoApiCallback>& callback, const sptr<IRemoteObject>& object)
+{
+    MutexLock registration(registrationMutex_);
     sptr<PelagoApiCallback> old;
     {
         MutexLock lock(apiMutex_);
         sptr<PelagoApiCallback>& stored = apiCallbacks_[pid];
         if (stored != nullptr && stored->AsObject() == object) {
             SHARE_LOGI(Log::SERVICE, "The same Api Callback, exit");
-            return true;
+            return;
         }
         old = std::exchange(stored, callback);
+        apiCallbackCount_ = apiCallbacks_.size();
     }
     RegisterDeath(pid, callback);
     if (old == nullptr) {
@@ -102,12 +112,11 @@ bool CorvaneShareCallbackManager::AddShareApiCallback(int32_t pid, const sptr<Pe
         UnregisterDeath(old);
         SHARE_LOGI(Log::SERVICE, "Replace old Api Callback, exit");
     }
-    ForgetIfDead(pid, callback);
-    return true;
 }
 
 bool CorvaneShareCallbackManager::DelShareApiCallback(int32_t pid)
 {
+    MutexLock registration(registrationMutex_);
     sptr<PelagoApiCallback> callback;
     {
         MutexLock lock(apiMutex_);
@@ -115,6 +124,7 @@ bool CorvaneShareCallbackManager::DelShareApiCallback(int32_t pid)
         if (found != apiCallbacks_.end()) {
             callback = found->second;
             apiCallbacks_.erase(found);
+            apiCallbackCount_ = apiCallbacks_.size();
         }
     }
     if (callback != nullptr) {
@@ -492,11 +502,7 @@ bool CorvaneShareCallbackManager::TellNewest(
 
 CorvaneShareCallbackManager::Sizes CorvaneShareCallbackManager::GetSizes() const
 {
-    Sizes sizes{0, CountPids(knockCallbacks), CountPids(swingCallbacks), 0};
-    {
-        MutexLock lock(apiMutex_);
-        sizes.apps = apiCallbacks_.size();
-    }
+    Sizes sizes{apiCallbackCount_, CountPids(knockCallbacks), CountPids(swingCallbacks), 0};
     MutexLock lock(deathMutex_);
     sizes.deaths = deathRecipients_.size();
     return sizes;

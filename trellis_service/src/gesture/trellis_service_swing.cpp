@@ -82,6 +82,7 @@ void ShowSwingFailed()
 
 Mutex TrellisService::swingSubscribeMutex_{"swingSubscribeMutex_", LockRank::LEAF};
 Mutex TrellisService::replayMutex_{"replayMutex_", LockRank::REPLAY};
+Mutex TrellisService::gestureDecisionMutex_{"gestureDecisionMutex_", LockRank::EVENT_SUBSCRIPTION};
 RecursiveMutex TrellisService::swingcacheMutex_{"swingcacheMutex_", LockRank::SWING_CACHE};
 Mutex TrellisService::swingMemoryMutex_{"swingMemoryMutex_", LockRank::LEAF};
 sptr<ISubscribeListener> TrellisService::swingSubscribeListener_;
@@ -115,9 +116,12 @@ void TrellisService::NotifyCorvaneShareApiCBOnSwingEvent(
     }
     CorvaneShareManager::ConnectCorvaneShareApiServiceEx();
     std::vector<int32_t> pids;
-    if (IsSwingEventNeedCache(registerSwingPid, pids)) {
-        RememberGesture(concurrentId);
-        return;
+    {
+        MutexLock decision(gestureDecisionMutex_);
+        if (IsSwingEventNeedCache(registerSwingPid, pids)) {
+            RememberGesture(concurrentId);
+            return;
+        }
     }
     const std::shared_ptr<ShareRadarDfx> radar = NewSwingRadar(concurrentId);
     ReportGesture(*radar, RadarResult::STARTED);
@@ -151,6 +155,7 @@ void TrellisService::TryToConsumeSwingCache(int32_t pid)
     MutexLock replay(replayMutex_);
     std::string concurrentId;
     {
+        MutexLock decision(gestureDecisionMutex_);
         MutexLock lock(swingMemoryMutex_);
         if (cashGesture_ != GESTURE_SWING) {
             return;

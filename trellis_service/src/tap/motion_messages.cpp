@@ -9,18 +9,6 @@ namespace OHOS::Pelago {
 namespace {
 
 constexpr int32_t TYPE_TAP = 2; // "type" of what the framework shows
-constexpr const char* SERVICE_NAME = "UI_CorvaneShare";
-
-const char* ServiceNameOf(NudgeRole role)
-{
-    switch (role) {
-        case NudgeRole::SENDER:
-            return "UI_CorvaneShare_Send";
-        case NudgeRole::RECEIVER:
-            return "UI_CorvaneShare_Recv";
-    }
-    return "";
-}
 
 std::string ExtraInfoOf(NudgeRole role)
 {
@@ -46,13 +34,16 @@ std::optional<int32_t> NudgeErrorOfNotice(int32_t notifyInfo)
     }
 }
 
-void NudgePublishServiceState(NudgeRole role, int32_t status)
+void PublishNudgeState(NudgeRole role, const std::string& serviceName, const std::string& serviceName2,
+    std::string& extraInfo, int32_t status)
 {
-    const std::string extraInfo = ExtraInfoOf(role);
+    if (extraInfo.empty()) {
+        extraInfo = ExtraInfoOf(role);
+    }
     SHARE_LOGI(Log::SERVICE, "NudgePublishServiceState status %{public}d", status);
     SHARE_LOGI(Log::SERVICE, "extraInfo %{public}s", extraInfo.c_str());
-    const int32_t result = Synfold::OmnibindManager::GetInstance().PublishServiceState(
-        ServiceNameOf(role), SERVICE_NAME, extraInfo, status);
+    const int32_t result =
+        Synfold::OmnibindManager::GetInstance().PublishServiceState(serviceName, serviceName2, extraInfo, status);
     SHARE_LOGI(Log::SERVICE, "NudgePublishServiceState result %{public}d", result);
 }
 

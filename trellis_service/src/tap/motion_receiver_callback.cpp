@@ -171,6 +171,18 @@ int32_t MotionReceiverCallback::Reply(const std::string& text)
     return Synfold::DevicePickerClient::GetInstance().RequestServiceByParam(text, relay.callback);
 }
 
+void MotionReceiverCallback::NudgePublishServiceState(
+    const std::string& serviceName, const std::string& serviceName2, std::string& extraInfo, int32_t status)
+{
+    PublishNudgeState(NudgeRole::RECEIVER, serviceName, serviceName2, extraInfo, status);
+}
+
+void MotionReceiverCallback::Show(int32_t status)
+{
+    std::string extraInfo;
+    NudgePublishServiceState(NudgeServiceName::RECEIVE, NudgeServiceName::SHARE, extraInfo, status);
+}
+
 sptr<TrellisService> MotionReceiverCallback::Service() const
 {
     sptr<TrellisService> service = trellisServicePtr_.promote();

@@ -71,7 +71,7 @@ void Handler::Answer(const MotionReceiverCallback& callback, uint32_t actionId, 
         return;
     }
     delivering_ = true;
-    NudgePublishServiceState(NudgeRole::RECEIVER, NudgeServiceState::STARTED);
+    callback.Show(NudgeServiceState::STARTED);
     const bool isOn = state == NudgeShareState::ENABLE;
     if (!Post(isOn ? MSG_NUDGE_MOTION_TIMEOUT : MSG_NUDGE_SHARE_DISABLE)) {
         SHARE_LOGE(
@@ -88,7 +88,7 @@ void Handler::End(const Event& event, void (*notify)(const MotionReceiverCallbac
         return;
     }
     ClearDeliveringFlag();
-    NudgePublishServiceState(NudgeRole::RECEIVER, NudgeServiceState::ENDED);
+    callback->Show(NudgeServiceState::ENDED);
     notify(*callback, static_cast<int32_t>(event->GetParam()));
 }
 

@@ -120,6 +120,18 @@ void MotionSenderCallback::SetDeviceId(const std::string& deviceId)
     deviceId_ = deviceId;
 }
 
+void MotionSenderCallback::NudgePublishServiceState(
+    const std::string& serviceName, const std::string& serviceName2, std::string& extraInfo, int32_t status)
+{
+    PublishNudgeState(NudgeRole::SENDER, serviceName, serviceName2, extraInfo, status);
+}
+
+void MotionSenderCallback::Show(int32_t status)
+{
+    std::string extraInfo;
+    NudgePublishServiceState(NudgeServiceName::SEND, NudgeServiceName::SHARE, extraInfo, status);
+}
+
 sptr<TrellisService> MotionSenderCallback::Service() const
 {
     sptr<TrellisService> service = trellisServicePtr_.promote();
@@ -217,7 +229,7 @@ void MotionSenderCallback::NudgeCheckAndDeleteMotionSender() const
     }
     ClearDeviceDiscoveredBy();
     if (const sptr<TrellisService> service = Service()) {
-        service->ReleaseMotionSenderCb();
+        service->ReleaseMotionSenderCb(this);
     }
 }
 

@@ -139,7 +139,7 @@ void Handler::StartNudge(MotionSenderCallback& callback, const sptr<ShareDevice>
     }
     CorvaneShareManager::ConnectCorvaneShareApiServiceEx();
     preparing_ = true;
-    NudgePublishServiceState(NudgeRole::SENDER, NudgeServiceState::STARTED);
+    callback.Show(NudgeServiceState::STARTED);
     if (shareState == NudgeShareState::DISABLE) {
         PostOrClear(Post(MSG_ON_NUDGE_PEER_SHARE_DISABLE), "MSG_ON_NUDGE_PEER_SHARE_DISABLE");
         return;
@@ -210,7 +210,7 @@ void Handler::End(const Ending& ending, const Event& event)
         callback->GetRadar()->ReportShareRadarInfo(radar.name, RadarStage::TAP, radar.result, radar.state, radar.code);
     }
     if (ending.endsPicture) {
-        NudgePublishServiceState(NudgeRole::SENDER, NudgeServiceState::ENDED);
+        callback->Show(NudgeServiceState::ENDED);
     }
     if (ending.notify != nullptr) {
         ending.notify(*callback, event);

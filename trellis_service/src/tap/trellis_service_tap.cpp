@@ -127,7 +127,7 @@ bool TrellisService::UnRegisterMotionSenderListener()
     return true;
 }
 
-void TrellisService::ReleaseMotionSenderCb()
+void TrellisService::ReleaseMotionSenderCb(const MotionSenderCallback* who)
 {
     sptr<MotionSenderCallback> dropped;
     MutexLock lock(motionSenderMutex_);
@@ -137,6 +137,10 @@ void TrellisService::ReleaseMotionSenderCb()
     }
     if (!motionSenderCb_->IsDeleting()) {
         SHARE_LOGI(Log::SERVICE, "motionSenderCb_ is not deleting, no release"); // it is wanted again
+        return;
+    }
+    if (who != nullptr && motionSenderCb_ != who) {
+        SHARE_LOGD(Log::SERVICE, "another motion sender, no release"); // the framework kept one that had gone
         return;
     }
     dropped = std::exchange(motionSenderCb_, nullptr);

@@ -19,6 +19,7 @@ enum class ControlResult : int32_t {
     UNREACHABLE = 3,       // no daemon answered
     PERMISSION_DENIED = 4, // the caller's token is not the owner's
     NO_SUCH_ENTRY = 5,     // what the words name does not exist
+    LIMIT = 11,            // as many watch as may
 };
 
 struct ControlAnswer {

@@ -48,6 +48,7 @@ public:
 
     // How long changes are gathered before watchers are told.
     static constexpr int64_t WATCH_DELAY_MS = 50;
+    static constexpr size_t MAX_WATCHERS = 64;
 
 private:
     class WatcherDeath;
@@ -58,7 +59,7 @@ private:
     };
 
     void TellWatchers();
-    void Tell(Watcher& watcher, const std::map<std::string, std::string>& state) const;
+    [[nodiscard]] bool Tell(Watcher& watcher, const std::map<std::string, std::string>& state) const;
     std::map<std::string, std::string> State() const;
     void Forget(const wptr<IRemoteObject>& object);
 

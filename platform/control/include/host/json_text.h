@@ -1,9 +1,11 @@
 #ifndef PLATFORM_CONTROL_HOST_JSON_TEXT_H
 #define PLATFORM_CONTROL_HOST_JSON_TEXT_H
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include <cJSON.h>
@@ -11,6 +13,26 @@
 #include "hilog/host_text.h"
 
 namespace OHOS::Host {
+
+// A value as text, on one line or laid out for people. Whoever parsed it took its escapes away: what is no UTF-8, or
+// steers a terminal, is escaped here again. Empty for a value that cannot be printed. Any thread.
+inline std::string JsonText(const cJSON* value, bool laidOut = false)
+{
+    const std::unique_ptr<char, void (*)(void*)> printed(
+        laidOut ? cJSON_Print(value) : cJSON_PrintUnformatted(value), cJSON_free);
+    std::string text;
+    for (std::string_view rest = printed == nullptr ? "" : printed.get(); !rest.empty();) {
+        const auto isPlain = [](char byte) { return static_cast<unsigned char>(byte) < 0x7F; };
+        const auto plainEnd = std::find_if_not(rest.begin(), rest.end(), isPlain);
+        const auto otherEnd = std::find_if(plainEnd, rest.end(), isPlain);
+        const auto plain = static_cast<size_t>(plainEnd - rest.begin());
+        const auto other = static_cast<size_t>(otherEnd - plainEnd);
+        text.append(rest.substr(0, plain)); // control characters have been escaped by the printer
+        AppendEscaped(text, rest.substr(plain, other), EscapeStyle::JSON);
+        rest.remove_prefix(plain + other);
+    }
+    return text;
+}
 
 // A JSON value being built; freed with its owner. One thread at a time. Texts may hold any bytes: peers choose names,
 // and what is not UTF-8, or steers a terminal, is escaped here. A value that is put into another one is given away.
@@ -80,8 +102,8 @@ public:
     }
     std::string Text() const
     {
-        std::unique_ptr<char, void (*)(void*)> text(cJSON_PrintUnformatted(value_.get()), cJSON_free);
-        return text == nullptr ? std::string("null") : std::string(text.get());
+        std::string text = JsonText(value_.get());
+        return text.empty() ? "null" : text;
     }
 
 private:
@@ -97,6 +119,16 @@ private:
 
     std::unique_ptr<cJSON, void (*)(cJSON*)> value_;
 };
+
+template <typename Numbers>
+Json NumbersJson(const Numbers& numbers)
+{
+    Json list = Json::Array();
+    for (int64_t number : numbers) {
+        list.Add(number);
+    }
+    return list;
+}
 
 } // namespace OHOS::Host
 

@@ -214,6 +214,9 @@ public:
     /// Hears that something of the model has changed, once for changes that come together. Replaces the listener
     /// before.
     void SetChangeListener(ChangeListener listener);
+    /// Waits until listeners and event sink have returned from all that has changed up to here, five seconds at most.
+    /// Does not wait in manual time, nor when a listener calls.
+    void WaitUntilTold();
     /// Publishes an event that no change of the model causes, as a person at `pelago sim event` wants it.
     void Publish(DeviceEvent event);
     /// Publishes that the data of this package was cleared.
@@ -277,7 +280,7 @@ public:
     [[nodiscard]] std::vector<Application> ForegroundApplications() const;
     /// A process says which application it is; a pid once, the last word holds. False at the limit.
     [[nodiscard]] bool AttachApplication(const Application& application);
-    /// The process has ended: it leaves screen and focus.
+    /// The process has ended: it leaves screen and focus. Nothing for one who is in neither.
     void DetachApplication(int32_t pid);
     [[nodiscard]] std::vector<Application> AttachedApplications() const;
     static constexpr size_t MAX_APPLICATIONS = 256;
@@ -302,7 +305,7 @@ public:
     [[nodiscard]] DeviceSnapshot Snapshot() const;
     /// Takes over radios, airplane mode, timings, users and commands of an earlier device, at once and silently: before
     /// anybody listens. The rest of the snapshot is not looked at. False, and nothing changed, when its users are not
-    /// those of a device: two with one id, or one in front or active who is not there.
+    /// those of a device: two with one id, or one in front or active who is not there or is active twice.
     [[nodiscard]] bool Become(const DeviceSnapshot& earlier);
 
 private:
