@@ -161,6 +161,7 @@ FuzzClient::FuzzClient(std::unique_ptr<TestClient> process) : client(std::move(p
 
 FuzzClient::~FuzzClient()
 {
+    client->Process().SetHanging(false); // takes what has waited for it, and the descriptors in that
     client->Kill();
     for (int descriptor : descriptors) {
         (void)::close(descriptor); // ours alone

@@ -2,9 +2,10 @@
 // of the framework to the callbacks of a tap, and of the service to clients. What comes back goes into later ones.
 #include <array>
 
+#include <unistd.h>
+
 #include "compose.h"
 #include "device.h"
-#include "discovery/cache_map_manager.h"
 #include "host/device.h"
 #include "i_trellis_service.h"
 #include "service_fixture.h"
@@ -49,6 +50,15 @@ public:
             engineObjects_.push_back(offer->AsObject());
         }
     }
+
+    ~Play()
+    {
+        for (int descriptor : engineDescriptors_) {
+            (void)::close(descriptor); // came with replies, for us alone
+        }
+    }
+    Play(const Play&) = delete;
+    Play& operator=(const Play&) = delete;
 
     void Step()
     {
@@ -100,8 +110,8 @@ private:
             return;
         }
         Made made = Call(transmits[feed_.Below(transmits.size())], TRANSMIT, EnginePool());
-        bool isEnd = made.code == static_cast<uint32_t>(TransmitCallbackCode::ON_SUCCESS);
-        Plant(Target::STUBS, made.isLikely && isEnd && transmits.size() > 1); // one of two sends has ended well
+        bool isDetailed = made.code == static_cast<uint32_t>(TransmitCallbackCode::ON_DETAIL_ERROR);
+        Plant(Target::STUBS, made.isLikely && isDetailed); // of a send that is under way or was
     }
     void TellReceiver()
     {

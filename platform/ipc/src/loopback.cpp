@@ -76,9 +76,11 @@ public:
     {
         other_ = &other;
     }
+    // One of the two is dead: what it has not looked at goes with it.
     void Part()
     {
         other_ = nullptr;
+        pending_.clear();
     }
     // The process on the far side stops to answer, or goes on with what has piled up meanwhile.
     void SetFarSideHanging(bool hanging)
