@@ -20,7 +20,7 @@ told() {
 # read_on: reads the state file again and again. An empty one is being written and says nothing.
 read_on() {
     trap - EXIT
-    while true; do
+    while [ -d "$work" ]; do
         numbers switch.cfg 100 | grep . >>"$work/read" || true
         sleep 0.01
     done
@@ -49,7 +49,7 @@ soon told 3
 soon holds switch.cfg 100 "1 2 0"
 
 say "Bluetooth restarts itself, and is back within three seconds: the client hears both, the state file shows nothing"
-do_it pelago sim slow away 1500
+do_it pelago sim slow away 2500
 read_on &
 reader=$!
 do_it pelago sim bluetooth restart

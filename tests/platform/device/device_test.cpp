@@ -158,8 +158,9 @@ TEST_F(DeviceTest, TokensTakeNamesOfSocketsAndATooLongUdidIsRefusedWhole)
     EXPECT_FALSE(
         device.TokenHolds(added, PERMISSION_SWITCH_CONTROL) || device.TokenHolds(0, PERMISSION_ACCESS_SERVICE));
     const std::string longest(Device::MAX_TOKEN_NAME, 'a');
-    for (const std::string name :
-        {"", "guest-2", "owner", "..", "a/b", "A", "with space", "a\n", (longest + "a").c_str()}) {
+    const std::vector<std::string> refused{
+        "", "guest-2", "owner", "..", "a/b", "A", "with space", "a\n", longest + "a"};
+    for (const std::string& name : refused) {
         EXPECT_EQ(device.AddToken({name, 0, {}, 0600}), 0U) << name;
     }
     EXPECT_EQ(device.AddToken({longest, 0, {}, 0600}), added + 1);
