@@ -49,7 +49,10 @@ int64_t MemoryKb(pid_t pid)
 
 // One device with its front end and the application in focus.
 struct Side {
-    std::string id;
+    explicit Side(std::string name) : id(std::move(name))
+    {}
+
+    const std::string id;
     fs::path inbox;
     std::unique_ptr<RunningDevice> device;
     std::unique_ptr<Child> front;

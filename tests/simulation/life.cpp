@@ -29,8 +29,8 @@ struct LifeReport {
 
 void Hash(uint64_t& hash, const std::string& text)
 {
-    for (unsigned char byte : text) {
-        hash = (hash ^ byte) * HASH_FACTOR;
+    for (char byte : text) {
+        hash = (hash ^ static_cast<unsigned char>(byte)) * HASH_FACTOR;
     }
 }
 
