@@ -204,9 +204,10 @@ constexpr size_t STOP = std::size(STORIES) - 1;
 const char* TellAll(Phone& phone, size_t from, size_t to)
 {
     for (size_t i = from; i <= to; ++i) {
-        (phone.*STORIES[i].tell)();
-        if (!SimulatedDevice::Settle(LONGEST_WAIT_MS) || !(phone.*STORIES[i].hasWorked)()) {
-            return STORIES[i].name;
+        const Story& story = STORIES[i];
+        (phone.*story.tell)();
+        if (!SimulatedDevice::Settle(LONGEST_WAIT_MS) || !(phone.*story.hasWorked)()) {
+            return story.name;
         }
     }
     return nullptr;
@@ -225,14 +226,15 @@ void TellWithFault(size_t index, uint64_t n, const std::string& folder, Outcome&
         SetFault(outcome, "before the fault", broken);
         return;
     }
+    const Story& story = STORIES[index];
     Host::Faults::FailNth(n);
-    (phone.*STORIES[index].tell)();
+    (phone.*story.tell)();
     bool rests = SimulatedDevice::Settle(LONGEST_WAIT_MS);
     outcome.faultTaken = Host::Faults::Calls() >= n;
     std::snprintf(outcome.failed, sizeof(outcome.failed), "%s", Host::Faults::LastFailed().c_str());
     Host::Faults::Clear();
     if (!rests) {
-        SetFault(outcome, "does not come to rest", STORIES[index].name);
+        SetFault(outcome, "does not come to rest", story.name);
         return;
     }
     if (index == START || index == STOP) {
@@ -247,7 +249,7 @@ void TellWithFault(size_t index, uint64_t n, const std::string& folder, Outcome&
         (void)SimulatedDevice::Settle(LONGEST_WAIT_MS); // was told to rest before
     }
     if (phone.HoldsDescriptors()) {
-        SetFault(outcome, "descriptors are left", STORIES[index].name);
+        SetFault(outcome, "descriptors are left", story.name);
     }
 }
 
