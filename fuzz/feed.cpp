@@ -15,7 +15,7 @@ constexpr int64_t ODD_NUMBERS[] = {-1, std::numeric_limits<int32_t>::min(), std:
     501, 1004, 1007, 1009, 1012, 1203, 1221, 10000, 65536};
 
 constexpr uint8_t FIRST_HUGE_TEXT = 240;
-constexpr size_t HUGE_STEP = 16 * 1024;
+constexpr size_t HUGE_STEP = size_t{16} * 1024;
 
 } // namespace
 

@@ -22,7 +22,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     const char* name = std::getenv("PELAGO_FUZZ_TARGET");
     g_only = name == nullptr ? nullptr : FindTarget(name);
     if (name != nullptr && g_only == nullptr) {
-        std::fprintf(stderr, "fuzz: no target '%s'; there are: stubs records json framing channel files\n", name);
+        (void)std::fprintf(stderr, "fuzz: no target '%s'; there are: stubs records json framing channel files\n", name);
         std::exit(2);
     }
     return 0;

@@ -33,7 +33,7 @@ int main(int argc, char** argv)
             std::ifstream file(path, std::ios::binary);
             std::string bytes{std::istreambuf_iterator<char>(file), {}};
             std::printf("%s\n", path.c_str());
-            std::fflush(stdout); // the last line names the input that fails
+            (void)std::fflush(stdout); // the last line names the input that fails
             OHOS::Pelago::Fuzz::PlayInput(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
             ++played;
         }

@@ -351,7 +351,7 @@ int main(int argc, char** argv)
     using namespace OHOS::Pelago;
     using namespace OHOS::Pelago::Fuzz;
     if (argc != 2) {
-        std::fprintf(stderr, "fuzz_seeds: takes the folder of the corpora, e.g. fuzz/corpus\n");
+        (void)std::fprintf(stderr, "fuzz_seeds: takes the folder of the corpora, e.g. fuzz/corpus\n");
         return 2;
     }
     g_folder = argv[1];

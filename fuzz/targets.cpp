@@ -35,7 +35,7 @@ void PlayInput(const uint8_t* data, size_t size)
 
 void Fail(std::string_view what)
 {
-    std::fprintf(stderr, "fuzz: %.*s\n", static_cast<int>(what.size()), what.data());
+    (void)std::fprintf(stderr, "fuzz: %.*s\n", static_cast<int>(what.size()), what.data());
     std::abort();
 }
 

@@ -50,7 +50,7 @@ constexpr const char* SourceFileName(const char* path)
         ::OHOS::Pelago::SourceFileName(__FILE__), __LINE__, function __VA_OPT__(, ) __VA_ARGS__)
 #define SHARE_LOG(level, label, ...) SHARE_LOG_AS(__FUNCTION__, level, label, __VA_ARGS__)
 
-// For a lambda, which has no name that a reader of the log would know: it captures [function = __FUNCTION__].
+// For a lambda, which has no name that a reader of the log would know: it captures the __FUNCTION__ of where it stands.
 #define SHARE_LOGI_AS(function, label, ...) SHARE_LOG_AS(function, LOG_INFO, label, __VA_ARGS__)
 
 #define SHARE_LOGD(label, ...) SHARE_LOG(LOG_DEBUG, label, __VA_ARGS__)

@@ -11,6 +11,10 @@
 
 #include <gtest/gtest.h>
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
 #include "world.h"
 
 namespace OHOS::Pelago {
@@ -37,6 +41,16 @@ void Hash(uint64_t& hash, const std::string& text)
 void SetFault(LifeReport& report, const std::string& text)
 {
     std::snprintf(report.fault, sizeof(report.fault), "%s", text.c_str());
+}
+
+// Only a build with the address sanitizer can tell.
+bool HasLeaked()
+{
+#if defined(__SANITIZE_ADDRESS__)
+    return __lsan_do_recoverable_leak_check() != 0;
+#else
+    return false;
+#endif
 }
 
 // Half of the lives end by a stop, the others as a process does that is killed.
@@ -66,6 +80,9 @@ void Live(const SimulationRun& run, uint64_t life, uint64_t limit, const std::st
     }
     if (fault.empty() && testing::Test::HasFailure()) {
         fault = "a check of the fakes failed";
+    }
+    if (fault.empty() && stops && HasLeaked()) {
+        fault = "objects are left that nobody can reach";
     }
     SetFault(report, fault);
 }

@@ -46,7 +46,9 @@ const World::StepRow World::STEPS[] = {
     {"report", 25, &World::ReportTransfer},
     {"end", 6, &World::EndTransfer},
     {"cancel", 3, &World::CancelEntry},
+    {"race", 4, &World::Race},
     {"notify info", 1, &World::NotifyClientInfo},
+    {"ask", 3, &World::Ask},
     {"offer", 5, &World::Offer},
     {"follow receive", 2, &World::FollowReceive},
     {"radio", 6, &World::SwitchRadio},
@@ -148,7 +150,8 @@ void World::UnregisterClient()
 {
     if (!clients_.empty()) {
         TestClient& client = DrawClient();
-        (void)client->UnRegisterTrellisCallback(client.callback);
+        (void)(dice_.OneIn(3) ? client->UnRegisterCorvaneShareApiTrellisCallback(client.callback)
+                              : client->UnRegisterTrellisCallback(client.callback));
     }
 }
 
@@ -193,13 +196,20 @@ void World::LosePeer()
     engine_->Lost(Peer(id, contacts_[id], "contact"));
 }
 
-void World::SendToEntry()
+// An entry whose devices may have records again.
+ShareDeviceInfo World::DrawTarget()
 {
     ShareDeviceInfo entry = DrawEntry();
     for (const ShareDeviceInfo& member : CacheMapManager::GetShareDeviceInfoList(entry)) {
         ended_.erase(member.deviceId);
     }
     ended_.erase(entry.deviceId);
+    return entry;
+}
+
+void World::SendToEntry()
+{
+    ShareDeviceInfo entry = DrawTarget();
     TestClient& client = DrawClient();
     if (dice_.OneIn(2)) {
         (void)client->PrepareSend(entry);
@@ -268,9 +278,64 @@ void World::CancelEntry()
     (void)DrawClient()->Cancel(DrawEntry());
 }
 
+// A contact's devices begin to receive one after the other: whoever is heard first wins, the others are let go before
+// they are heard.
+void World::Race()
+{
+    ShareDeviceInfo entry = DrawTarget();
+    TestClient& client = DrawClient();
+    if (!client->PrepareSend(entry)) {
+        return; // meant: a send without it inherits the winner of the one before
+    }
+    started_.clear();
+    DataBean data;
+    (void)client->SendFile(entry, data, "simulation");
+    Settle();
+    size_t offset = started_.empty() ? 0 : dice_.Below(started_.size());
+    size_t winners = 0;
+    for (size_t i = 0; i < started_.size(); ++i) {
+        const ScriptedTransfer& transfer = *started_[(i + offset) % started_.size()];
+        if (!transfer.cancelled) {
+            engine_->Report(transfer.deviceId, [](ITransmitCallback& callback) { callback.OnProgess(1); });
+            Settle();
+            ++winners;
+        }
+    }
+    if (!started_.empty() && winners != 1) {
+        fault_ = std::to_string(winners) + " of " + std::to_string(started_.size()) + " have won";
+    }
+}
+
 void World::NotifyClientInfo()
 {
     (void)DrawClient()->NotifyInfo(DrawEntry(), static_cast<int32_t>(1200 + dice_.Below(30)));
+}
+
+// What changes little or nothing.
+void World::Ask()
+{
+    TestClient& client = DrawClient();
+    ShareDeviceInfo entry = DrawEntry();
+    auto number = static_cast<int32_t>(dice_.Below(4));
+    const std::array<std::function<void(ITrellisService&)>, 16> questions{
+        [=](ITrellisService& service) { (void)service.SetShareEnable(number, number, true); },
+        [](ITrellisService& service) { (void)service.IsEnabled(); },
+        [](ITrellisService& service) { (void)service.GetEnableState(); },
+        [](ITrellisService& service) { (void)service.GetAccountInfo(); },
+        [](ITrellisService& service) { (void)service.GetAllUserList(); },
+        [](ITrellisService& service) { (void)service.GetSendingUserList(); },
+        [](ITrellisService& service) { (void)service.GetReceiverActionCallback(); },
+        [](ITrellisService& service) { (void)service.GetPreviewData(); },
+        [](ITrellisService& service) { (void)service.StartConnect(); },
+        [](ITrellisService& service) { (void)service.StopConnect(); },
+        [](ITrellisService& service) { (void)service.IsFocusPidsRegisterSwing(); },
+        [](ITrellisService& service) { (void)service.IsAppForeground("application"); },
+        [](ITrellisService& service) { (void)service.ApplyUriPermission("file://a"); },
+        [=](ITrellisService& service) { (void)service.SwingConfirm(entry, number); },
+        [](ITrellisService& service) { (void)service.RegisterCorvaneShareApiEvent("event"); },
+        [](ITrellisService& service) { (void)service.UnRegisterCorvaneShareApiEvent("event"); },
+    };
+    dice_.Of(questions)(*client.operator->());
 }
 
 void World::Offer()
@@ -376,6 +441,10 @@ void World::RegisterApplication()
         applications_.push_back(std::move(application));
     }
     Application& application = applications_[dice_.Below(applications_.size())];
+    if (dice_.OneIn(10)) {
+        (void)(*application.client)->UnregisterShareApiCallback(application.callback);
+        return;
+    }
     auto eventId = static_cast<int32_t>(2 + dice_.Below(2));
     auto cbId = static_cast<int32_t>(dice_.Below(3)) - 1;
     (void)(dice_.OneIn(4) ? (*application.client)->UnregisterShareEventCallback(eventId, cbId)
@@ -447,6 +516,8 @@ void World::MotionState()
     std::string id = PeerId();
     auto trans = static_cast<int32_t>(1 + dice_.Below(2));
     auto state = static_cast<int32_t>(dice_.Below(8));
+    senderTapSince_ = INT64_MAX; // a tap whose data move lasts as long as the engine says
+    receiverTapSince_ = INT64_MAX;
     if (dice_.OneIn(2)) {
         engine_->Report(id, [=](ITransmitCallback& callback) { callback.OnMotionState(trans, state, 1); });
     } else {

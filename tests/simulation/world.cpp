@@ -16,14 +16,19 @@
 #include "host/faults.h"
 #include "host/host_settings.h"
 #include "host/scheduler.h"
+#include "host/timers.h"
 #include "runtime_env.h"
 #include "service_fixture.h"
+#include "switch/share_setting_keys.h"
 #include "transfer/descriptor_ledger.h"
 
 namespace OHOS::Pelago {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr int64_t TEN_MINUTES_MS = 600'000;
+constexpr int64_t LONGEST_TAP_MS = 10'000; // a time-out and what is shown behind it
 
 std::string ContentOf(const std::string& path)
 {
@@ -38,6 +43,11 @@ int32_t FieldOf(const std::string& content, size_t index)
         content.copy(reinterpret_cast<char*>(&field), sizeof(field), index * sizeof(field));
     }
     return field;
+}
+
+std::string SettingOf(const char* key)
+{
+    return Host::HostSettings::Get(key).value_or("none");
 }
 
 } // namespace
@@ -59,7 +69,10 @@ size_t Dice::Below(size_t limit)
 World::World(uint64_t seed, const std::string& folder, bool isFirstLife)
     : dice_(seed), device_(dice_.Next(), folder, isFirstLife), fault_(device_.fault)
 {
-    engine_->whenStarted = [this](ScriptedTransfer& transfer) { ended_.erase(transfer.deviceId); };
+    engine_->whenStarted = [this](ScriptedTransfer& transfer) {
+        ended_.erase(transfer.deviceId);
+        started_.push_back(engine_->TransferTo(transfer.deviceId));
+    };
     file_ = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
     DrawHardware();
     descriptors_ = CountDescriptors();
@@ -140,7 +153,8 @@ std::string World::TakeTrace()
 
 std::string World::FindFault()
 {
-    for (auto find : {&World::FindListFault, &World::FindSendFault, &World::FindSwitchFault, &World::FindFileFault}) {
+    for (auto find : {&World::FindListFault, &World::FindSendFault, &World::FindSwitchFault, &World::FindTimerFault,
+             &World::FindFileFault, &World::FindTapFault}) {
         if (fault_.empty()) {
             fault_ = (this->*find)();
         }
@@ -212,6 +226,22 @@ std::string World::FindSwitchFault()
     return {};
 }
 
+// A reload stops nothing either; the timer that then fires finds another state, and does nothing.
+std::string World::FindTimerFault()
+{
+    auto snapshot = DelayedSingleton<ShareSwitchManager>::GetInstance()->GetSnapshot();
+    bool isTimed = snapshot.enableState == STATE_SHARE_ENABLE && snapshot.detectableType == DETECTABLE_TIMED;
+    std::vector<Host::ArmedTimer> timers = Host::ArmedTimers();
+    int64_t now = Host::Scheduler::Instance().BootTimeMs();
+    if (timers.size() > 1 || (!timers.empty() && (timers[0].dueMs <= now || timers[0].dueMs > now + TEN_MINUTES_MS))) {
+        return "the timer is none of ten minutes";
+    }
+    if (faulted_ || reloaded_ || isTimed != timers.empty()) {
+        return {};
+    }
+    return isTimed ? "no timer ends the ten minutes" : "the timer runs, and the device is not visible for ten minutes";
+}
+
 // When clients are told of a change the disk has it, but for a radio that heals itself, for what a failure has kept
 // from the disk, and for what a user's own set-up makes of the state that was loaded.
 std::string World::FindFileFault()
@@ -237,11 +267,34 @@ std::string World::FindFileFault()
     if (faulted_ || healing || isLocked || !told || !sameUser || snapshot.localUserId != inFront) {
         return {};
     }
-    if (FieldOf(files_[inFront], 0) != snapshot.enableState) {
-        return "the state file says " + std::to_string(FieldOf(files_[inFront], 0)) + ", the switch " +
-               std::to_string(snapshot.enableState) + " for user " + std::to_string(inFront);
+    const std::string& file = files_[inFront];
+    std::string memory = std::to_string(snapshot.enableState) + "," + std::to_string(snapshot.detectableType);
+    std::string disk = std::to_string(FieldOf(file, 0)) + "," + std::to_string(FieldOf(file, 1));
+    std::string settings = SettingOf(SettingKey::MAIN_STATE) + "," + SettingOf(SettingKey::DETECT_STATE);
+    if (disk != memory || settings != memory) {
+        return "the switch is " + memory + ", the file of user " + std::to_string(inFront) + " says " + disk +
+               ", the settings say " + settings;
     }
     return {};
+}
+
+// Without a word of the engine a tap is over when its longest wait is.
+std::string World::FindTapFault()
+{
+    TrellisService::TapView tap = TrellisService::GetTapView();
+    int64_t now = Host::Scheduler::Instance().BootTimeMs();
+    auto isEndless = [now](bool runs, int64_t& since) {
+        if (!runs) {
+            since = 0;
+        } else if (since == 0) {
+            since = now;
+        }
+        return runs && now - since > LONGEST_TAP_MS;
+    };
+    if (isEndless(tap.preparing, senderTapSince_)) {
+        return "a tap of the sending side does not end";
+    }
+    return isEndless(tap.delivering, receiverTapSince_) ? "a tap of the receiving side does not end" : "";
 }
 
 std::string World::Stop()

@@ -73,6 +73,7 @@ private:
     ShareDevice DrawPeer();
     // An entry of the list that clients see; now and then one that is not there.
     ShareDeviceInfo DrawEntry();
+    ShareDeviceInfo DrawTarget();
     TestClient& DrawClient();
     sptr<TrellisService> Service();
     void ListenAsAuditor();
@@ -92,7 +93,9 @@ private:
     void ReportTransfer();
     void EndTransfer();
     void CancelEntry();
+    void Race();
     void NotifyClientInfo();
+    void Ask();
     void Offer();
     void FollowReceive();
     void SwitchRadio();
@@ -115,7 +118,9 @@ private:
     std::string FindListFault();
     std::string FindSendFault();
     std::string FindSwitchFault();
+    std::string FindTimerFault();
     std::string FindFileFault();
+    std::string FindTapFault();
 
     Dice dice_;
     SimulatedDevice device_;
@@ -132,6 +137,9 @@ private:
     std::set<std::string> shown_;             // the entries that the auditor was told found and not lost
     std::set<std::string> ended_;             // peers whose last transfer has ended, and that no send has touched since
     std::map<int32_t, std::string> files_;    // of users who are not in front, as they were
+    std::vector<std::shared_ptr<ScriptedTransfer>> started_; // transfers of this step
+    int64_t senderTapSince_ = 0;   // boot time at which the tap that runs was seen first; 0: none runs
+    int64_t receiverTapSince_ = 0; // the same of the other side
     std::string heard_;
     std::string fault_; // seen inside a callback
     int32_t nextPid_ = 5000;

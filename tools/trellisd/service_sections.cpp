@@ -7,6 +7,8 @@
 #include "gesture/corvane_share_callback_manager.h"
 #include "host/device.h"
 #include "host/json_text.h"
+#include "host/scheduler.h"
+#include "host/timers.h"
 #include "switch/share_switch_manager.h"
 #include "transfer/descriptor_ledger.h"
 
@@ -106,6 +108,18 @@ Json SizesJson()
     return json;
 }
 
+Json TimersJson()
+{
+    Json timers = Json::Array();
+    for (const Host::ArmedTimer& timer : Host::ArmedTimers()) {
+        Json entry = Json::Object();
+        entry.Put("id", static_cast<int64_t>(timer.id))
+            .Put("inMs", timer.dueMs - Host::Scheduler::Instance().BootTimeMs());
+        timers.Add(std::move(entry));
+    }
+    return timers;
+}
+
 Json IpcJson(const Host::IpcServer& server)
 {
     Host::IpcCounters counters = Host::CountIpc();
@@ -191,6 +205,7 @@ void AddServiceSections(Host::DeviceControl& control, const std::shared_ptr<Loca
         return Host::Done(Json::Object()
                               .Put("switch", SwitchJson())
                               .Put("sizes", SizesJson())
+                              .Put("timers", TimersJson())
                               .Put("engine", EngineJson(*engine))
                               .Put("gesture", GestureJson())
                               .Put("tap", TapJson())

@@ -5,13 +5,16 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 #include "itimer_info.h"
 #include "refbase.h"
 
 namespace OHOS::Host {
+struct ArmedTimer;
 struct StaticState;
 class TaskQueue;
+std::vector<ArmedTimer> ArmedTimers();
 } // namespace OHOS::Host
 
 namespace OHOS::MiscServices {
@@ -48,6 +51,7 @@ public:
 
 private:
     friend struct Host::StaticState;
+    friend std::vector<Host::ArmedTimer> Host::ArmedTimers();
 
     struct Timer {
         std::shared_ptr<ITimerInfo> info;
@@ -58,6 +62,7 @@ private:
     };
 
     TimeServiceClient() = default;
+    static const sptr<TimeServiceClient>& Instance();
     void Disarm(Timer& timer);
     [[nodiscard]] bool Arm(uint64_t timerId, Timer& timer, uint64_t dueMs);
     void Trigger(uint64_t timerId, uint64_t arming);

@@ -6,6 +6,7 @@
 
 #include "host/faults.h"
 #include "host/scheduler.h"
+#include "host/timers.h"
 
 namespace OHOS::MiscServices {
 namespace {
@@ -23,8 +24,13 @@ uint64_t Bounded(uint64_t ms)
 
 sptr<TimeServiceClient> TimeServiceClient::GetInstance()
 {
+    return Faults::Take("time_service.instance") ? nullptr : Instance();
+}
+
+const sptr<TimeServiceClient>& TimeServiceClient::Instance()
+{
     static auto* client = new sptr<TimeServiceClient>(new TimeServiceClient());
-    return Faults::Take("time_service.instance") ? nullptr : *client;
+    return *client;
 }
 
 uint64_t TimeServiceClient::CreateTimer(std::shared_ptr<ITimerInfo> timerInfo)
@@ -121,3 +127,20 @@ std::shared_ptr<ITimerInfo> TimeServiceClient::TakeTrigger(uint64_t timerId, uin
 }
 
 } // namespace OHOS::MiscServices
+
+namespace OHOS::Host {
+
+std::vector<ArmedTimer> ArmedTimers()
+{
+    auto& client = *MiscServices::TimeServiceClient::Instance();
+    std::vector<ArmedTimer> armed;
+    std::lock_guard lock(client.mutex_);
+    for (const auto& [id, timer] : client.timers_) {
+        if (!timer.queue->IsIdle()) {
+            armed.push_back({id, static_cast<int64_t>(timer.dueMs)});
+        }
+    }
+    return armed;
+}
+
+} // namespace OHOS::Host

@@ -324,7 +324,8 @@ bool TrellisService::SetReceiveState(bool enable, const sptr<SMReceiveCallback>&
 // The hubs of the share API are not told.
 void TrellisService::NotifyCallbackOnEnableStatusChanged()
 {
-    ForEachTrellisCallback([function = __FUNCTION__](const sptr<PelagoTrellisServiceCallback>& callback) {
+    const char* const function = __FUNCTION__;
+    ForEachTrellisCallback([function](const sptr<PelagoTrellisServiceCallback>& callback) {
         SHARE_LOGI_AS(function, Log::SERVICE, "OnEnableStatusChanged");
         callback->OnEnableStatusChanged();
     });

@@ -197,7 +197,8 @@ void TrellisService::TapDeviceFound(ShareDeviceInfo& device)
     }
     UpdateAlternativePidsByForeground(pids);
     DelayedSingleton<CorvaneShareCallbackManager>::GetInstance()->NotifyUserDeviceFound(device, pids, radar);
-    const auto logSize = [&, function = __FUNCTION__](size_t size) {
+    const char* const function = __FUNCTION__;
+    const auto logSize = [&](size_t size) {
         SHARE_LOGI_AS(function, Log::SERVICE,
             "corvaneShareApiCBVector size %{public}ld type %{public}d discov %{public}d", static_cast<long>(size),
             device.deviceType, static_cast<int32_t>(device.discoveredBy));
@@ -215,10 +216,11 @@ sptr<MotionSenderCallback> TrellisService::MotionSender()
 
 void TrellisService::DeviceLost(const ShareDeviceInfo& device)
 {
+    const char* const function = __FUNCTION__;
     const auto tell = [&](const sptr<PelagoTrellisServiceCallback>& client) { client->OnDeviceLost(device); };
     ForEachTrellisCallback(tell);
     ForEachShareApiCallback(
-        [function = __FUNCTION__](size_t size) {
+        [function](size_t size) {
             SHARE_LOGI_AS(function, Log::SERVICE, "DeviceLost, corvaneShareApiCBVector size %{public}ld",
                 static_cast<long>(size));
         },
@@ -239,10 +241,11 @@ void TrellisService::HandleOnDeviceLost(const ShareDeviceInfo& device)
         SHARE_LOGI(Log::SERVICE, "IsOneInMergeDevice");
         return;
     }
+    const char* const function = __FUNCTION__;
     const auto tell = [&](const sptr<PelagoTrellisServiceCallback>& client) { client->OnDeviceLost(*view); };
     ForEachTrellisCallback(tell);
     ForEachShareApiCallback(
-        [function = __FUNCTION__](size_t size) {
+        [function](size_t size) {
             SHARE_LOGI_AS(function, Log::SERVICE, "corvaneShareApiCBVector size %{public}ld", static_cast<long>(size));
         },
         tell);

@@ -121,7 +121,7 @@ std::vector<int32_t> TrellisService::GetMatchedFocusedPidsFromCorvaneShareCallba
 {
     SHARE_LOGI(Log::PROXY, "enter, eventId %{public}d, queryPids %{public}lu.", eventId,
         static_cast<unsigned long>(pids.size()));
-    const std::vector<int32_t> matched = ShareApi()->GetMatchedFocusedPids(eventId, pids);
+    std::vector<int32_t> matched = ShareApi()->GetMatchedFocusedPids(eventId, pids);
     SHARE_LOGI(Log::PROXY, "exit, eventId %{public}d, matchedPids %{public}lu.", eventId,
         static_cast<unsigned long>(matched.size()));
     return matched;

@@ -104,7 +104,7 @@ sptr<ShareDevice> MotionSenderCallback::ConvertToShareDevice(
         SHARE_LOGE(Log::SERVICE, "deviceId is null.");
         return nullptr;
     }
-    const sptr<ShareDevice> device = new ShareDevice();
+    sptr<ShareDevice> device = new ShareDevice();
     device->SetDeviceId(deviceId);
     device->SetUdidHash(deviceId);
     device->SetDeviceName(TextOf(json.get(), "deviceName"));

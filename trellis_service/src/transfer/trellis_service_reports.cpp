@@ -21,13 +21,14 @@ constexpr int8_t THERMAL_ACTION_URGENT = 2;
 void TrellisService::HandleOnTransStateChange(
     const ShareDeviceInfo& device, int64_t, int64_t stateValue, int64_t timeStamp)
 {
+    const char* const function = __FUNCTION__;
     ShareDeviceInfo view = CacheMapManager::ChangeToShareDeviceInfo(device);
     auto tell = [&](const sptr<PelagoTrellisServiceCallback>& callback) {
         callback->OnTransStateChange(view, view.GetEventCode(), stateValue, timeStamp);
     };
     ForEachTrellisCallback(tell);
     ForEachShareApiCallback(
-        [function = __FUNCTION__](size_t size) {
+        [function](size_t size) {
             SHARE_LOGI_AS(function, Log::SERVICE, "corvaneShareApiCBVector size %{public}ld", static_cast<long>(size));
         },
         tell);
