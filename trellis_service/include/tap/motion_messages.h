@@ -10,6 +10,8 @@
 // What the two sides of a tap have in common. The types are values; the functions may be called from any thread.
 namespace OHOS::Pelago {
 
+class TrellisService;
+
 // What a machine of a tap carries in its events: the text that began it, or the device that it leads to. Immutable once
 // sent.
 struct MotionMessage {
@@ -58,8 +60,11 @@ inline constexpr const char* SHARE = "UI_CorvaneShare";
 void PublishNudgeState(NudgeRole role, const std::string& serviceName, const std::string& serviceName2,
     std::string& extraInfo, int32_t status);
 
-// Whether this device takes part in sharing, as one of NudgeShareState.
-[[nodiscard]] uint8_t NudgeShareStateOf(bool isEnabled);
+// The service. Null, and logged, when it is gone.
+[[nodiscard]] sptr<TrellisService> ServiceOf(const wptr<TrellisService>& service);
+
+// Whether this device takes part in sharing, as one of NudgeShareState. One whose service is gone does not.
+[[nodiscard]] uint8_t NudgeShareStateOf(const wptr<TrellisService>& service);
 
 } // namespace OHOS::Pelago
 

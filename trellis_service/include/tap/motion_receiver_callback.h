@@ -118,8 +118,7 @@ private:
         const std::string& serviceName, const std::string& serviceName2, std::string& extraInfo, int32_t status);
     static void Show(int32_t status);
 
-    // The way to the service, on the runner. Null, and logged, when it is gone.
-    [[nodiscard]] sptr<TrellisService> Service() const;
+    // What goes to the service, on the runner. Nothing but a line in the log when that is gone.
     [[nodiscard]] uint8_t GetShareEnableState() const;
     void NudgeNotifyEnableShare() const;
     void NudgeNotifyConnectFailed(int32_t errorCode) const;

@@ -1,6 +1,7 @@
 #include "tap/motion_messages.h"
 
 #include "common_utils.h"
+#include "core/trellis_service.h"
 #include "omnibind_manager.h"
 #include "omnibind_utils.h"
 #include "share_log.h"
@@ -47,9 +48,19 @@ void PublishNudgeState(NudgeRole role, const std::string& serviceName, const std
     SHARE_LOGI(Log::SERVICE, "NudgePublishServiceState result %{public}d", result);
 }
 
-uint8_t NudgeShareStateOf(bool isEnabled)
+sptr<TrellisService> ServiceOf(const wptr<TrellisService>& service)
 {
-    return isEnabled ? NudgeShareState::ENABLE : NudgeShareState::DISABLE;
+    sptr<TrellisService> found = service.promote();
+    if (found == nullptr) {
+        SHARE_LOGE(Log::SERVICE, "trellisServicePtr_ nullptr.");
+    }
+    return found;
+}
+
+uint8_t NudgeShareStateOf(const wptr<TrellisService>& service)
+{
+    const sptr<TrellisService> found = ServiceOf(service);
+    return found != nullptr && found->IsEnabled() ? NudgeShareState::ENABLE : NudgeShareState::DISABLE;
 }
 
 } // namespace OHOS::Pelago

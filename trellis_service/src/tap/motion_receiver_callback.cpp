@@ -121,7 +121,7 @@ bool MotionReceiverCallback::CheckNudgeServiceCode(const cJSON* json)
 // Without anything to tell the tap stays unanswered: the peer runs into its own time-out.
 bool MotionReceiverCallback::ReplyAction(uint32_t actionId, uint8_t state, const std::string& concurrentId) const
 {
-    const sptr<TrellisService> service = Service();
+    const sptr<TrellisService> service = ServiceOf(trellisServicePtr_);
     if (service == nullptr) {
         return false;
     }
@@ -183,31 +183,21 @@ void MotionReceiverCallback::Show(int32_t status)
     NudgePublishServiceState(NudgeServiceName::RECEIVE, NudgeServiceName::SHARE, extraInfo, status);
 }
 
-sptr<TrellisService> MotionReceiverCallback::Service() const
-{
-    sptr<TrellisService> service = trellisServicePtr_.promote();
-    if (service == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "trellisServicePtr_ nullptr.");
-    }
-    return service;
-}
-
 uint8_t MotionReceiverCallback::GetShareEnableState() const
 {
-    const sptr<TrellisService> service = Service();
-    return NudgeShareStateOf(service != nullptr && service->IsEnabled());
+    return NudgeShareStateOf(trellisServicePtr_);
 }
 
 void MotionReceiverCallback::NudgeNotifyEnableShare() const
 {
-    if (const sptr<TrellisService> service = Service()) {
+    if (const sptr<TrellisService> service = ServiceOf(trellisServicePtr_)) {
         (void)service->NudgeNotifyEnableShare(); // always true, as below
     }
 }
 
 void MotionReceiverCallback::NudgeNotifyConnectFailed(int32_t errorCode) const
 {
-    if (const sptr<TrellisService> service = Service()) {
+    if (const sptr<TrellisService> service = ServiceOf(trellisServicePtr_)) {
         (void)service->NudgeNotifyConnectFailed(errorCode);
     }
 }

@@ -41,7 +41,7 @@ int32_t MotionSenderCallback::OnKnockEvent(sptr<Synfold::RequestResultInfo>)
 {
     UpdateFocusedPids();
     size_t matchedPids = 0;
-    if (const sptr<TrellisService> service = Service()) {
+    if (const sptr<TrellisService> service = ServiceOf(trellisServicePtr_)) {
         matchedPids =
             service->GetMatchedFocusedPidsFromCorvaneShareCallback(ShareEvent::KNOCK, GetFocusedPids()).size();
     }
@@ -106,7 +106,7 @@ std::vector<int32_t> MotionSenderCallback::GetFocusedPids() const
 void MotionSenderCallback::UpdateFocusedPids()
 {
     std::vector<int32_t> pids;
-    if (const sptr<TrellisService> service = Service()) {
+    if (const sptr<TrellisService> service = ServiceOf(trellisServicePtr_)) {
         service->GetFocusedPids(pids);
     }
     MutexLock lock(tapMutex_);
@@ -132,25 +132,15 @@ void MotionSenderCallback::Show(int32_t status)
     NudgePublishServiceState(NudgeServiceName::SEND, NudgeServiceName::SHARE, extraInfo, status);
 }
 
-sptr<TrellisService> MotionSenderCallback::Service() const
-{
-    sptr<TrellisService> service = trellisServicePtr_.promote();
-    if (service == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "trellisServicePtr_ nullptr.");
-    }
-    return service;
-}
-
 uint8_t MotionSenderCallback::GetShareEnableState() const
 {
-    const sptr<TrellisService> service = Service();
-    return NudgeShareStateOf(service != nullptr && service->IsEnabled());
+    return NudgeShareStateOf(trellisServicePtr_);
 }
 
 bool MotionSenderCallback::OnSynfoldDeviceFound(
     const sptr<ShareDevice>& device, int32_t& error, uint32_t updateFlag) const
 {
-    const sptr<TrellisService> service = Service();
+    const sptr<TrellisService> service = ServiceOf(trellisServicePtr_);
     return service != nullptr && service->OnSynfoldDeviceFound(device, error, updateFlag);
 }
 
@@ -166,21 +156,21 @@ void MotionSenderCallback::NudgeNotifyPeerShareDisable() const
 
 void MotionSenderCallback::NudgeNotifyEnableShare() const
 {
-    if (const sptr<TrellisService> service = Service()) {
+    if (const sptr<TrellisService> service = ServiceOf(trellisServicePtr_)) {
         (void)service->NudgeNotifyEnableShare(); // always true, as the two below
     }
 }
 
 void MotionSenderCallback::NudgeNotifyConnectFailed(int32_t errorCode) const
 {
-    if (const sptr<TrellisService> service = Service()) {
+    if (const sptr<TrellisService> service = ServiceOf(trellisServicePtr_)) {
         (void)service->NudgeNotifyConnectFailed(errorCode);
     }
 }
 
 void MotionSenderCallback::CancelForNudgeConnectTimeOut(const std::string& deviceId) const
 {
-    if (const sptr<TrellisService> service = Service()) {
+    if (const sptr<TrellisService> service = ServiceOf(trellisServicePtr_)) {
         (void)service->CancelForNudgeConnectTimeOut(deviceId);
     }
 }
@@ -192,7 +182,7 @@ void MotionSenderCallback::ClearDeviceDiscoveredBy() const
         MutexLock lock(tapMutex_);
         deviceId = deviceId_;
     }
-    if (const sptr<TrellisService> service = Service()) {
+    if (const sptr<TrellisService> service = ServiceOf(trellisServicePtr_)) {
         service->ClearDeviceDiscovererFlag(deviceId, Discoverer::TAP);
     }
 }
@@ -228,7 +218,7 @@ void MotionSenderCallback::NudgeCheckAndDeleteMotionSender() const
         return;
     }
     ClearDeviceDiscoveredBy();
-    if (const sptr<TrellisService> service = Service()) {
+    if (const sptr<TrellisService> service = ServiceOf(trellisServicePtr_)) {
         service->ReleaseMotionSenderCb(this);
     }
 }
