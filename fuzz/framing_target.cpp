@@ -49,7 +49,7 @@ void Append(std::string& bytes, const T& value)
 Host::IpcLimits Limits()
 {
     Host::IpcLimits limits;
-    limits.messageBytes = 64 * 1024;
+    limits.messageBytes = size_t{64} * 1024;
     limits.descriptorsPerMessage = 6;
     limits.objectsPerConnection = 16;
     limits.lanesPerConnection = 4;
@@ -232,7 +232,8 @@ void PlayLane(Feed& feed)
     sptr<IPCObjectStub> stub = new QuietStub();
     Demand(link->Objects().Give(stub, 1) == 1, "the first object has another number");
     auto [ours, theirs] = Pair();
-    Ipc::MessageReader reader(limits);
+    Ipc::Backlog backlog;
+    Ipc::MessageReader reader(limits, backlog);
     bool isGood = true;
     for (size_t step = 0; step < MOST_STEPS && isGood && !feed.AtEnd(); ++step) {
         std::vector<int> descriptors = DrawDescriptors(feed);
@@ -351,13 +352,13 @@ public:
 private:
     void OfferLane()
     {
-        auto [ours, theirs] = Pair();
+        auto ends = Pair();
         ControlMessage lane;
         lane.kind = static_cast<uint32_t>(Ipc::ControlKind::LANE);
         std::string bytes;
         Append(bytes, lane);
-        Send(control_.Get(), bytes, {theirs.Get()});
-        lanes_.push_back(std::move(ours));
+        Send(control_.Get(), bytes, {ends.second.Get()});
+        lanes_.push_back(std::move(ends.first));
     }
 
     UniqueFd control_;

@@ -119,50 +119,40 @@ TEST_F(ShareRadarDfxTest, EachEventHasItsKeysInTheirOrder)
     EXPECT_EQ(rows, 18U);
 }
 
-TEST_F(ShareRadarDfxTest, ASwingIsReportedInEverySceneAndClearsNothing)
-{
-    Fill(RadarScene::NONE);
-    radar_.ReportSwingDiscoveryEvent("Func", RadarStage::SWING_SEND, 3, RadarState::END, -5);
-    const std::string told = "FUNC=Func BIZ_SCENE=0 BIZ_STAGE=31 STAGE_RES=3 BIZ_STATE=2 ERROR_CODE=-5 ORG_PKG=pelago "
-                             "TRIGGER_MODE=12 TO_CALL_PKG=to LOCAL_UDID=BA781**015AD LOCAL_DEV_TYPE=A2F "
-                             "LOCAL_BLE_STATE=0 LOCAL_WIFI_STATE=-1 PEER_UDID=peerUdid PEER_DEV_TYPE=peerType "
-                             "PEER_BLE_MAC=peerMac PEER_NEARBY_VERSION=21 CONCURRENT_ID=c_1";
-    EXPECT_EQ(Written(), std::vector<std::string>{told});
-    EXPECT_EQ(radar_.GetConcurrentId(), "c_1");
-}
-
-TEST_F(ShareRadarDfxTest, AContactSendNeedsNoRecord)
+TEST_F(ShareRadarDfxTest, AContactSendNeedsNoRecordAndASwingIsReportedInEverySceneAndClearsNothing)
 {
     ShareRadarDfx::ReportContactSendEvent(0, 1, 0, -1);
     ShareRadarDfx::ReportContactSendEvent(1, 0, 0, 2);
+    Fill(RadarScene::NONE);
+    radar_.ReportSwingDiscoveryEvent("Func", RadarStage::SWING_SEND, 3, RadarState::END, -5);
     const std::vector<std::string> expected = {
         "FUNC=ReportContactSendEvent BIZ_SCENE=3 BIZ_STAGE=0 STAGE_RES=0 ERROR_CODE=0 BIZ_STATE=1 ORG_PKG=pelago "
         "TRIGGER_MODE=0 COMM_SERV=2 TO_CALL_PKG= CONTACT_SHARE_SEND_DEVICE_COUNTS=-1",
         "FUNC=ReportContactSendEvent BIZ_SCENE=3 BIZ_STAGE=0 STAGE_RES=1 ERROR_CODE=0 ORG_PKG=pelago "
-        "TRIGGER_MODE=0 COMM_SERV=2 TO_CALL_PKG= CONTACT_SHARE_SEND_DEVICE_COUNTS=2"};
+        "TRIGGER_MODE=0 COMM_SERV=2 TO_CALL_PKG= CONTACT_SHARE_SEND_DEVICE_COUNTS=2",
+        "FUNC=Func BIZ_SCENE=0 BIZ_STAGE=31 STAGE_RES=3 BIZ_STATE=2 ERROR_CODE=-5 ORG_PKG=pelago "
+        "TRIGGER_MODE=12 TO_CALL_PKG=to LOCAL_UDID=BA781**015AD LOCAL_DEV_TYPE=A2F "
+        "LOCAL_BLE_STATE=0 LOCAL_WIFI_STATE=-1 PEER_UDID=peerUdid PEER_DEV_TYPE=peerType "
+        "PEER_BLE_MAC=peerMac PEER_NEARBY_VERSION=21 CONCURRENT_ID=c_1"};
     EXPECT_EQ(Written(), expected);
+    EXPECT_EQ(radar_.GetConcurrentId(), "c_1");
 }
 
 TEST_F(ShareRadarDfxTest, TheStageOfASendChoosesTheEvent)
 {
-    struct Row {
-        int32_t stage;
-        size_t event;
-    };
-    const Row rows[] = {{INT32_MIN, PREVIEW}, {6, PREVIEW}, {7, CONNECT}, {17, CONNECT}, {18, TRANS}, {21, TRANS},
-        {22, CONNECT}, {26, CONNECT}, {27, NOTHING}, {99, NOTHING}, {100, PREVIEW}, {101, CONNECT}, {169, CONNECT},
-        {170, TRANS}, {180, TRANS}, {181, NOTHING}, {499, NOTHING}, {500, NUDGE}, {506, NUDGE}, {507, NOTHING}};
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.stage);
+    const std::pair<int32_t, size_t> rows[] = {{INT32_MIN, PREVIEW}, {6, PREVIEW}, {7, CONNECT}, {17, CONNECT},
+        {18, TRANS}, {21, TRANS}, {22, CONNECT}, {26, CONNECT}, {27, NOTHING}, {99, NOTHING}, {100, PREVIEW},
+        {101, CONNECT}, {169, CONNECT}, {170, TRANS}, {180, TRANS}, {181, NOTHING}, {499, NOTHING}, {500, NUDGE},
+        {506, NUDGE}, {507, NOTHING}};
+    for (const auto& [stage, event] : rows) {
         Fill(RadarScene::SEND);
         (void)tap_.Take();
-        radar_.ReportShareRadarInfo("Func", row.stage, 3, 0, 5);
+        radar_.ReportShareRadarInfo("Func", stage, 3, 0, 5);
         const std::vector<std::string> written = Written();
         const std::string fields = written.empty() ? "" : written[0];
-        EXPECT_EQ(static_cast<size_t>(std::count(fields.begin(), fields.end(), '=')), row.event);
-        const std::string stage = std::to_string(row.stage);
+        EXPECT_EQ(static_cast<size_t>(std::count(fields.begin(), fields.end(), '=')), event) << stage;
         EXPECT_EQ(tap_.Take(LOG_ERROR),
-            row.event == NOTHING ? LinesOf(Log::SHARE, {"undefined bizStage=" + stage}) : Lines());
+            event == NOTHING ? LinesOf(Log::SHARE, {"undefined bizStage=" + std::to_string(stage)}) : Lines());
     }
 }
 

@@ -86,14 +86,12 @@ Floors ReadFloors(const Lines& document)
     return floors;
 }
 
-// The floor that a file stands on: the longest that is a prefix of its path.
+// The floor that a file stands on: the longest that is a prefix of its path, and so the last in their order.
 std::string FloorOf(const Floors& floors, const std::string& path)
 {
-    std::string best;
-    for (const auto& [floor, allowed] : floors) {
-        best = StartsWith(path, floor + "/") && floor.size() > best.size() ? floor : best;
-    }
-    return best;
+    const auto floor = std::find_if(floors.rbegin(), floors.rend(),
+        [&path](const auto& candidate) { return StartsWith(path, candidate.first + "/"); });
+    return floor == floors.rend() ? "" : floor->first;
 }
 
 bool MayUse(const Floors& floors, const std::string& user, const std::string& used)
@@ -165,13 +163,13 @@ std::vector<Function> Functions(const std::vector<Source>& tree)
     std::vector<Function> functions;
     for (const Source& source : tree) {
         for (const std::string indent : {"", "    "}) {
-            size_t opened = 0;
-            for (size_t i = 0; i < source.lines.size(); ++i) {
-                if (source.lines[i] == indent + "{") {
-                    opened = i + 1;
-                } else if (opened != 0 && source.lines[i] == indent + "}") {
-                    functions.push_back({source.path + ":" + std::to_string(opened), i - opened});
-                    opened = 0;
+            const auto end = source.lines.end();
+            for (auto open = source.lines.begin(), close = open; open != end; open = close) {
+                open = std::find(open, end, indent + "{");
+                close = std::find(open, end, indent + "}");
+                if (close != end) {
+                    const auto line = std::to_string(open - source.lines.begin() + 1);
+                    functions.push_back({source.path + ":" + line, static_cast<size_t>(close - open - 1)});
                 }
             }
         }
@@ -223,24 +221,17 @@ const std::vector<Ban>& Bans()
     return bans;
 }
 
-bool Applies(const Ban& ban, const std::string& path)
-{
-    if (path == "tests/house/house_test.cpp") {
-        return false; // names what it bans
-    }
-    return *ban.where == '!' ? !StartsWith(path, ban.where + 1) : StartsWith(path, ban.where);
-}
-
+// What must not come cannot be awaited; and this file names what it bans.
 Lines Offences(const Ban& ban, const std::vector<Source>& tree)
 {
+    const bool isElsewhere = *ban.where == '!';
     Lines offences;
     for (const Source& source : tree) {
-        for (size_t i = 0; Applies(ban, source.path) && i < source.lines.size(); ++i) {
-            const std::string& line = source.lines[i];
-            const bool excused =
-                line.find("must not come") != std::string::npos; // what never happens cannot be awaited
-            if (!excused && std::regex_search(line, ban.pattern)) {
-                offences.push_back(source.path + ":" + std::to_string(i + 1) + ": " + ban.name + "; " + ban.instead);
+        const bool applies = StartsWith(source.path, ban.where + (isElsewhere ? 1 : 0)) != isElsewhere &&
+                             source.path != "tests/house/house_test.cpp";
+        for (const std::string& line : applies ? source.lines : Lines()) {
+            if (line.find("must not come") == std::string::npos && std::regex_search(line, ban.pattern)) {
+                offences.push_back(source.path + ": " + line + ": " + ban.name + "; " + ban.instead);
             }
         }
     }

@@ -1,12 +1,14 @@
 #include <functional>
 
-#include "host/device.h"
+#include <unistd.h>
+
 #include "ipc_types.h"
 #include "message_parcel.h"
 #include "process_scene.h"
 #include "remote_call.h"
 
-// Every code from a client process: with each class of rights, with a wrong token, and cut off behind every field.
+// Every code from a client process: with each class of rights, with a wrong token, cut off behind every field, and from
+// inside a callback.
 namespace OHOS::Pelago {
 namespace {
 
@@ -38,14 +40,14 @@ Field Object(const sptr<IRemoteObject>& object)
 }
 
 // All in the order of the codes; a device that is nowhere, and files that are none, keep the service as it is.
-std::vector<Row> Rows()
+std::vector<Row> Rows(const ShareDeviceInfo& who = {})
 {
     Field number = Of<int32_t>(7);
     Field flag = Of(false);
     Field text = Of(std::string("text"));
-    Field device = Of(ShareDeviceInfo());
+    Field device = Of(who);
     Field trellis = Object(sptr<CountingCallback>(new CountingCallback())->AsObject());
-    Field action = Object(sptr<QuietSenderAction>(new QuietSenderAction())->AsObject());
+    Field action = Object(sptr<RecordingSenderAction>(new RecordingSenderAction())->AsObject());
     Field api = Object(new IPCObjectStub());
     using R = Right;
     return {
@@ -116,15 +118,36 @@ int Expected(const Caller& caller, Right right, int result)
     return may ? result : refused;
 }
 
-class DispatchProcess : public ProcessScene {};
+class DispatchProcess : public ProcessScene {
+protected:
+    // Once, since what is asked for may be told to whoever asks.
+    void AskForEverything(const ShareDeviceInfo& who)
+    {
+        if (begun_.exchange(true)) {
+            return;
+        }
+        for (const Row& row : Rows(who)) {
+            auto code = static_cast<uint32_t>(row.code);
+            const int result = Ask(service, code, row.fields, row.fields.size());
+            EXPECT_TRUE(result == row.results.back() || result == IPC_TIMED_OUT) << code << ": " << result;
+        }
+        answered = true;
+    }
+
+    const std::unique_ptr<RunningDevice> device = NewDevice("phone");
+    sptr<IRemoteObject> service = device->ServiceObject("owner");
+    std::atomic<bool> answered{false};
+
+private:
+    std::atomic<bool> begun_{false};
+};
 
 TEST_F(DispatchProcess, EveryCodeAnswersEveryCallerAsTheTableSays)
 {
-    auto device = NewDevice("phone");
     std::vector<Row> rows = Rows();
     ASSERT_EQ(rows.size(), TRELLIS_SERVICE_CODE_COUNT);
     for (const Caller& caller : CALLERS) {
-        sptr<IRemoteObject> service = device->ServiceObject(caller.token);
+        service = device->ServiceObject(caller.token);
         for (const Row& row : rows) {
             auto code = static_cast<uint32_t>(row.code);
             SCOPED_TRACE(std::string(caller.token) + " code " + std::to_string(code));
@@ -139,13 +162,28 @@ TEST_F(DispatchProcess, EveryCodeAnswersEveryCallerAsTheTableSays)
     }
 }
 
-TEST_F(DispatchProcess, NobodyButTheOwnerControlsTheDevice)
+// What needs the locks that the service holds while it calls waits until the call has expired; all of it comes back.
+TEST_F(DispatchProcess, AClientMayAskForEverythingFromInsideItsCallback)
 {
-    auto device = NewDevice("phone");
-    EXPECT_EQ(device->Control({"sim", "show"}).result, Host::ControlResult::DONE);
-    auto cli = Pelago({"-d", "phone", "sim", "wifi", "sideways"});
-    EXPECT_EQ(cli->Wait(), 2);
-    EXPECT_NE(cli->Output().find("off, semi or on"), std::string::npos);
+    sptr<CountingCallback> first = new CountingCallback();
+    ASSERT_TRUE(iface_cast<ITrellisService>(service)->RegisterTrellisCallback(first));
+    first->during = [this] { AskForEverything({}); };
+    EXPECT_TRUE(device->As("app")->RegisterTrellisCallback(new CountingCallback()));
+    EXPECT_TRUE(WaitUntil([this] { return answered.load(); }));
+}
+
+TEST_F(DispatchProcess, AnApplicationMayAskForEverythingFromInsideItsCallback)
+{
+    sptr<ITrellisService> asked = iface_cast<ITrellisService>(service);
+    ASSERT_TRUE(asked->RegisterShareApiCallback(new ApiCallback([&](int32_t, const ShareDeviceInfo& target) {
+        EXPECT_TRUE(answered || asked->SendBytes(target, BytesInfo()));
+        AskForEverything(target);
+    })));
+    ASSERT_TRUE(asked->RegisterShareEventCallback(3, 1)); // gestures
+    device->Focus(::getpid());
+    EXPECT_EQ(device->Control({"swing"}).result, Host::ControlResult::DONE);
+    EXPECT_TRUE(WaitUntil([this] { return answered.load(); }));
+    EXPECT_EQ(device->Dumped("gesture", "apps"), 0) << "what was unregistered inside is gone";
 }
 
 } // namespace

@@ -1,5 +1,3 @@
-#include <algorithm>
-#include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -16,42 +14,8 @@ constexpr int KILLS = 20; // unless PELAGO_KILLS says otherwise
 constexpr int MOST_REQUESTS = 40;
 constexpr int LONGEST_START_MS = 40;
 
-// What a daemon reads of a file: zeros for what is not there. `bytes` is the size, -1 without a file.
-template <size_t COUNT>
-struct Found {
-    std::array<int32_t, COUNT> fields{};
-    int64_t bytes = -1;
-
-    explicit Found(const std::filesystem::path& path)
-    {
-        std::ifstream file(path, std::ios::binary);
-        if (file) {
-            file.read(reinterpret_cast<char*>(fields.data()), sizeof(fields));
-            bytes = static_cast<int64_t>(std::filesystem::file_size(path));
-        }
-    }
-    // Emptied and then written at once: whoever dies between the two leaves nothing, and nobody leaves a part.
-    bool IsWholeOrEmpty() const
-    {
-        return bytes <= 0 || bytes == sizeof(fields);
-    }
-};
-
 class SwitchKills : public ProcessScene {
 protected:
-    void SetUp() override
-    {
-        ProcessScene::SetUp();
-        device = NewDevice("phone");
-        folder = Home() / "state/devices/phone/data/service/el2/100/pelago";
-        ASSERT_TRUE(std::filesystem::exists(folder));
-    }
-    void TearDown() override
-    {
-        device.reset();
-        ProcessScene::TearDown();
-    }
-
     // A client turns the switch on, over and off, and gives and takes the permission, faster than that can be written.
     // The daemon is in the middle of it when it dies.
     void KillUnderLoad(int requests) const
@@ -69,35 +33,43 @@ protected:
     {
         Child daemon({std::string(BIN_DIR) + "/trellisd", "--id", "phone"}, Home() / "short-lived.out");
         (void)WaitUntil([] { return false; }, life); // the moment is chance, and meant to be
-        daemon.Signal(SIGKILL);
-        (void)daemon.Wait();
     }
     // A new daemon holds what the files say: an on is taken up again, and so is one before a lost radio.
     void ExpectTheNextOneReadsWhatIsThere()
     {
-        const Found<3> state(folder / "switch.cfg");
-        const Found<2> pair(folder / "switch_recover.cfg");
-        ASSERT_TRUE(state.IsWholeOrEmpty()) << state.bytes;
-        ASSERT_TRUE(pair.IsWholeOrEmpty()) << pair.bytes;
-        emptied += (state.bytes == 0 ? 1 : 0) + (pair.bytes == 0 ? 1 : 0);
-        const auto [saved, type, permission] = state.fields;
-        const auto last = saved == 1 ? std::array{saved, type} : pair.fields;
-        const int32_t off = saved == 0 ? 0 : 2;
-        const std::array<int32_t, 4> expected{last[0] == 1 ? 1 : off, last[0] == 1 ? last[1] : 0, permission, last[0]};
+        const std::vector<int32_t> state = Read("switch.cfg", 3);
+        const std::vector<int32_t> pair = Read("switch_recover.cfg", 2);
+        const bool wasOn = state[0] == 1;
+        const int32_t last = wasOn ? 1 : pair[0];
+        const int32_t off = state[0] == 0 ? 0 : 2;
         device = NewDevice("phone");
-        std::array<int64_t, 5> held{};
-        EXPECT_TRUE(WaitUntil([&] {
-            held = {device->Dumped("switch", "enableState"), device->Dumped("switch", "detectableType"),
-                device->Dumped("switch", "accountPermission"), device->Dumped("switch", "recoverState"),
-                device->Dumped("switch", "user")};
-            return held[4] == 100 && std::equal(expected.begin(), expected.end(), held.begin());
-        })) << testing::PrintToString(state.fields)
-            << state.bytes << testing::PrintToString(pair.fields) << pair.bytes << testing::PrintToString(held);
+        auto member = [](const char* name, int32_t value) { return std::string(name) + std::to_string(value); };
+        EXPECT_TRUE(device->Shows({"\"user\":100", member("\"enableState\":", last == 1 ? 1 : off),
+            member("\"detectableType\":", last != 1 ? 0 : (wasOn ? state : pair)[1]),
+            member("\"accountPermission\":", state[2]), member("\"recoverState\":", last)}))
+            << testing::PrintToString(state) << testing::PrintToString(pair) << device->Control({"dump"}).json;
     }
 
-    std::unique_ptr<RunningDevice> device;
-    std::filesystem::path folder;
+    std::unique_ptr<RunningDevice> device = NewDevice("phone");
     int emptied = 0;
+
+    const std::filesystem::path folder = Home() / "state/devices/phone/data/service/el2/100/pelago";
+
+private:
+    // What a daemon reads of a file: zeros for what is not there. It is emptied and then written at once: whoever dies
+    // between the two leaves nothing, and nobody leaves a part.
+    std::vector<int32_t> Read(const char* name, size_t count)
+    {
+        std::vector<int32_t> fields(count);
+        std::ifstream file(folder / name, std::ios::binary);
+        if (file.is_open()) {
+            const auto bytes = std::filesystem::file_size(folder / name);
+            EXPECT_TRUE(bytes == 0 || bytes == count * sizeof(int32_t)) << name << ": " << bytes;
+            emptied += bytes == 0 ? 1 : 0;
+            file.read(reinterpret_cast<char*>(fields.data()), static_cast<std::streamsize>(count * sizeof(int32_t)));
+        }
+        return fields;
+    }
 };
 
 TEST_F(SwitchKills, LeaveFilesThatTheNextDaemonReads)
@@ -105,6 +77,7 @@ TEST_F(SwitchKills, LeaveFilesThatTheNextDaemonReads)
     const char* wanted = std::getenv("PELAGO_KILLS");
     const int kills = wanted == nullptr ? KILLS : std::atoi(wanted);
     ASSERT_GT(kills, 0);
+    ASSERT_TRUE(std::filesystem::exists(folder));
     std::mt19937 random(std::random_device{}());
     const auto upTo = [&random](int most) { return std::uniform_int_distribution<int>(0, most)(random); };
     for (int kill = 1; kill <= kills && !HasFailure(); ++kill) {

@@ -25,14 +25,13 @@ TEST_F(Watching, EveryChangeOfTheSwitchIsShownWithItsReason)
     };
     auto device = NewDevice("phone");
     auto watch = Pelago({"watch"});
-    ASSERT_TRUE(WaitUntil([&] { return watch->Output().find("switch: never switched on") != std::string::npos; }));
+    watch->Await("switch: never switched on");
     for (const auto& row : rows) {
         size_t before = watch->Output().size();
         EXPECT_EQ(Pelago(row.words)->Wait(), 0);
-        EXPECT_TRUE(WaitUntil([&] { return watch->Output().find(row.line, before) != std::string::npos; }))
-            << row.line << " in:\n"
-            << watch->Output();
+        watch->Await(row.line, before);
     }
+    EXPECT_EQ(Pelago({"sim", "wifi", "sideways"})->Wait(), 2);
     device->daemon.Signal(SIGKILL);
     EXPECT_EQ(watch->Wait(), 3) << "and the end of the device is said";
 }

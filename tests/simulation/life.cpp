@@ -123,18 +123,26 @@ RunResult Simulate(const SimulationRun& run)
         result.fault = std::string("no folder: ") + std::strerror(errno);
         return result;
     }
+    const std::string before = folder + ".before"; // as the life found it
+    std::error_code error;                         // of the copies: a life that is told again differently says enough
     while (result.steps < run.steps && result.fault.empty()) {
-        LifeReport report = LiveInChild(run, result.lives, run.steps - result.steps, folder);
+        const uint64_t limit = run.steps - result.steps;
+        std::filesystem::remove_all(before, error);
+        std::filesystem::copy(folder, before, std::filesystem::copy_options::recursive, error);
+        LifeReport report = LiveInChild(run, result.lives, limit, folder);
         result.steps += report.steps;
         result.traceHash = result.traceHash * HASH_FACTOR ^ report.traceHash;
         if (report.fault[0] != '\0') {
             result.fault =
                 "life " + std::to_string(result.lives) + ", step " + std::to_string(report.steps) + ": " + report.fault;
+            if (!run.trace) {
+                (void)LiveInChild({run.seed, run.steps, true}, result.lives, limit, before);
+            }
         }
         ++result.lives;
     }
-    std::error_code error;
     std::filesystem::remove_all(folder, error); // a folder that stays is no fault of the service
+    std::filesystem::remove_all(before, error);
     return result;
 }
 

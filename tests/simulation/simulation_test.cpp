@@ -21,7 +21,8 @@ uint64_t FromEnvironment(const char* name, uint64_t otherwise)
     return text == nullptr ? otherwise : std::strtoull(text, nullptr, 10);
 }
 
-// A failure names the command that repeats it; PELAGO_SIM_TRACE=1 shows each step.
+// A failure shows the steps of the life that it ended, and names the command that repeats the run; PELAGO_SIM_TRACE=1
+// shows every step.
 TEST(Simulation, NothingThatCanHappenBreaksAnInvariant)
 {
     SimulationRun run{FromEnvironment("PELAGO_SIM_SEED", DEFAULT_SEED),
@@ -31,7 +32,7 @@ TEST(Simulation, NothingThatCanHappenBreaksAnInvariant)
         static_cast<unsigned long long>(result.steps), static_cast<unsigned long long>(result.lives),
         static_cast<unsigned long long>(result.traceHash));
     EXPECT_EQ(result.fault, "") << "repeat with: PELAGO_SIM_SEED=" << run.seed << " PELAGO_SIM_STEPS=" << run.steps
-                                << " PELAGO_SIM_TRACE=1 ./run test Simulation.Nothing";
+                                << " ./run test Simulation.Nothing";
 }
 
 TEST(Simulation, TheSameSeedGivesTheSameTrace)

@@ -1,5 +1,9 @@
 #include "connection.h"
 
+#include <cerrno>
+
+#include <unistd.h>
+
 #include "host/ability_host.h"
 #include "host/device_control.h"
 #include "host/ipc_transport.h"
@@ -19,13 +23,36 @@ std::string Listed(const std::vector<std::string>& ids)
     return text;
 }
 
+// Whether the path is there, or may be, for others alone.
+bool IsForbidden(const std::string& path, int access)
+{
+    return ::access(path.c_str(), access) != 0 && errno == EACCES;
+}
+
+ExitCode NotRunning(const std::string& which, const std::vector<std::string>& running)
+{
+    if (const std::string home = DevicePaths::RuntimeHome(); IsForbidden(home, R_OK | X_OK)) {
+        Complain("cannot look into " + home + ": permission denied; $PELAGO_HOME says where your own devices are");
+        return EXIT_PERMISSION;
+    }
+    if (which.empty()) {
+        Complain("no device is running; start one with: pelago up --name \"Blue phone\"");
+    } else {
+        Complain("no device '" + which + "' is running; start it with: pelago -d \"" + which + "\" up" +
+                 (running.empty() ? "" : "\nor use one that runs:" + Listed(running)));
+    }
+    return EXIT_NO_SUCH;
+}
+
 sptr<IRemoteObject> Root(const DevicePaths& paths, const std::string& token, ExitCode& code)
 {
     std::string error;
     sptr<IRemoteObject> root = Host::ConnectToDaemon(paths.Socket(token), error);
     if (root == nullptr) {
-        Complain("cannot reach the device '" + paths.Id() + "' as '" + token + "': " + error);
-        code = EXIT_UNREACHABLE;
+        const bool isForbidden = IsForbidden(paths.Socket(token), W_OK);
+        Complain("cannot reach the device '" + paths.Id() + "' as '" + token + "': " + error +
+                 (isForbidden ? "; it is another user's" : "; what runs: pelago devices"));
+        code = isForbidden ? EXIT_PERMISSION : EXIT_UNREACHABLE;
     }
     return root;
 }
@@ -51,17 +78,14 @@ ExitCode FindDevice(const Context& context, std::optional<DevicePaths>& paths)
         std::string id = DevicePaths::IdFrom(context.device);
         DevicePaths named(id);
         if (id.empty() || !named.IsRunning()) {
-            Complain("no device '" + context.device + "' is running; start it with: pelago up --name \"" +
-                     context.device + "\"");
-            return EXIT_NO_SUCH;
+            return NotRunning(context.device, DevicePaths::Running());
         }
         paths.emplace(id);
         return EXIT_DONE;
     }
     std::vector<std::string> running = DevicePaths::Running();
     if (running.empty()) {
-        Complain("no device is running; start one with: pelago up --name \"Blue phone\"");
-        return EXIT_NO_SUCH;
+        return NotRunning("", running);
     }
     if (running.size() > 1) {
         Complain("several devices are running; say which one:" + Listed(running));
@@ -143,6 +167,8 @@ ExitCode RunControl(const Context& context, const std::vector<std::string>& word
     ExitCode code = Control(context, words, answer);
     if (code == EXIT_DONE && !answer.json.empty()) {
         PrintJson(answer.json);
+    } else if (code == EXIT_DONE && context.json) {
+        PrintJson("null"); // done, and there is no more to say
     }
     return code;
 }
@@ -155,10 +181,10 @@ ExitCode ExplainFailure(const std::string& what)
             return EXIT_FAILED;
         case ERROR_NO_SWITCH_PERMISSION:
         case ERROR_NO_CAPABILITY_PERMISSION:
-            Complain(what + ": permission denied");
+            Complain(what + ": permission denied; this needs a socket with more rights: pelago -j sim show lists them");
             return EXIT_PERMISSION;
         default: // an open set: whatever a transport can say
-            Complain(what + ": the service does not answer (" + std::to_string(error) + ")");
+            Complain(what + ": the service does not answer (" + std::to_string(error) + "); what runs: pelago devices");
             return EXIT_UNREACHABLE;
     }
 }

@@ -47,7 +47,7 @@ struct Connection {
 [[nodiscard]] ExitCode Control(
     const Context& context, const std::vector<std::string>& words, Host::ControlAnswer& answer);
 
-// Runs it and prints what it found.
+// Runs it and prints what it found; with --json also that it found nothing.
 [[nodiscard]] ExitCode RunControl(const Context& context, const std::vector<std::string>& words);
 
 // Complains about the last call of a service proxy if it failed on its way, and says with which code to end;

@@ -3,7 +3,7 @@
 
 namespace OHOS::Pelago::Tools {
 
-// What every verb ends with. Scripts rely on the numbers.
+// What every verb ends with. Scripts rely on the numbers; `EXIT_CODES` in verbs_about.cpp says them in words.
 enum ExitCode : int {
     EXIT_DONE = 0,
     EXIT_FAILED = 1,
@@ -14,7 +14,7 @@ enum ExitCode : int {
     EXIT_REFUSED = 6, // by the receiver
     EXIT_CANCELLED = 7,
     EXIT_TIMED_OUT = 8,
-    EXIT_NO_SPACE = 9, // or another failure to write
+    EXIT_NO_SPACE = 9, // or another failure to read or write
     EXIT_LIMIT = 11,
     EXIT_INTERRUPTED = 130,
 };

@@ -62,7 +62,11 @@ void Complain(const std::string& text)
     std::string lines = "pelago: ";
     for (size_t begin = 0; begin <= text.size();) {
         size_t end = std::min(text.find('\n', begin), text.size());
-        lines += (begin == 0 ? "" : "\n") + Host::EscapeForTerminal(text.substr(begin, end - begin));
+        const bool isIndented = begin == 0 || (begin < text.size() && text[begin] == ' ');
+        lines += (begin == 0      ? ""
+                     : isIndented ? "\n"
+                                  : "\n  ") +
+                 Host::EscapeForTerminal(text.substr(begin, end - begin));
         begin = end + 1;
     }
     WriteLine(stderr, lines);
@@ -92,6 +96,11 @@ std::string SecondsText(int64_t seconds)
 {
     return seconds < 60 ? std::to_string(seconds) + " s"
                         : std::to_string(seconds / 60) + " m " + std::to_string(seconds % 60) + " s";
+}
+
+std::string Counted(int64_t number, const std::string& what)
+{
+    return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
 }
 
 ProgressBar::ProgressBar(std::string label, int64_t totalBytes)

@@ -15,8 +15,9 @@ void PrintLine(const std::string& line);
 
 // What goes on, for people.
 void Say(const std::string& line);
-// An error: what, why, and what to type next. Words that people typed may stand in it as they are: it is escaped but
-// for its line ends.
+// An error: what, why, and what to type next. Words that people typed may stand in it as they are, file names of others
+// among them: it is escaped but for its line ends, and each further line is indented, so that none passes for one of
+// its own.
 void Complain(const std::string& text);
 // Whether all data has got out.
 bool IsDataWritten();
@@ -24,6 +25,8 @@ bool IsDataWritten();
 // Bytes and times for people: "12.3 MiB", "1 m 20 s".
 std::string BytesText(int64_t bytes);
 std::string SecondsText(int64_t seconds);
+// "1 file", "2 files".
+std::string Counted(int64_t number, const std::string& what);
 
 // The state of one transfer on standard error: a bar that is drawn over itself on a terminal, a line per ten percent
 // elsewhere. One thread at a time.

@@ -32,7 +32,8 @@ Payload::~Payload()
 ExitCode Payload::Fill(const std::vector<std::string>& files, const std::string& text, bool asUris)
 {
     if (files.size() > MAX_SHARED_FILES) {
-        Complain("at most " + std::to_string(MAX_SHARED_FILES) + " files go in one send");
+        Complain("at most " + std::to_string(MAX_SHARED_FILES) + " files go in one send, not " +
+                 std::to_string(files.size()) + "; send them in parts, or as one archive");
         return EXIT_LIMIT;
     }
     for (const std::string& path : files) {
@@ -53,7 +54,7 @@ bool Payload::Add(const std::string& path, bool asUri)
     int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     struct stat status {};
     if (fd < 0 || ::fstat(fd, &status) != 0) {
-        Complain(path + ": " + std::strerror(errno));
+        Complain("cannot send '" + path + "': " + std::strerror(errno));
         if (fd >= 0) {
             (void)::close(fd);
         }
@@ -61,7 +62,7 @@ bool Payload::Add(const std::string& path, bool asUri)
     }
     if (!S_ISREG(status.st_mode)) {
         (void)::close(fd);
-        Complain(path + " is not a regular file");
+        Complain("cannot send '" + path + "': it is no regular file; name files, or pack it into one");
         return false;
     }
     bean.totalSize += status.st_size;
@@ -83,7 +84,7 @@ bool Payload::AddUri(const std::string& path, const std::string& name, int64_t s
 {
     std::unique_ptr<char, void (*)(void*)> absolute(::realpath(path.c_str(), nullptr), std::free);
     if (absolute == nullptr) {
-        Complain(path + ": " + std::strerror(errno));
+        Complain("cannot send '" + path + "': " + std::strerror(errno));
         return false;
     }
     FileItem item;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "exit_codes.h"
+#include "host/json_text.h"
 #include "share_device_info.h"
 
 namespace OHOS::Pelago::Tools {
@@ -14,8 +15,14 @@ namespace OHOS::Pelago::Tools {
 // What people know the entry as: its contact, or else its name. As it came: not escaped.
 const std::string& NameOf(const ShareDeviceInfo& peer);
 
+// What its state means: "idle", "sent", "the receiver refused"; the number of one that has no meaning here.
+std::string StateText(int32_t state);
+
 // Whether the word means the entry: by id, name or contact. An empty word means none.
 bool IsNamed(const ShareDeviceInfo& peer, const std::string& word);
+
+// What programs are told of the entry.
+Host::Json PeerJson(const ShareDeviceInfo& peer);
 
 // The one entry that the word means; an id wins over names. Complains when there is none, and lists them when there are
 // several: it never guesses. `found` is set with EXIT_DONE alone.

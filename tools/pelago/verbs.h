@@ -5,18 +5,22 @@
 
 #include <CLI/CLI.hpp>
 
+#include "command_line.h"
 #include "connection.h"
 
 namespace OHOS::Pelago::Tools {
 
 // A number of seconds that somebody can wait for.
-inline CLI::Range Seconds()
+inline CLI::Validator Seconds()
 {
-    return CLI::Range(0, 1'000'000);
+    return NumberFrom(0, 1'000'000);
 }
 
 // Runs once the command line has been read.
 using Action = std::function<ExitCode(const Context& context)>;
+
+// What the numbers in exit_codes.h mean, in a line.
+std::string ExitCodesText();
 
 // Each adds the verb's own words to its sub-command and gives what it does. They stand in one table in main.cpp.
 Action UpVerb(CLI::App& app);
@@ -40,6 +44,9 @@ Action DumpVerb(CLI::App& app);
 Action LogVerb(CLI::App& app);
 Action EventsVerb(CLI::App& app);
 Action SimVerb(CLI::App& app);
+Action HelpVerb(CLI::App& app);
+Action ManVerb(CLI::App& app);
+Action CompletionVerb(CLI::App& app);
 
 } // namespace OHOS::Pelago::Tools
 

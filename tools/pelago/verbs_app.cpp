@@ -272,21 +272,28 @@ Action AppVerb(CLI::App& app)
 {
     auto options = std::make_shared<AppOptions>();
     app.footer("With neither --on-gesture nor --on-knock it wants both, and only prints what comes.");
-    app.add_option("--bundle", options->bundle, "which application this is, as the device names it")->required();
+    app.add_option("--bundle", options->bundle, "which application this is, as the device names it")
+        ->required()
+        ->type_name("NAME");
     CLI::Option* gesture = app.add_option("--on-gesture", options->gestureFiles, "want gestures, answer with files")
                                ->expected(0, -1)
-                               ->type_name("FILE");
+                               ->type_name(FILE_VALUE);
     CLI::Option* knock = app.add_option("--on-knock", options->knockFiles, "want knocks, answer with files")
                              ->expected(0, -1)
-                             ->type_name("FILE");
+                             ->type_name(FILE_VALUE);
     app.add_option("--text", options->text, "answer with a text, with files or alone");
     app.add_flag("--bytes", options->asBytes, "send the text as bytes, which not every device takes");
     app.add_flag("--uri", options->asUris, "hand files over by name instead of by descriptor");
-    app.add_option("--callback-id", options->callbackId, "the id of what is registered")->capture_default_str();
+    app.add_option("--callback-id", options->callbackId, "the id of what is registered")
+        ->type_name("N")
+        ->capture_default_str();
     app.add_flag("--once", options->once, "end with the first event, and fail when its answer is not taken");
     app.add_flag("--no-answer", options->silent, "only print what comes");
-    app.add_option("--late", options->lateSeconds, "answer so many seconds late")->check(CLI::NonNegativeNumber);
+    app.add_option("--late", options->lateSeconds, "answer so many seconds late")
+        ->type_name("SECONDS")
+        ->check(CLI::NonNegativeNumber);
     app.add_option("--hang", options->hangSeconds, "stay inside the callback for so many seconds")
+        ->type_name("SECONDS")
         ->check(CLI::NonNegativeNumber);
     app.add_flag("--leave-inside", options->leaveInside, "unregister from inside the callback");
     return [options, gesture, knock](const Context& context) {

@@ -1,7 +1,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <limits>
 #include <memory>
 
 #include <fcntl.h>
@@ -9,20 +8,17 @@
 #include <spawn.h>
 #include <unistd.h>
 
-#include <cJSON.h>
-
 #include "hilog/host_text.h"
 #include "host/json_text.h"
 #include "host/whole_file.h"
 #include "output.h"
 #include "verbs.h"
 
-// Devices come and go, and know each other.
+// Devices come and go.
 namespace OHOS::Pelago::Tools {
 namespace {
 
 using Host::Json;
-using JsonValue = std::unique_ptr<cJSON, void (*)(cJSON*)>;
 
 constexpr int START_LIMIT_MS = 20000;
 constexpr int STOP_LIMIT_MS = 20000;
@@ -133,13 +129,17 @@ ExitCode Up(const Context& context, UpOptions options)
 {
     std::string id = IdToStart(context, options);
     if (!DevicePaths::IsValidId(id)) {
-        Complain("the name gives no id; add one: pelago up -d my-phone --name ...");
+        Complain("the name has no letter or digit to make an id of; add an id: pelago up -d my-phone --name ...");
         return EXIT_USAGE;
     }
     DevicePaths paths(id);
     if (std::string reason = paths.Create(); !reason.empty()) {
-        Complain(reason);
+        Complain(reason + "; $PELAGO_HOME says where else devices may live");
         return EXIT_NO_SPACE;
+    }
+    if (paths.IsRunning()) {
+        Complain("the device '" + id + "' is running already; how it is: pelago -d " + id + " status");
+        return EXIT_FAILED;
     }
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) {
@@ -185,7 +185,7 @@ std::optional<pid_t> DaemonPid(const Context& context)
     return pid > 0 ? std::optional(pid) : std::nullopt; // others would mean groups of processes
 }
 
-ExitCode DownOne(const DevicePaths& paths)
+ExitCode DownOne(const Context& context, const DevicePaths& paths)
 {
     auto pid = DaemonPid({paths.Id(), false});
     if (!pid.has_value()) {
@@ -201,6 +201,9 @@ ExitCode DownOne(const DevicePaths& paths)
                  "; look at it, or end it with: kill -KILL " + std::to_string(*pid));
         return EXIT_TIMED_OUT;
     }
+    if (context.json) {
+        PrintJson(Json::Object().Put("id", paths.Id()).Put("running", false).Text());
+    }
     return EXIT_DONE;
 }
 
@@ -209,11 +212,11 @@ ExitCode Down(const Context& context, bool all)
     if (!all) {
         std::optional<DevicePaths> paths;
         ExitCode code = FindDevice(context, paths);
-        return code == EXIT_DONE ? DownOne(*paths) : code;
+        return code == EXIT_DONE ? DownOne(context, *paths) : code;
     }
     ExitCode worst = EXIT_DONE;
     for (const std::string& id : DevicePaths::Running()) {
-        ExitCode code = DownOne(DevicePaths(id));
+        ExitCode code = DownOne(context, DevicePaths(id));
         worst = code == EXIT_DONE ? worst : code;
     }
     return worst;
@@ -237,67 +240,20 @@ ExitCode Devices(const Context& context)
     return EXIT_DONE;
 }
 
-struct ContactOptions {
-    std::string account;
-    int id = 0;
-    std::string name;
-};
-
-// The contacts that stand in the file; null when it holds something else.
-JsonValue ReadContacts()
-{
-    auto text = Host::ReadWhole(DevicePaths::Contacts());
-    JsonValue contacts(text.has_value() ? cJSON_Parse(text->c_str()) : cJSON_CreateObject(), cJSON_Delete);
-    return cJSON_IsObject(contacts.get()) ? std::move(contacts) : JsonValue(nullptr, cJSON_Delete);
-}
-
-ExitCode WriteContact(const ContactOptions& options)
-{
-    JsonValue contacts = ReadContacts();
-    if (contacts == nullptr) {
-        Complain(DevicePaths::Contacts() + " holds no contacts; mend it or take it away");
-        return EXIT_FAILED;
-    }
-    cJSON* contact = cJSON_CreateObject();
-    (void)cJSON_AddNumberToObject(contact, "id", options.id);
-    (void)cJSON_AddStringToObject(contact, "name", options.name.c_str());
-    cJSON_DeleteItemFromObjectCaseSensitive(contacts.get(), options.account.c_str());
-    (void)cJSON_AddItemToObject(contacts.get(), options.account.c_str(), contact);
-    std::string text = Host::JsonText(contacts.get(), true) + "\n";
-    std::string reason = Host::WriteWhole(DevicePaths::Contacts(), text, Host::Outlives::MACHINE);
-    if (!reason.empty()) {
-        Complain(reason);
-        return EXIT_NO_SPACE;
-    }
-    return EXIT_DONE;
-}
-
-// The file is shared by all devices of the user; running engines see the change.
-ExitCode AddContact(const ContactOptions& options)
-{
-    std::string reason;
-    int lock = DevicePaths::LockContacts(reason);
-    if (lock < 0) {
-        Complain(reason);
-        return EXIT_NO_SPACE;
-    }
-    ExitCode code = WriteContact(options);
-    (void)::close(lock); // a folder: nothing to lose
-    return code;
-}
-
 } // namespace
 
 Action UpVerb(CLI::App& app)
 {
     auto options = std::make_shared<UpOptions>();
     app.add_option("--name", options->name,
-        "the name that other devices show; without it the one it has, or \"Blue phone\" for a first device");
-    app.add_option("--type", options->type, "phone, tablet, pc, 2in1, watch, car or tv")
-        ->check(CLI::IsMember({"phone", "tablet", "pc", "2in1", "watch", "car", "tv"}));
-    app.add_option("--account", options->account, "hash of the account that it is signed in with");
-    app.add_option("--log-level", options->logLevel, "debug, info, warn, error or fatal")
-        ->check(CLI::IsMember({"debug", "info", "warn", "error", "fatal"}));
+           "the name that other devices show; without it the one it has, or \"Blue phone\" for a first device")
+        ->type_name("NAME");
+    app.add_option("--type", options->type, "what kind of device it is")->type_name("TYPE")->check(OneOf(DEVICE_TYPES));
+    app.add_option("--account", options->account, "hash of the account that it is signed in with")
+        ->type_name("ACCOUNT");
+    app.add_option("--log-level", options->logLevel, "what is kept of its log")
+        ->type_name("LEVEL")
+        ->check(OneOf(LOG_LEVELS));
     app.add_flag("--no-bytes", options->noBytes, "a device that takes files and texts, but no bytes");
     return [options](const Context& context) { return Up(context, *options); };
 }
@@ -312,20 +268,6 @@ Action DownVerb(CLI::App& app)
 Action DevicesVerb(CLI::App&)
 {
     return Devices;
-}
-
-Action ContactVerb(CLI::App& app)
-{
-    auto options = std::make_shared<ContactOptions>();
-    app.add_option("account", options->account, "hash of the account")
-        ->required()
-        ->check(CLI::Validator(
-            [](const std::string& account) { return account.empty() ? "an account's hash is not empty" : ""; }, ""));
-    app.add_option("--id", options->id, "id of the contact; devices of one id are one entry")
-        ->required()
-        ->check(CLI::Range(1, std::numeric_limits<int>::max()));
-    app.add_option("--name", options->name, "name of the contact")->required();
-    return [options](const Context&) { return AddContact(*options); };
 }
 
 } // namespace OHOS::Pelago::Tools

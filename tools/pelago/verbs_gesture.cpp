@@ -65,7 +65,13 @@ ExitCode Confirm(const Context& context, const SwingOptions& options)
         return code;
     }
     int32_t choice = options.choice == "confirm" ? CHOICE_GO_ON : CHOICE_END;
-    return connection.service->SwingConfirm(peer, choice) ? EXIT_DONE : ExplainFailure("answering the swing");
+    if (!connection.service->SwingConfirm(peer, choice)) {
+        return ExplainFailure("answering the swing");
+    }
+    if (context.json) {
+        PrintJson(PeerJson(peer).Text());
+    }
+    return EXIT_DONE;
 }
 
 // What a command has found: the JSON as it is, or for people the text under `key`, which is given back.
@@ -133,16 +139,18 @@ ExitCode Tap(const Context& context, const std::string& peer)
 Action SwingVerb(CLI::App& app)
 {
     auto options = std::make_shared<SwingOptions>();
-    app.add_option("answer", options->choice, "confirm or refuse: the answer to the dialog of a swing under way")
-        ->check(CLI::IsMember({"confirm", "refuse"}));
-    app.add_option("--at", options->at, "the device that the hand points at once the preview is shown");
+    app.add_option("ANSWER", options->choice, "to the dialog of a swing under way; without it, the gesture is made")
+        ->check(OneOf({"confirm", "refuse"}));
+    app.add_option("--at", options->at,
+           "the device that the hand points at once the preview is shown; with an answer, whose swing is meant")
+        ->type_name(PEER_VALUE);
     return [options](const Context& context) { return Swing(context, *options); };
 }
 
 Action TapVerb(CLI::App& app)
 {
     auto peer = std::make_shared<std::string>();
-    app.add_option("device", *peer, "id or name of the device to touch, as `pelago devices` shows it")->required();
+    app.add_option("DEVICE", *peer, "id or name of the device to touch, as `pelago devices` shows it")->required();
     return [peer](const Context& context) { return Tap(context, *peer); };
 }
 

@@ -1,5 +1,9 @@
-#include <chrono>
+#include <algorithm>
+#include <iomanip>
+#include <iterator>
+#include <limits>
 #include <memory>
+#include <sstream>
 
 #include "callback_stubs.h"
 #include "hilog/host_text.h"
@@ -14,93 +18,10 @@
 // Looking on: nothing here changes what is looked at, but for `watch --client`.
 namespace OHOS::Pelago::Tools {
 
-void WatchQueue::OnChanged(const std::string& json)
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (waiting_.size() == MAX_WAITING) {
-        waiting_.pop_front();
-        ++dropped_;
-    }
-    waiting_.push_back(json);
-    changed_.notify_one();
-}
-
-void WatchQueue::Close()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    closed_ = true;
-    changed_.notify_one();
-}
-
-std::optional<std::string> WatchQueue::Take(int64_t untilMs)
-{
-    std::unique_lock<std::mutex> lock(mutex_);
-    auto ready = [this] { return !waiting_.empty() || closed_; };
-    if (untilMs < 0) {
-        changed_.wait(lock, ready);
-    } else {
-        (void)changed_.wait_for(lock, std::chrono::milliseconds(std::max<int64_t>(0, untilMs - NowMs())), ready);
-    }
-    if (waiting_.empty()) {
-        return std::nullopt;
-    }
-    std::string json = std::move(waiting_.front());
-    waiting_.pop_front();
-    return json;
-}
-
-size_t WatchQueue::TakeDropped()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    return std::exchange(dropped_, 0);
-}
-
 namespace {
 
 using Host::Json;
 using JsonValue = std::unique_ptr<cJSON, void (*)(cJSON*)>;
-
-} // namespace
-
-ExitCode StartWatching(const Context& context, Observation& observation)
-{
-    sptr<IRemoteObject> control;
-    if (ExitCode code = OpenControl(context, control); code != EXIT_DONE) {
-        return code;
-    }
-    observation.queue = new WatchQueue();
-    if (!CallWhenGone(control, [queue = observation.queue] { queue->Close(); })) {
-        return DeviceHasGone();
-    }
-    observation.control = new Host::DeviceControlProxy(control);
-    Host::ControlResult result = observation.control->Watch(observation.queue);
-    if (result != Host::ControlResult::DONE) {
-        Complain(result == Host::ControlResult::LIMIT ? "as many observe the device as may; end one of them"
-                                                      : "the device cannot be observed; see: pelago log");
-    }
-    return static_cast<ExitCode>(result);
-}
-
-ExitCode WaitForState(const Context& context, const std::string& section,
-    const std::function<bool(const cJSON* state)>& wanted, int seconds)
-{
-    Observation observation;
-    if (ExitCode code = StartWatching(context, observation); code != EXIT_DONE) {
-        return code;
-    }
-    int64_t until = NowMs() + seconds * 1000LL;
-    while (auto message = observation.queue->Take(until)) {
-        JsonValue json(cJSON_Parse(message->c_str()), cJSON_Delete);
-        const cJSON* name = cJSON_GetObjectItemCaseSensitive(json.get(), "section");
-        if (cJSON_IsString(name) && section == name->valuestring &&
-            wanted(cJSON_GetObjectItemCaseSensitive(json.get(), "state"))) {
-            return EXIT_DONE;
-        }
-    }
-    return NowMs() >= until ? EXIT_TIMED_OUT : DeviceHasGone();
-}
-
-namespace {
 
 // What a registered client hears, one JSON object each.
 class PrintingCallback : public TrellisCallbackStub {
@@ -241,106 +162,81 @@ ExitCode Watch(const Context& context, bool asClient)
     return DeviceHasGone();
 }
 
-struct WaitOptions {
-    std::string what;
-    std::string name;
-    int seconds = 30;
-};
-
-bool HasPeer(const cJSON* peers, const std::string& wanted)
-{
-    const cJSON* peer = nullptr;
-    cJSON_ArrayForEach(peer, peers)
-    {
-        for (const char* key : {"id", "name", "contact"}) {
-            const cJSON* value = cJSON_GetObjectItemCaseSensitive(peer, key);
-            if (cJSON_IsString(value) && wanted == value->valuestring) {
-                return true;
-            }
-        }
-    }
-    return false;
-}
-
-// "SECTION.KEY=VALUE", taken apart; keys may go deeper: "device.radios.wifi=1".
-struct Wanted {
-    std::string section;
-    std::vector<std::string> keys;
-    std::string value;
-};
-
-std::optional<Wanted> WantedFrom(const std::string& text)
-{
-    size_t equals = text.find('=');
-    size_t dot = text.find('.');
-    if (equals == std::string::npos || dot >= equals) {
-        return std::nullopt;
-    }
-    Wanted wanted{text.substr(0, dot), {}, text.substr(equals + 1)};
-    while (dot < equals) {
-        size_t end = std::min(text.find('.', dot + 1), equals);
-        wanted.keys.push_back(text.substr(dot + 1, end - dot - 1));
-        dot = end;
-    }
-    return wanted;
-}
-
-bool IsSo(const cJSON* state, const Wanted& wanted)
-{
-    for (const std::string& key : wanted.keys) {
-        state = cJSON_GetObjectItemCaseSensitive(state, key.c_str());
-    }
-    if (cJSON_IsString(state)) {
-        return wanted.value == state->valuestring;
-    }
-    return state != nullptr && wanted.value == Host::JsonText(state);
-}
-
-constexpr const char* STATE_OF_ON = "switch.enableState=1";
-constexpr const char* STATE_OF_OFF = "switch.enableState=2";
-
-ExitCode WaitFor(const Context& context, const WaitOptions& options)
-{
-    ExitCode code = EXIT_USAGE;
-    if (options.what == "peer" && !options.name.empty()) {
-        code = WaitForState(
-            context, "peers", [&options](const cJSON* peers) { return HasPeer(peers, options.name); }, options.seconds);
-    } else {
-        auto wanted = WantedFrom(options.what == "on"    ? STATE_OF_ON
-                                 : options.what == "off" ? STATE_OF_OFF
-                                                         : options.name);
-        if (!wanted.has_value()) {
-            Complain("say what to wait for: pelago wait-for peer NAME, pelago wait-for state SECTION.KEY=VALUE; see "
-                     "`pelago -j watch` for sections and keys");
-            return EXIT_USAGE;
-        }
-        code = WaitForState(
-            context, wanted->section, [&wanted](const cJSON* state) { return IsSo(state, *wanted); }, options.seconds);
-    }
-    if (code == EXIT_TIMED_OUT) {
-        Complain("it did not come to that in " + std::to_string(options.seconds) + " s; how it is: pelago watch");
-    }
-    return code;
-}
+// The number of a line of the log or of an event.
+const CLI::Validator PlaceInLog = NumberFrom(0, std::numeric_limits<int64_t>::max());
 
 ExitCode Log(const Context& context, const std::vector<std::string>& words)
 {
     std::vector<std::string> command{"log"};
-    command.insert(command.end(), words.begin(), words.end());
+    std::copy_if(
+        words.begin(), words.end(), std::back_inserter(command), [](const auto& word) { return !word.empty(); });
     Host::ControlAnswer answer;
-    if (ExitCode code = Control(context, command, answer); code != EXIT_DONE || answer.json.empty()) {
+    if (ExitCode code = Control(context, command, answer); code != EXIT_DONE) {
         return code;
     }
     if (context.json) {
-        PrintJson(answer.json);
+        PrintJson(answer.json.empty() ? "null" : answer.json);
         return EXIT_DONE;
     }
-    std::unique_ptr<cJSON, void (*)(cJSON*)> lines(cJSON_Parse(answer.json.c_str()), cJSON_Delete);
+    JsonValue lines(cJSON_Parse(answer.json.c_str()), cJSON_Delete);
     const cJSON* entry = nullptr;
     cJSON_ArrayForEach(entry, lines.get())
     {
         const cJSON* line = cJSON_GetObjectItemCaseSensitive(entry, "line");
         PrintLine(cJSON_IsString(line) ? Host::EscapeForTerminal(line->valuestring) : "");
+    }
+    return EXIT_DONE;
+}
+
+// What `pelago sim tap` plays; the rest is what the device answers.
+constexpr const char* TAP_EVENTS[] = {"tap knock", "tap publish JSON", "tap deliver JSON"};
+
+ExitCode ListSimCommands(const Context& context)
+{
+    Host::ControlAnswer answer;
+    if (ExitCode code = Control(context, {"sim"}, answer); code != EXIT_DONE) {
+        return code;
+    }
+    JsonValue list(cJSON_Parse(answer.json.c_str()), cJSON_Delete);
+    for (const char* event : TAP_EVENTS) {
+        (void)cJSON_AddItemToArray(list.get(), cJSON_CreateString(event));
+    }
+    if (context.json) {
+        PrintJson(Host::JsonText(list.get()));
+        return EXIT_DONE;
+    }
+    const cJSON* command = nullptr;
+    cJSON_ArrayForEach(command, list.get())
+    {
+        PrintLine(std::string("pelago sim ") + (cJSON_IsString(command) ? command->valuestring : ""));
+    }
+    return EXIT_DONE;
+}
+
+// One line for each: name, value with its unit, what happens beyond it.
+ExitCode DumpLimits(const Context& context)
+{
+    if (context.json) {
+        return RunControl(context, {"limits"});
+    }
+    Host::ControlAnswer answer;
+    if (ExitCode code = Control(context, {"limits"}, answer); code != EXIT_DONE) {
+        return code;
+    }
+    const JsonValue json(cJSON_Parse(answer.json.c_str()), cJSON_Delete);
+    const cJSON* row = nullptr;
+    cJSON_ArrayForEach(row, cJSON_GetObjectItemCaseSensitive(json.get(), "limits"))
+    {
+        const auto text = [row](const char* key) {
+            const char* value = cJSON_GetStringValue(cJSON_GetObjectItemCaseSensitive(row, key));
+            return value == nullptr ? std::string() : Host::EscapeForTerminal(value);
+        };
+        const cJSON* value = cJSON_GetObjectItemCaseSensitive(row, "value");
+        std::ostringstream line;
+        line << std::left << std::setw(40) << text("name") << std::right << std::setw(10)
+             << static_cast<int64_t>(cJSON_GetNumberValue(value)) << ' ' << std::left << std::setw(7) << text("unit")
+             << text("beyond");
+        PrintLine(line.str());
     }
     return EXIT_DONE;
 }
@@ -354,46 +250,42 @@ Action WatchVerb(CLI::App& app)
     return [asClient](const Context& context) { return Watch(context, *asClient); };
 }
 
-Action WaitForVerb(CLI::App& app)
+Action DumpVerb(CLI::App& app)
 {
-    auto options = std::make_shared<WaitOptions>();
-    app.add_option("what", options->what, "on, off, peer NAME, or state SECTION.KEY=VALUE as `-j watch` shows it")
-        ->required()
-        ->check(CLI::IsMember({"on", "off", "peer", "state"}));
-    app.add_option("name", options->name, "id, name or contact of the peer; the state");
-    app.add_option("--timeout", options->seconds, "seconds")->capture_default_str()->check(Seconds());
-    return [options](const Context& context) { return WaitFor(context, *options); };
-}
-
-Action DumpVerb(CLI::App&)
-{
-    return [](const Context& context) { return RunControl(context, {"dump"}); };
+    auto limits = std::make_shared<bool>(false);
+    app.add_flag("--limits", *limits, "instead: what can be filled or kept waiting, how far, and what happens beyond");
+    return [limits](const Context& context) { return *limits ? DumpLimits(context) : RunControl(context, {"dump"}); };
 }
 
 Action LogVerb(CLI::App& app)
 {
-    auto words = std::make_shared<std::vector<std::string>>();
-    app.add_option("words", *words, "AFTER: only lines behind that number; level LEVEL: what is kept from now on");
+    auto words = std::make_shared<std::vector<std::string>>(2);
+    auto isPlace = [](const std::string& word) { return word == "level" ? "" : PlaceInLog(word); };
+    app.add_option(
+           "AFTER", (*words)[0], "a line's number, for those behind it; or level, to say what is kept from now on")
+        ->check(CLI::Validator(isPlace, "{AFTER,level}"));
+    app.add_option("LEVEL", (*words)[1], "the least that is kept")->check(OneOf(LOG_LEVELS));
     return [words](const Context& context) { return Log(context, *words); };
 }
 
 Action EventsVerb(CLI::App& app)
 {
     auto after = std::make_shared<std::string>("0");
-    app.add_option("after", *after, "only events behind that number")->capture_default_str();
+    app.add_option("AFTER", *after, "an event's number, for those behind it")->capture_default_str()->check(PlaceInLog);
     return [after](const Context& context) { return RunControl(context, {"events", *after}); };
 }
 
 Action SimVerb(CLI::App& app)
 {
-    app.footer(
-        "Without words: all commands. `pelago sim tap knock|publish JSON|deliver JSON` plays one event of a tap, with "
-        "any text.");
+    app.footer("Without words it prints the commands that the device has.");
     app.prefix_command(); // the words are the device's to read, dashes and all
     app.fallthrough(false);
     return [&app](const Context& context) {
         std::vector<std::string> words = app.remaining();
-        if (!words.empty() && words.front() == "tap") {
+        if (words.empty()) {
+            return ListSimCommands(context);
+        }
+        if (words.front() == "tap") {
             words.front() = "tap-event"; // the framework's, which only a daemon with the service in it can play
         } else {
             words.insert(words.begin(), "sim");

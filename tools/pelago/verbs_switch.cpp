@@ -48,8 +48,12 @@ ExitCode Request(const Context& context, int state, int type, bool ask)
 // Observes without registering, so that waiting changes nothing.
 ExitCode Switch(const Context& context, int state, int type, bool ask, bool wait)
 {
-    if (ExitCode code = Request(context, state, type, ask); code != EXIT_DONE || !wait) {
-        return code;
+    ExitCode requested = Request(context, state, type, ask);
+    if (requested == EXIT_DONE && !wait && context.json) {
+        PrintJson("null"); // how it ends is for others to see
+    }
+    if (requested != EXIT_DONE || !wait) {
+        return requested;
     }
     ExitCode code = WaitForState(
         context, "switch", [state](const cJSON* json) { return StateIs(json, state); }, SWITCH_LIMIT_SECONDS);
@@ -76,7 +80,7 @@ ExitCode Status(const Context& context)
     const cJSON* peers = cJSON_GetObjectItemCaseSensitive(json.get(), "peers");
     std::string word = StateIs(state, STATE_ON) ? "on" : StateIs(state, STATE_OFF) ? "off" : "never switched on";
     PrintLine(Host::EscapeForTerminal(cJSON_IsString(name) ? name->valuestring : "") + ": sharing " + word + ", " +
-              std::to_string(cJSON_GetArraySize(peers)) + " peers");
+              Counted(cJSON_GetArraySize(peers), "peer"));
     return EXIT_DONE;
 }
 
@@ -85,8 +89,9 @@ ExitCode Status(const Context& context)
 Action OnVerb(CLI::App& app)
 {
     auto options = std::make_shared<OnOptions>();
-    app.add_option("--type", options->type, "who may see the device: hidden, timed (ten minutes), lasting, swing")
-        ->check(CLI::IsMember(TYPES))
+    app.add_option("--type", options->type, "who may see the device, and for how long (timed: ten minutes)")
+        ->type_name("TYPE")
+        ->check(OneOf({"hidden", "timed", "lasting", "swing"}))
         ->capture_default_str();
     app.add_flag("--ask", options->ask, "as the sharing UI would: first-use and radio dialogs where they are due");
     app.add_flag("!--no-wait", options->wait, "come back at once");

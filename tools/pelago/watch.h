@@ -45,8 +45,8 @@ struct Observation {
 // Begins to observe; the first messages are the state as it is.
 [[nodiscard]] ExitCode StartWatching(const Context& context, Observation& observation);
 
-// Observes until `wanted` says so of a section's state. EXIT_TIMED_OUT, the one end that it does not complain of, when
-// the time is over.
+// Observes until `wanted` says so of a section's state, and prints that state with --json. EXIT_TIMED_OUT, the one end
+// that it does not complain of, when the time is over.
 [[nodiscard]] ExitCode WaitForState(const Context& context, const std::string& section,
     const std::function<bool(const cJSON* state)>& wanted, int seconds);
 

@@ -6,6 +6,7 @@
 
 #include "hilog/host_text.h"
 #include "host/json_text.h"
+#include "peers.h"
 
 namespace OHOS::Pelago::Tools {
 namespace {
@@ -141,8 +142,8 @@ void PeerLines(const cJSON* state, Lines& lines)
     const cJSON* peer = nullptr;
     cJSON_ArrayForEach(peer, state)
     {
-        lines["peer " + Text(peer, "id")] = Text(peer, "name") + ", state " + std::to_string(Number(peer, "state")) +
-                                            ", " + std::to_string(Number(peer, "percent")) + "%";
+        lines["peer " + Text(peer, "id")] = Text(peer, "name") + ", " + StateText(Number(peer, "state")) + ", " +
+                                            std::to_string(Number(peer, "percent")) + "%";
     }
 }
 
@@ -302,7 +303,7 @@ std::vector<std::string> WatchText::Changes(const std::string& section, const cJ
     }
     for (const auto& [label, text] : before) {
         if (now.count(label) == 0 && section == "peers") {
-            changes.push_back(label + ": gone");
+            changes.emplace_back(label).append(": gone");
         }
     }
     before = std::move(now);

@@ -29,7 +29,6 @@ namespace fs = std::filesystem;
 
 constexpr int PRIMARY_USER = 100;
 constexpr size_t UDID_BYTES = 32;
-constexpr int64_t SHUTDOWN_LIMIT_MS = 10000;
 
 // A send of 500 files to a contact with several devices, told to several clients, holds thousands.
 constexpr rlim_t WANTED_DESCRIPTORS = 65536;

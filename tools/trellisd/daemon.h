@@ -23,6 +23,8 @@ struct DaemonOptions {
 // One device: its folders, its model, the engine, the service and the sockets. Owned by main, used by one thread.
 class Daemon {
 public:
+    static constexpr int64_t SHUTDOWN_LIMIT_MS = 10'000; // for the threads to end
+
     explicit Daemon(DaemonOptions options);
     ~Daemon();
 

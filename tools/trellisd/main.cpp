@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <optional>
 #include <string>
 
 #include <fcntl.h>
@@ -11,7 +12,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "command_line.h"
 #include "daemon.h"
+#include "hilog/host_text.h"
 
 namespace OHOS::Pelago::Tools {
 namespace {
@@ -95,37 +98,73 @@ int Run(DaemonOptions options, int readyFd)
     return Down(daemon, EXIT_SUCCESS);
 }
 
+void AddOptions(CLI::App& app, DaemonOptions& options, int& readyFd)
+{
+    UseHelpText(app);
+    app.footer("Says \"ready ID\" when it is up, and ends cleanly on SIGTERM, SIGINT or SIGHUP.\n"
+               "Exit codes: 0 ended cleanly; 1 failed, with the reason; 2 usage.");
+    app.add_option("--id", options.card.id, "which device: [a-z0-9-], names its folders")->required()->type_name("ID");
+    app.add_option("--name", options.card.name, "the name that other devices show; remembered")->type_name("NAME");
+    app.add_option("--type", options.card.type, "what kind of device it is; remembered")
+        ->type_name("TYPE")
+        ->check(OneOf(DEVICE_TYPES));
+    app.add_option("--account", options.card.account, "hash of the account that it is signed in with; remembered")
+        ->type_name("ACCOUNT");
+    app.add_flag("!--no-bytes", options.takesBytes, "a device that takes files and texts, but no bytes");
+    app.add_option("--log-level", options.logLevel, "what is kept of the log")
+        ->type_name("LEVEL")
+        ->check(OneOf(LOG_LEVELS));
+    app.add_option("--log-file", options.logFile, "append the log to this file")->type_name(FILE_VALUE);
+    app.add_flag("--log-stderr", options.logToStderr, "write the log to standard error");
+    app.add_option("--ready-fd", readyFd, "say that it is ready there instead of on standard output")->type_name("FD");
+    app.add_flag("--man", "print the manual page");
+    app.add_flag("--completion", "print what completes these options in bash");
+}
+
+// What the program says of itself, which needs no device: its options are checked for one.
+std::optional<std::string> SaidOfItself(const CLI::App& app, const std::string& word)
+{
+    const Command program = Describe(app);
+    if (word == "--man") {
+        return ManualPage(program,
+            {{"ENVIRONMENT", {{"PELAGO_HOME, XDG_STATE_HOME, XDG_RUNTIME_DIR", "where devices live, as for pelago(1)"},
+                                 {"NOTIFY_SOCKET", "where it tells systemd that it is ready, and that it stops"}}},
+                {"SEE ALSO", {{"pelago(1)", "starts devices, and uses them"}}}});
+    }
+    return word == "--completion" ? std::optional(BashCompletion(program)) : std::nullopt;
+}
+
+int Fail(const std::string& reason)
+{
+    (void)std::fprintf(stderr, "trellisd: %s\n", Host::EscapeForTerminal(reason).c_str());
+    return EXIT_USAGE;
+}
+
 // Parses the command line and runs the device.
 int Main(int argc, char** argv)
 {
     DaemonOptions options;
     int readyFd = -1;
-    CLI::App app(
-        "One Pelago device, in the foreground: the front service, the local share engine and the sockets that clients "
-        "come through. Says \"ready ID\" when it is up, and ends cleanly on SIGTERM.");
-    app.add_option("--id", options.card.id, "which device: [a-z0-9-], names its folders")->required();
-    app.add_option("--name", options.card.name, "the name that other devices show; remembered");
-    app.add_option("--type", options.card.type, "phone, tablet, pc, 2in1, watch, car or tv; remembered")
-        ->check(CLI::IsMember({"phone", "tablet", "pc", "2in1", "watch", "car", "tv"}));
-    app.add_option("--account", options.card.account, "hash of the account that it is signed in with; remembered");
-    app.add_flag("!--no-bytes", options.takesBytes, "a device that cannot take sends of bytes");
-    app.add_option("--log-level", options.logLevel, "debug, info, warn, error or fatal")
-        ->check(CLI::IsMember({"debug", "info", "warn", "error", "fatal"}));
-    app.add_option("--log-file", options.logFile, "append the log to this file");
-    app.add_flag("--log-stderr", options.logToStderr, "write the log to standard error");
-    app.add_option("--ready-fd", readyFd, "say that it is ready there instead of on standard output");
+    CLI::App app("one Pelago device, in the foreground: the front service, the local share engine and the sockets that "
+                 "clients come through",
+        "trellisd");
+    AddOptions(app, options, readyFd);
+    if (auto text = SaidOfItself(app, argc == 2 ? argv[1] : ""); text.has_value()) {
+        return std::fputs(text->c_str(), stdout) < 0 ? EXIT_FAILURE : EXIT_SUCCESS;
+    }
     try {
         app.parse(argc, argv);
+    } catch (const CLI::Success& success) {
+        return app.exit(success);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? EXIT_SUCCESS : EXIT_USAGE;
+        return Fail(UsageError(app, error));
     }
     if (!DevicePaths::IsValidId(options.card.id)) {
-        (void)std::fprintf(stderr, "trellisd: a device's id is 1 to %zu of a-z, 0-9 and dash\n", MAX_DEVICE_ID);
-        return EXIT_USAGE;
+        return Fail("a device's id is 1 to " + std::to_string(MAX_DEVICE_ID) + " of a-z, 0-9 and dash, not '" +
+                    options.card.id + "'");
     }
     if (readyFd >= 0 && ::fcntl(readyFd, F_GETFD) < 0) {
-        (void)std::fprintf(stderr, "trellisd: the descriptor %d of --ready-fd is not open\n", readyFd);
-        return EXIT_USAGE;
+        return Fail("the descriptor " + std::to_string(readyFd) + " of --ready-fd is not open");
     }
     return Run(std::move(options), readyFd);
 }

@@ -26,8 +26,6 @@ constexpr int32_t LIVE_GESTURE = -1; // no process has registered just now
 constexpr const char* SWING_SERVICE = "Swing_CorvaneShare";
 constexpr int32_t STATE_UNDER_WAY = 2;
 constexpr const char* CONTENT_KEY = "showData"; // stands in a state that shows what a swing takes
-constexpr auto TAP_PATIENCE = std::chrono::milliseconds(LocalCollab::ANSWER_LIMIT_MS + 1'000);
-constexpr auto EVENT_PATIENCE = std::chrono::seconds(10);
 constexpr size_t MAC_DIGITS = 10;
 
 // A touch that came to nothing is none: the other ends are told to the users of the two devices, and the step says
@@ -241,7 +239,7 @@ ControlAnswer NearField::Tap(const Host::Words& words)
     if (tap == 0) {
         return Host::Refuse(ControlResult::FAILED, "too many taps are under way; wait for one of them to end");
     }
-    TapStep step = end.Wait(TAP_PATIENCE).value_or(TapStep::NO_ANSWER);
+    TapStep step = end.Wait(NearField::TAP_LIMIT).value_or(TapStep::NO_ANSWER);
     for (const auto& row : FAILED_TAPS) {
         if (row.step == step) {
             return Host::Refuse(row.result, row.error);
@@ -258,7 +256,7 @@ ControlAnswer NearField::Play(const Host::Words& words)
         }
         Later<int32_t> result;
         collab_->Play(row.event, row.words == 0 ? "{}" : words.back(), result.Teller());
-        auto value = result.Wait(EVENT_PATIENCE);
+        auto value = result.Wait(NearField::EVENT_LIMIT);
         return value.has_value() ? Host::Done(Json::Object().Put("result", int64_t{*value}).Text())
                                  : Host::Refuse(ControlResult::FAILED, "the service does not answer");
     }

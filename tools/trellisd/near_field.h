@@ -1,6 +1,7 @@
 #ifndef PELAGO_TOOLS_NEAR_FIELD_H
 #define PELAGO_TOOLS_NEAR_FIELD_H
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -17,6 +18,10 @@ namespace OHOS::Pelago::Tools {
 // a swing does in the service.
 class NearField {
 public:
+    // How long a command waits for the end of its tap, and for the service to have taken an event.
+    static constexpr std::chrono::milliseconds TAP_LIMIT{Synfold::LocalCollab::ANSWER_LIMIT_MS + 1'000};
+    static constexpr std::chrono::milliseconds EVENT_LIMIT{10'000};
+
     // The engine runs.
     NearField(const DeviceCard& card, int32_t type, std::shared_ptr<LocalEngine> engine);
 

@@ -9,6 +9,7 @@
 #include "host/json_text.h"
 #include "host/scheduler.h"
 #include "host/timers.h"
+#include "limits.h"
 #include "switch/share_switch_manager.h"
 #include "transfer/descriptor_ledger.h"
 
@@ -201,6 +202,7 @@ void AddServiceSections(Host::DeviceControl& control, const std::shared_ptr<Loca
                               .Put("peers", PeersJson())
                               .Text());
     });
+    control.AddCommand("limits", [](const Host::Words&) { return Host::Done(LimitsJson()); });
     control.AddCommand("dump", [engine, &nearField, &server](const Host::Words&) {
         return Host::Done(Json::Object()
                               .Put("switch", SwitchJson())

@@ -8,9 +8,9 @@
 
 namespace OHOS::Pelago::Tools {
 
-// Adds to the control of the device what only a daemon with the service in it knows: the commands "status" and "dump",
-// and the sections "switch", "peers", "gesture" and "tap" of what is watched. Reads the service's state; registers with
-// nobody.
+// Adds to the control of the device what only a daemon with the service in it knows: the commands "status", "dump" and
+// "limits", and the sections "switch", "peers", "gesture" and "tap" of what is watched. Reads the service's state;
+// registers with nobody.
 void AddServiceSections(Host::DeviceControl& control, const std::shared_ptr<LocalEngine>& engine,
     const NearField& nearField, const Host::IpcServer& server);
 

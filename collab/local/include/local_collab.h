@@ -97,6 +97,7 @@ public:
     static constexpr size_t KEPT = 32;      // states, texts and taps that are remembered, of each
     static constexpr size_t MAX_TEXT =
         size_t{16} * 1024;                            // bytes of a reply to a peer, and of what is remembered of a text
+    static constexpr size_t MAX_SHORT_TEXT = 1024;    // bytes of a name, an address, an id
     static constexpr size_t MAX_UNDER_WAY = 16;       // taps that wait for an answer, and requests that wait for ours
     static constexpr size_t MAX_WAITING_NOTES = 64;   // of peers, until the service has time for them
     static constexpr int64_t ANSWER_LIMIT_MS = 5'000; // for the peer's answer: below the six seconds of the service

@@ -71,7 +71,7 @@ template <typename Int>
 [[nodiscard]] bool ReadKind(const cJSON* json, NoteKind& kind)
 {
     std::string name;
-    if (!GetText(json, "note", MAX_SHORT_TEXT, name)) {
+    if (!GetText(json, "note", LocalCollab::MAX_SHORT_TEXT, name)) {
         return false;
     }
     for (const auto& row : KINDS) {
@@ -86,8 +86,9 @@ template <typename Int>
 [[nodiscard]] bool ReadReplyNote(const cJSON* json, Note& note)
 {
     std::string text;
-    bool whole = GetInt(json, "tap", note.tap) && GetText(json, "name", MAX_SHORT_TEXT, note.from.name) &&
-                 GetInt(json, "type", note.from.type) && GetText(json, "bleMac", MAX_SHORT_TEXT, note.from.bleMac) &&
+    bool whole = GetInt(json, "tap", note.tap) && GetText(json, "name", LocalCollab::MAX_SHORT_TEXT, note.from.name) &&
+                 GetInt(json, "type", note.from.type) &&
+                 GetText(json, "bleMac", LocalCollab::MAX_SHORT_TEXT, note.from.bleMac) &&
                  GetText(json, "reply", LocalCollab::MAX_TEXT, text);
     auto reply = whole ? ReadServiceReply(text) : std::nullopt;
     if (!reply.has_value()) {
@@ -101,7 +102,8 @@ template <typename Int>
 {
     switch (note.kind) {
         case NoteKind::REQUEST:
-            return GetInt(json, "tap", note.tap) && GetText(json, "concurrentId", MAX_SHORT_TEXT, note.concurrentId);
+            return GetInt(json, "tap", note.tap) &&
+                   GetText(json, "concurrentId", LocalCollab::MAX_SHORT_TEXT, note.concurrentId);
         case NoteKind::NOTICE:
             return GetInt(json, "notifyInfo", note.notifyInfo);
         case NoteKind::REPLY:
@@ -123,7 +125,7 @@ std::optional<ServiceReply> ReadServiceReply(const std::string& text)
         return std::nullopt;
     }
     // A busy service says neither.
-    (void)GetText(json.get(), "concurrentId", MAX_SHORT_TEXT, reply.concurrentId);
+    (void)GetText(json.get(), "concurrentId", LocalCollab::MAX_SHORT_TEXT, reply.concurrentId);
     (void)GetInt(json.get(), "shareState", reply.shareState);
     reply.busy = SaysBusy(reply.custData);
     return reply;
@@ -143,7 +145,7 @@ std::string ReplyNote(uint32_t tap, const CollabDevice& self, const std::string&
 {
     return NoteOf(NoteKind::REPLY)
         .Put("tap", int64_t{tap})
-        .Put("name", self.name.substr(0, MAX_SHORT_TEXT / 3)) // escaping makes three bytes of one at most
+        .Put("name", self.name.substr(0, LocalCollab::MAX_SHORT_TEXT / 3)) // escaping makes three bytes of one at most
         .Put("type", int64_t{self.type})
         .Put("bleMac", self.bleMac)
         .Put("reply", serviceReply)

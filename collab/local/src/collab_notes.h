@@ -15,7 +15,6 @@ namespace OHOS::Synfold {
 
 inline constexpr int32_t NOTIFY_NO_APPLICATION = 1; // the service shows its error 1203
 inline constexpr int32_t NOTIFY_BUSY = 3;           // its error 1221
-inline constexpr size_t MAX_SHORT_TEXT = 1024;      // bytes of a name, an address, an id
 
 // What the service replies to a request.
 struct ServiceReply {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "local_engine_limits.h"
 #include "share_client.h"
 
 namespace OHOS::Pelago {
@@ -19,17 +20,7 @@ struct LocalDevice {
     std::string accountHash;
     int32_t capability = 0; // bits; without CAPABILITY_BYTES, sends of bytes are refused
 };
-inline constexpr size_t MAX_LOCAL_DEVICE_ID = 64;
 inline constexpr int32_t CAPABILITY_BYTES = 4;
-
-// How long a peer that has accepted, or was accepted, may let a transfer stand still.
-inline constexpr int64_t STALL_LIMIT_MS = 30'000;
-// How long a peer may leave a frame unread.
-inline constexpr int64_t UNREAD_LIMIT_MS = 30'000;
-// How long the device that a hand points at is looked for.
-inline constexpr int64_t SWING_FIND_MS = 5'000;
-// Bytes of a note.
-inline constexpr size_t MAX_NOTE_BYTES = size_t{64} * 1024;
 
 struct LocalEngineConfig {
     std::string nearbyFolder; // absolute; made, with mode 0700, when it is missing; its parent must exist

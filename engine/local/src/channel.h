@@ -14,9 +14,6 @@
 
 namespace OHOS::Pelago::Local {
 
-inline constexpr int64_t UNFINISHED_FRAME_MS = 10'000; // from the first byte of a frame to its last
-inline constexpr int64_t CLOSE_LIMIT_MS = 5'000;       // for a peer to take, or to send, the last words
-
 // One connection between two engines: frames both ways, ACCEPT with one descriptor.
 // Belongs to the loop's thread; held by whoever talks. What a peer sends can end its own connection and nothing more.
 // It does not know what may follow what: the frame's reader does.

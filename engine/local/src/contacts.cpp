@@ -6,15 +6,12 @@
 #include <memory>
 
 #include "file_names.h"
+#include "local_engine_limits.h"
 #include "nearby_folder.h"
 #include "share_log.h"
 
 namespace OHOS::Pelago::Local {
 namespace {
-
-constexpr size_t MAX_CONTACTS_BYTES = size_t{8} * 1024 * 1024;
-constexpr size_t MAX_AVATAR_BYTES = size_t{128} * 1024; // leaves room in the parcel of a report
-constexpr size_t MAX_NAME_BYTES = 1024;
 
 [[nodiscard]] bool ReadText(const cJSON* entry, const char* key, size_t most, std::string& text)
 {
@@ -30,7 +27,7 @@ constexpr size_t MAX_NAME_BYTES = 1024;
 {
     const cJSON* id = cJSON_GetObjectItemCaseSensitive(entry, "id");
     if (!cJSON_IsNumber(id) || id->valuedouble != static_cast<double>(id->valueint) || id->valueint == 0 ||
-        !ReadText(entry, "name", MAX_NAME_BYTES, contact.name)) {
+        !ReadText(entry, "name", MAX_SHORT_TEXT, contact.name)) {
         return false;
     }
     contact.contactId = id->valueint;

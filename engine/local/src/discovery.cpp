@@ -100,19 +100,42 @@ void NearbyReports::SwingStatus(const sptr<IRemoteObject>& listener, int code)
     });
 }
 
+bool NearbyReports::BeginAll(const sptr<IRemoteObject>& listener)
+{
+    {
+        std::lock_guard<std::mutex> lock(begun_->mutex);
+        if (!AddOnce(begun_->listeners, listener)) {
+            return false;
+        }
+    }
+    queue_.Post([begun = begun_, listener] {
+        std::lock_guard<std::mutex> lock(begun->mutex);
+        (void)Remove(begun->listeners, listener); // it was added above
+    });
+    return true;
+}
+
 void Discovery::Subscribe(const sptr<IRemoteObject>& listener)
 {
     bool isFirst = listeners_.empty();
-    AddOnce(listeners_, listener);
+    bool isNew = AddOnce(listeners_, listener);
     bool runs = Update();
-    reports_->DiscoverResult(listener, runs ? DISCOVER_DONE : DISCOVER_FAILED);
+    // Whoever asks faster than it listens would fill the memory with what it is told.
+    if (reports_->BeginAll(listener) || isNew) {
+        TellAll(listener, runs ? DISCOVER_DONE : DISCOVER_FAILED);
+    }
+    if (isFirst || peers_.empty()) {
+        LookAtAll();
+    }
+}
+
+void Discovery::TellAll(const sptr<IRemoteObject>& listener, int result)
+{
+    reports_->DiscoverResult(listener, result);
     for (auto& [id, peer] : peers_) {
         peer.flags |= Discoverer::ORDINARY;
         peer.reported = RecordOf(peer);
         reports_->Found(listener, peer.reported);
-    }
-    if (isFirst || peers_.empty()) {
-        LookAtAll();
     }
 }
 

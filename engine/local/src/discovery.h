@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -25,9 +26,18 @@ public:
     void DiscoverResult(const sptr<IRemoteObject>& listener, int reason);
     void PublishResult(const sptr<IRemoteObject>& listener, int reason);
     void SwingStatus(const sptr<IRemoteObject>& listener, int code);
+    // What is posted now is all that there is for a listener that may know some of it. False while it has not come to
+    // what was begun so before: that, and what followed, tells it everything, and nothing needs to be posted.
+    [[nodiscard]] bool BeginAll(const sptr<IRemoteObject>& listener);
 
 private:
+    struct Begun {
+        std::mutex mutex;
+        std::vector<sptr<IRemoteObject>> listeners; // who have not come to it
+    };
+
     ListenerQueue queue_;
+    const std::shared_ptr<Begun> begun_ = std::make_shared<Begun>();
 };
 
 // How a swing of this device ends, as OnSwingStatus tells it.
@@ -94,6 +104,7 @@ private:
     void OnLinkEnd(const std::string& id, const char* why); // `id` outlives the link
     void Lose(const std::string& id);
     void ReloadContacts();
+    void TellAll(const sptr<IRemoteObject>& listener, int result);
     void Report(Peer& peer);
     void ReportTo(Peer& peer, const sptr<IRemoteObject>& keeper);
     void TryAim();

@@ -5,10 +5,10 @@
 #include <string>
 #include <string_view>
 
+#include "local_engine_limits.h"
+
 // Names that peers chose. Pure functions, any thread.
 namespace OHOS::Pelago::Local {
-
-inline constexpr size_t MAX_FILE_NAME = 255; // bytes; what Linux file systems hold
 
 [[nodiscard]] bool IsUtf8(std::string_view text);
 // At most `most` bytes of the text; what is not UTF-8 becomes U+FFFD.

@@ -16,7 +16,6 @@ namespace OHOS::Pelago::Local {
 namespace {
 
 constexpr mode_t FILE_MODE = 0644;
-constexpr unsigned MOST_NUMBERED = 10'000;
 
 Outcome FailureOf(int error, const char* what)
 {
@@ -111,7 +110,7 @@ int FileStore::Link(const File& file, const std::string& name) const
 
 bool FileStore::CommitOne(File& file, Outcome& failure) const
 {
-    for (unsigned n = 1; n <= MOST_NUMBERED; ++n) {
+    for (unsigned n = 1; n <= MAX_NUMBERED_NAMES; ++n) {
         std::string name = n == 1 ? file.name : NumberedName(file.name, n);
         int error = Link(file, name);
         if (error == 0) {

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "local_engine_limits.h"
+
 namespace OHOS::Pelago::Local {
 
 // The messages of the channel between two engines. docs/engine.md tells the conversation.
@@ -24,9 +26,6 @@ enum class FrameType : uint8_t {
 
 inline constexpr uint8_t CHANNEL_VERSION = 1;
 inline constexpr size_t FRAME_HEADER_BYTES = 8;
-inline constexpr size_t MAX_OFFER_BYTES = size_t{1024} * 1024;
-inline constexpr size_t MAX_ENDING_BYTES = 1024;
-inline constexpr size_t MAX_NOTE_FRAME_BYTES = size_t{65} * 1024;
 
 struct FrameHeader {
     FrameType type;

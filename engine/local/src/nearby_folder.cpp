@@ -24,8 +24,6 @@ namespace OHOS::Pelago::Local {
 namespace {
 
 constexpr const char* LOCK_FILE = "lock";
-constexpr size_t MAX_DESCRIPTION_BYTES = size_t{16} * 1024;
-constexpr size_t MAX_TEXT_BYTES = 1024; // of a name or a hash
 constexpr int WAITING_CONNECTIONS = 128;
 constexpr int DESCRIPTION_VERSION = 1;
 constexpr int ABILITY_CONTACT_SHARE = 2; // devices of one contact can be shown as one
@@ -51,7 +49,7 @@ sockaddr_un AddressOf(int folder, const std::string& id, std::string_view suffix
 [[nodiscard]] bool GetText(const cJSON* object, const char* key, std::string& value)
 {
     const cJSON* item = cJSON_GetObjectItemCaseSensitive(object, key);
-    if (!cJSON_IsString(item) || std::strlen(item->valuestring) > MAX_TEXT_BYTES || !IsUtf8(item->valuestring)) {
+    if (!cJSON_IsString(item) || std::strlen(item->valuestring) > MAX_SHORT_TEXT || !IsUtf8(item->valuestring)) {
         return false;
     }
     value = item->valuestring;
@@ -87,7 +85,7 @@ sockaddr_un AddressOf(int folder, const std::string& id, std::string_view suffix
 std::string Quoted(const std::string& text)
 {
     std::string out = "\"";
-    Host::AppendEscaped(out, text.substr(0, MAX_TEXT_BYTES / 3), Host::EscapeStyle::JSON);
+    Host::AppendEscaped(out, text.substr(0, MAX_SHORT_TEXT / 3), Host::EscapeStyle::JSON);
     return out + "\"";
 }
 
@@ -235,7 +233,7 @@ ConnectResult NearbyFolder::Connect(const std::string& id, UniqueFd& socket, std
                 return ConnectResult::FAILED;
         }
     }
-    if (!IsOwnUser(fresh.Get())) {
+    if (OwnProcessOf(fresh.Get()) < 0) {
         return ConnectResult::FAILED;
     }
     socket = std::move(fresh);
@@ -282,11 +280,12 @@ std::optional<LocalDevice> NearbyFolder::ReadDescription(const std::string& id, 
     return device;
 }
 
-bool IsOwnUser(int socket)
+pid_t OwnProcessOf(int socket)
 {
     ucred peer{};
     socklen_t size = sizeof(peer);
-    return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == ::getuid();
+    bool isOurs = ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == ::getuid();
+    return isOurs ? peer.pid : -1;
 }
 
 std::optional<std::string> ReadSmallFile(int folder, const char* name, size_t most)

@@ -67,8 +67,8 @@ private:
     UniqueFd folder_;
 };
 
-// Whether the other end of a connected Unix socket belongs to our own user.
-[[nodiscard]] bool IsOwnUser(int socket);
+// The process at the other end of a connected Unix socket; -1 when it is not of our own user.
+[[nodiscard]] pid_t OwnProcessOf(int socket);
 
 // At most `most` bytes of a regular file that is no link; nothing when it is something else, or longer.
 [[nodiscard]] std::optional<std::string> ReadSmallFile(int folder, const char* name, size_t most);

@@ -5,12 +5,6 @@
 #include "share_log.h"
 
 namespace OHOS::Pelago::Local {
-namespace {
-
-constexpr size_t MAX_WAITING_NOTES = 64; // that came and were not read, and that went and were not answered
-constexpr int64_t NOTE_LIMIT_MS = 3'000; // for the peer to take one
-
-} // namespace
 
 NoteBox::NoteBox(std::shared_ptr<Context> context)
     : context_(std::move(context)), queue_(std::make_shared<ListenerQueue>(context_->activity, "share-notes")),

@@ -13,8 +13,6 @@
 namespace OHOS::Pelago::Local {
 namespace {
 
-constexpr size_t MAX_NAME_ON_WIRE =
-    size_t{64} * 1024;                    // far above what is taken: a long name is refused with its reason
 constexpr size_t ROOM_FOR_THE_REST = 256; // token, object and send type of the request
 
 std::string NamesAsJson(const std::vector<OfferedFile>& files)

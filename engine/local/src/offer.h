@@ -22,8 +22,6 @@ enum class OfferKind : uint32_t {
     BYTES = 1, // all of it stands in the offer
 };
 
-inline constexpr size_t MAX_SHORT_TEXT = 1024; // bytes of an id, a device name, a package name
-
 // What a sender says before it sends. Plain values. On the channel the fields stand in this order.
 struct Offer {
     OfferKind kind = OfferKind::FILES;

@@ -3,6 +3,7 @@
 #include <sys/epoll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -11,8 +12,6 @@
 namespace OHOS::Pelago::Local {
 namespace {
 
-constexpr size_t MAX_GUESTS = 256;
-constexpr int64_t FIRST_FRAME_MS = 10'000;
 constexpr int64_t LOCK_RETRY_MS = 20; // others hold the lock for a few calls to the kernel
 constexpr int LOCK_ATTEMPTS = 250;    // five seconds
 constexpr int64_t ACCEPT_PAUSE_MS = 200;
@@ -57,9 +56,9 @@ void Reception::Close()
         place_.leave();
         listening_.Reset();
     }
-    for (auto& [guest, timer] : guests_) {
-        context_->loop.CancelTimer(timer);
-        guest->Close();
+    for (auto& [channel, guest] : guests_) {
+        context_->loop.CancelTimer(guest.silence);
+        channel->Close();
     }
     guests_.clear();
 }
@@ -81,9 +80,17 @@ void Reception::OnConnection()
     }
 }
 
+bool Reception::HasRoomFor(pid_t process) const
+{
+    auto ofProcess =
+        std::count_if(guests_.begin(), guests_.end(), [process](auto& one) { return one.second.process == process; });
+    return guests_.size() < MAX_GUESTS && static_cast<size_t>(ofProcess) < MAX_GUESTS_OF_PROCESS;
+}
+
 void Reception::Greet(UniqueFd socket)
 {
-    if (!IsOwnUser(socket.Get()) || guests_.size() >= MAX_GUESTS) {
+    const pid_t process = OwnProcessOf(socket.Get());
+    if (process < 0 || !HasRoomFor(process)) {
         ++context_->counters.refusedPeers;
         return;
     }
@@ -95,7 +102,8 @@ void Reception::Greet(UniqueFd socket)
     guest->SetHandlers(
         [this, weak](FrameType type, std::string_view body, UniqueFd) { OnFrame(weak.lock(), type, body); },
         [this, weak](const char* why) { Dismiss(weak.lock(), why); });
-    guests_[guest] = context_->loop.After(FIRST_FRAME_MS, [this, weak] { Dismiss(weak.lock(), "it says nothing"); });
+    guests_[guest] = {
+        process, context_->loop.After(FIRST_FRAME_MS, [this, weak] { Dismiss(weak.lock(), "it says nothing"); })};
 }
 
 void Reception::OnFrame(const std::shared_ptr<Channel>& guest, FrameType type, std::string_view body)
@@ -104,8 +112,8 @@ void Reception::OnFrame(const std::shared_ptr<Channel>& guest, FrameType type, s
     if (found == guests_.end()) {
         return;
     }
-    bool isFirst = found->second != 0;
-    context_->loop.CancelTimer(found->second);
+    bool isFirst = found->second.silence != 0;
+    context_->loop.CancelTimer(found->second.silence);
     switch (isFirst ? onFirst_(guest, type, body) : Verdict::REFUSED) {
         case Verdict::REFUSED:
             Dismiss(guest, "it said what cannot come first");
@@ -128,7 +136,7 @@ void Reception::Dismiss(const std::shared_ptr<Channel>& guest, const char* why)
         SHARE_LOGD(Log::SERVICE, "a connection was dropped: %{public}s", why);
         ++context_->counters.refusedPeers;
     }
-    context_->loop.CancelTimer(found->second);
+    context_->loop.CancelTimer(found->second.silence);
     guests_.erase(found);
     guest->Close();
 }

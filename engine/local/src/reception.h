@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include <sys/types.h>
+
 #include "channel.h"
 #include "context.h"
 
@@ -44,8 +46,14 @@ public:
     }
 
 private:
+    struct Guest {
+        pid_t process = 0;
+        ControlLoop::Id silence = 0; // its timer; 0 once it has spoken
+    };
+
     void TryOpen(int attemptsLeft);
     void OnConnection();
+    [[nodiscard]] bool HasRoomFor(pid_t process) const;
     void Greet(UniqueFd socket);
     void OnFrame(const std::shared_ptr<Channel>& guest, FrameType type, std::string_view body);
     void Dismiss(const std::shared_ptr<Channel>& guest, const char* why);
@@ -55,8 +63,8 @@ private:
     Place place_;
     UniqueFd listening_;
     ControlLoop::Id watch_ = 0;
-    ControlLoop::Id timer_ = 0;                                  // for the lock, or for descriptors to accept with
-    std::map<std::shared_ptr<Channel>, ControlLoop::Id> guests_; // those that stay, and those who have said nothing yet
+    ControlLoop::Id timer_ = 0;                        // for the lock, or for descriptors to accept with
+    std::map<std::shared_ptr<Channel>, Guest> guests_; // those that stay, and those who have said nothing yet
 };
 
 } // namespace OHOS::Pelago::Local

@@ -12,6 +12,7 @@
 #include "host/ability_host.h"
 #include "host/device.h"
 #include "host/scheduler.h"
+#include "ipc_skeleton.h"
 #include "message_parcel.h"
 
 namespace OHOS::Host {
@@ -24,7 +25,6 @@ using namespace AAFwk; // the error constants
 namespace {
 constexpr unsigned int LOG_DOMAIN_OF_ABILITY = 0xD001300;
 constexpr const char* LOG_TAG_OF_ABILITY = "AbilityRegistry";
-constexpr std::chrono::milliseconds STOP_PATIENCE{2000};
 
 // A message to an extension that begins with the want; null when it does not fit.
 std::shared_ptr<MessageParcel> MakeMessage(const Want& want)
@@ -50,6 +50,7 @@ struct AbilityRegistry::Registration {
     std::string bundleName;
     std::vector<std::string> abilities;
     sptr<IRemoteObject> extension;
+    int32_t pid = 0;    // who registered it
     size_t waiting = 0; // messages that are posted and not yet sent
 
     bool Serves(const ElementName& element) const
@@ -141,7 +142,7 @@ void AbilityRegistry::Shutdown()
             DropLaunch(std::string(launches_.begin()->first), ERR_ABILITY_NOT_REGISTERED);
         }
     }
-    launcher_->StopAll(STOP_PATIENCE);
+    launcher_->StopAll(STOP_LIMIT);
 }
 
 int32_t AbilityRegistry::Start(const Want& want)
@@ -337,11 +338,12 @@ int32_t AbilityRegistry::Register(
     registration->bundleName = bundleName;
     registration->abilities = abilities;
     registration->extension = extension;
+    registration->pid = IPCSkeleton::GetCallingPid();
     std::lock_guard<std::mutex> guard(mutex_);
     if (!MakeRoom(*registration)) {
         return ERR_ABILITY_ALREADY_REGISTERED;
     }
-    if (registrations_.size() >= MAX_REGISTRATIONS) {
+    if (!MayHoldAnother(registration->pid)) {
         return ERR_ABILITY_TOO_MANY;
     }
     // Under the lock: a death that is told at once finds the registration.
@@ -351,6 +353,13 @@ int32_t AbilityRegistry::Register(
     registrations_.push_back(registration);
     FeedFromLaunch(registration);
     return ERR_ABILITY_OK;
+}
+
+bool AbilityRegistry::MayHoldAnother(int32_t pid) const
+{
+    const auto ofProcess = std::count_if(registrations_.begin(), registrations_.end(),
+        [pid](const RegistrationRef& registration) { return registration->pid == pid; });
+    return registrations_.size() < MAX_REGISTRATIONS && static_cast<size_t>(ofProcess) < MAX_REGISTRATIONS_OF_PROCESS;
 }
 
 bool AbilityRegistry::MakeRoom(const Registration& wanted)

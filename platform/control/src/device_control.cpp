@@ -6,6 +6,7 @@
 #include "device_memory.h"
 #include "host/ability_host.h"
 #include "host/device.h"
+#include "host/json_text.h"
 #include "ipc_skeleton.h"
 #include "message_option.h"
 #include "message_parcel.h"
@@ -62,6 +63,13 @@ private:
 DeviceControl::DeviceControl() : queue_(Scheduler::Instance().CreateQueue("control"))
 {
     AddSimCommands(*this);
+    AddCommand("state", [this](const Words&) { // all sections by name, as a watcher is told them
+        Json json = Json::Object();
+        for (const auto& [name, section] : State()) {
+            json.PutRaw(name.c_str(), section);
+        }
+        return Done(json.Text());
+    });
 }
 
 void DeviceControl::AddCommand(const std::string& name, Command command)

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "hilog/log.h"
+#include "host/device_control.h"
 #include "host/json_text.h"
 #include "host/whole_file.h"
 #include "sim_words.h"
@@ -111,7 +112,7 @@ private:
         const cJSON* steps = Part(root_.get(), "steps");
         for (const auto& [step, time] : RADIO_STEPS) {
             const int32_t ms = Int(Part(steps, step));
-            good_ = good_ && ms >= 0 && ms <= MAX_STEP_MS;
+            good_ = good_ && ms >= 0 && ms <= DeviceControl::MAX_RADIO_STEP_MS;
             timings.*time = std::chrono::milliseconds(ms);
         }
     }

@@ -250,14 +250,27 @@ std::string Usage(const std::string& word)
     return "no such command; there are:" + (some.empty() ? all : some);
 }
 
+ControlAnswer SimList()
+{
+    Json list = Json::Array();
+    for (const SimRow& row : SIM_ROWS) {
+        list.Add(std::string(row.usage));
+    }
+    return Done(list.Text());
+}
+
+// Without words: what there is.
 ControlAnswer SimCommandLine(const Words& words)
 {
+    if (words.empty()) {
+        return SimList();
+    }
     for (const SimRow& row : SIM_ROWS) {
         if (const size_t matched = Matched(row, words); matched > 0) {
             return Run(row, Words(words.begin() + static_cast<ptrdiff_t>(matched), words.end()));
         }
     }
-    return Refuse(ControlResult::USAGE, Usage(words.empty() ? "" : words[0]));
+    return Refuse(ControlResult::USAGE, Usage(words[0]));
 }
 
 ControlAnswer LogLevelCommand(const std::string& text)

@@ -128,8 +128,9 @@ ControlAnswer Airplane(const Words& words)
 ControlAnswer Slow(const Words& words)
 {
     auto ms = Number(words[1]);
-    if (!ms.has_value() || *ms < 0 || *ms > MAX_STEP_MS) {
-        return Refuse(ControlResult::USAGE, "a step takes 0 to " + std::to_string(MAX_STEP_MS) + " milliseconds");
+    if (!ms.has_value() || *ms < 0 || *ms > DeviceControl::MAX_RADIO_STEP_MS) {
+        return Refuse(ControlResult::USAGE,
+            "a step takes 0 to " + std::to_string(DeviceControl::MAX_RADIO_STEP_MS) + " milliseconds");
     }
     RadioTimings timings = Model().Snapshot().timings;
     bool found = false;

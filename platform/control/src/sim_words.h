@@ -42,7 +42,6 @@ inline constexpr std::array<Choice<BluetoothMode>, 3> BLUETOOTH_MODES{
     {{"off", BluetoothMode::OFF}, {"ble", BluetoothMode::BLE_ONLY}, {"on", BluetoothMode::ON}}};
 
 // The steps of the radios, each with the time that it takes.
-inline constexpr int64_t MAX_STEP_MS = 3'600'000;
 inline constexpr std::array<Choice<std::chrono::milliseconds RadioTimings::*>, 7> RADIO_STEPS{{
     {"wifi-on", &RadioTimings::wifiOn},
     {"wifi-semi", &RadioTimings::wifiSemi},

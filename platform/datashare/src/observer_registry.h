@@ -12,7 +12,6 @@
 
 namespace OHOS::Host {
 class TaskQueue;
-struct StaticState;
 } // namespace OHOS::Host
 
 namespace OHOS::DataShare {
@@ -32,8 +31,6 @@ public:
     void Notify(const std::string& uri);
 
 private:
-    friend struct Host::StaticState;
-
     struct Entry {
         Observer observer;
         std::shared_ptr<Host::TaskQueue> queue; // the same for all entries of one observer

@@ -7,6 +7,7 @@
 
 #include "hilog/log.h"
 #include "host/device.h"
+#include "host/host_settings.h"
 
 namespace OHOS::DataShare {
 
@@ -190,7 +191,7 @@ bool SettingsStore::Open()
     if (result != SQLITE_OK) {
         return Fail("open");
     }
-    sqlite3_busy_timeout(opened, BUSY_TIMEOUT_MS);
+    sqlite3_busy_timeout(opened, Host::SETTINGS_BUSY_LIMIT_MS);
     // The mode stays with the file. Two processes that open a new file at once may get in each other's way here; the
     // later one then finds the mode set, or sets it next time.
     sqlite3_exec(opened, "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr);

@@ -12,10 +12,6 @@
 struct sqlite3;
 struct sqlite3_stmt;
 
-namespace OHOS::Host {
-struct StaticState;
-}
-
 namespace OHOS::DataShare {
 
 /// The settings database of this device: the one connection of this process to the file in the device's folder. Opened
@@ -23,7 +19,7 @@ namespace OHOS::DataShare {
 /// aside in the meantime works again.
 ///
 /// One per process, alive until it ends. Any thread may call; accesses take turns. Other processes may use the file
-/// too: one access waits for theirs up to BUSY_TIMEOUT_MS.
+/// too: one access waits for theirs up to SETTINGS_BUSY_LIMIT_MS.
 ///
 /// Tables and columns are names of our own and checked as such; everything else is bound, never pasted into a
 /// statement. It knows of no observers.
@@ -31,8 +27,6 @@ class SettingsStore {
 public:
     using Texts = std::vector<std::string>;
     using Cells = std::vector<std::pair<std::string, std::string>>; // column, text
-
-    static constexpr int BUSY_TIMEOUT_MS = 2000;
 
     static SettingsStore& Instance();
 
@@ -62,8 +56,6 @@ public:
     static constexpr const char* VALUE_COLUMN = "VALUE";
 
 private:
-    friend struct Host::StaticState;
-
     struct Close {
         void operator()(sqlite3* database) const;
     };

@@ -5,13 +5,15 @@
 #include <cstddef>
 #include <string_view>
 
+#include "hilog/host_log.h"
+
 namespace OHOS::Host {
 
 // The text of one line while it is made: on the stack, cut at a limit that lets a whole printed line go into a pipe at
 // once. One thread.
 class LogText {
 public:
-    static constexpr size_t LIMIT = 3900;
+    static constexpr size_t LIMIT = LOG_LINE_BYTES;
 
     // What does not fit is cut at a character's end and marked by "...".
     void Append(std::string_view piece);

@@ -8,7 +8,6 @@
 namespace OHOS::Host {
 
 namespace {
-constexpr size_t MAX_TAG = 64;
 // A text above this gives its slot's memory back when the slot is used again, so that a burst of long lines is no debt.
 constexpr size_t ORDINARY_TEXT = 512;
 
@@ -82,7 +81,7 @@ void LogHub::Store(LogLevel level, uint32_t domain, std::string_view tag, std::s
     line.tid = ids.tid;
     line.level = level;
     line.domain = domain;
-    line.tag.assign(tag.substr(0, MAX_TAG));
+    line.tag.assign(tag.substr(0, LOG_TAG_BYTES));
     line.text.assign(text);
     oldestSeq_ = std::max(oldestSeq_, lastSeq_ - ring_.size() + 1);
     ++counts_.lines[level];

@@ -32,7 +32,7 @@ private:
 
     std::string_view rest_;
     EscapeStyle style_;
-    char escape_[8] = {};
+    char escape_[16] = {};
 };
 
 } // namespace OHOS::Host

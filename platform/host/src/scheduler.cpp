@@ -1,6 +1,7 @@
 #include "host/scheduler.h"
 
 #include <algorithm>
+#include <climits>
 #include <system_error>
 #include <thread>
 
@@ -71,6 +72,38 @@ struct Scheduler::Pass {
     Gate* gate;
 };
 
+// A thread's second pass, kept until the thread has nothing left to give back: neither locals nor what libraries hold
+// for it under keys of their own. All of these have had their turn when the keys are asked for the last time but one.
+struct Scheduler::ThreadPass {
+    Pass pass;
+    int rounds = 0;
+
+    static void Take(Gate& gate)
+    {
+        auto kept = std::make_unique<ThreadPass>(ThreadPass{Pass(gate)});
+        if (pthread_setspecific(Key(), kept.get()) == 0) {
+            (void)kept.release(); // Leave's now
+        }
+    }
+
+private:
+    static pthread_key_t Key()
+    {
+        static const pthread_key_t key = [] {
+            pthread_key_t made = 0;
+            return pthread_key_create(&made, Leave) == 0 ? made : PTHREAD_KEYS_MAX; // which no thread can set
+        }();
+        return key;
+    }
+    static void Leave(void* self)
+    {
+        std::unique_ptr<ThreadPass> kept(static_cast<ThreadPass*>(self));
+        if (++kept->rounds < PTHREAD_DESTRUCTOR_ITERATIONS - 1 && pthread_setspecific(Key(), self) == 0) {
+            (void)kept.release(); // asked again
+        }
+    }
+};
+
 // The pass stands first, so that it is given back when the body's captures are gone too.
 struct Scheduler::Detached {
     Pass pass;
@@ -79,6 +112,7 @@ struct Scheduler::Detached {
 
     void Run()
     {
+        ThreadPass::Take(*pass.gate);
         NameThread(name);
         RunReporting(name, body);
     }

@@ -23,7 +23,7 @@ std::chrono::microseconds Until(Clock::time_point deadline)
 } // namespace
 
 CallLane::CallLane(SocketLink& link, UniqueFd socket)
-    : link_(&link), socket_(std::move(socket)), reader_(link.Limits()), outbox_(link.QueuedBytes())
+    : link_(&link), socket_(std::move(socket)), reader_(link.Limits(), link.Unfinished()), outbox_(link.QueuedBytes())
 {}
 
 void CallLane::Shutdown() const

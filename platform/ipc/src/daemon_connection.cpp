@@ -13,8 +13,6 @@ namespace OHOS::Host {
 
 namespace {
 
-constexpr time_t CONNECT_SECONDS = 5;
-
 // With a time-out on the socket, a signal interrupts where it would not otherwise.
 template <typename Call>
 ssize_t Retry(Call call)
@@ -64,7 +62,7 @@ private:
     {
         const Ipc::LocalAddress address(path_);
         socket_ = Ipc::UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        if (!address.IsValid() || !socket_.IsOpen() || !SetTimeouts(CONNECT_SECONDS) ||
+        if (!address.IsValid() || !socket_.IsOpen() || !SetTimeouts(IPC_CONNECT_LIMIT.count()) ||
             Retry([&] { return ::connect(socket_.Get(), address.Get(), address.Size()); }) != 0) {
             return FailBySystem();
         }

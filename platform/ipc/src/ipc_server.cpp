@@ -16,13 +16,10 @@ namespace OHOS::Host {
 
 namespace {
 
-constexpr size_t MAX_SOCKET_NAME = 64;
-constexpr std::chrono::seconds END_LIMIT{10};
-
 bool IsSocketName(const std::string& name)
 {
     const auto fits = [](unsigned char c) { return std::isalnum(c) != 0 || c == '_' || c == '-'; };
-    return !name.empty() && name.size() <= MAX_SOCKET_NAME && std::all_of(name.begin(), name.end(), fits);
+    return !name.empty() && name.size() <= MAX_TOKEN_SOCKET_NAME && std::all_of(name.begin(), name.end(), fits);
 }
 
 // Descriptors come 500 at a time, and every lane is one; what the system allows by default is for small programs.
@@ -37,7 +34,7 @@ void RaiseDescriptorLimit()
 
 bool EndConnections(Ipc::LinkGroup& links)
 {
-    if (links.EndAll(END_LIMIT)) {
+    if (links.EndAll(IPC_END_LIMIT)) {
         return true;
     }
     IPC_LOGE("a request still runs after its connection has ended");

@@ -29,7 +29,7 @@ MessageReader::Step MessageReader::Next(IncomingMessage& message, EndReason& why
     if (!inBody_) {
         if (end_ - begin_ < sizeof(MessageHead)) {
             why = stream_.Count() > limits_.descriptorsPerMessage ? EndReason::TOO_MANY_DESCRIPTORS : EndReason::NONE;
-            return why == EndReason::NONE ? Step::MORE : Step::BROKEN;
+            return why == EndReason::NONE ? AwaitMore(why) : Step::BROKEN;
         }
         why = BeginMessage();
     }
@@ -41,12 +41,35 @@ MessageReader::Step MessageReader::Next(IncomingMessage& message, EndReason& why
         return Step::BROKEN;
     }
     if (bodyDone_ < message_.BodySize()) {
-        return Step::MORE;
+        return AwaitMore(why);
     }
     message_.descriptors = stream_.TakeBefore(messageEnd_, message_.head.descriptors);
     message = std::exchange(message_, {});
     inBody_ = false;
+    Count(0, stream_.Count());
     return Step::MESSAGE;
+}
+
+MessageReader::Step MessageReader::AwaitMore(EndReason& why)
+{
+    Count(inBody_ ? message_.BodySize() : 0, stream_.Count());
+    const bool tooMuch = backlog_.bytes > limits_.unfinishedBytesPerConnection ||
+                         backlog_.descriptors > limits_.unfinishedDescriptorsPerConnection;
+    why = tooMuch ? EndReason::TOO_MUCH_UNFINISHED : EndReason::NONE;
+    return tooMuch ? Step::BROKEN : Step::MORE;
+}
+
+// A message that comes whole, without descriptors, costs nothing here.
+void MessageReader::Count(size_t bytes, size_t descriptors)
+{
+    if (bytes != countedBytes_) {
+        backlog_.bytes += bytes - countedBytes_; // modulo 2^64, as the sum is
+        countedBytes_ = bytes;
+    }
+    if (descriptors != countedDescriptors_) {
+        backlog_.descriptors += descriptors - countedDescriptors_;
+        countedDescriptors_ = descriptors;
+    }
 }
 
 EndReason MessageReader::BeginMessage()

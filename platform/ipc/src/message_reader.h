@@ -2,6 +2,7 @@
 #define PLATFORM_IPC_MESSAGE_READER_H
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -9,6 +10,12 @@
 #include "message.h"
 
 namespace OHOS::Ipc {
+
+// What one peer has begun to send and not finished, over all its lanes: counted by their readers. Any thread.
+struct Backlog {
+    std::atomic<size_t> bytes{0};
+    std::atomic<size_t> descriptors{0};
+};
 
 // Makes messages of what comes over one lane. A small message is read whole with what follows it; the rest of a big one
 // goes straight to where it will stay. Owned by the lane; one thread at a time. Never waits by itself.
@@ -20,9 +27,15 @@ public:
         BROKEN,  // the peer broke the rules; the lane is of no use any more
     };
 
-    // `limits` outlive the reader.
-    explicit MessageReader(const Host::IpcLimits& limits) : limits_(limits)
+    // `limits` and `backlog` outlive the reader.
+    MessageReader(const Host::IpcLimits& limits, Backlog& backlog) : limits_(limits), backlog_(backlog)
     {}
+    ~MessageReader()
+    {
+        Count(0, 0);
+    }
+    MessageReader(const MessageReader&) = delete;
+    MessageReader& operator=(const MessageReader&) = delete;
 
     // Reads once.
     [[nodiscard]] DescriptorStream::Fill Receive(int fd, int flags);
@@ -43,8 +56,13 @@ private:
     [[nodiscard]] EndReason BeginMessage();
     void FillBody();
     void TakeStaged(const iovec& part);
+    [[nodiscard]] Step AwaitMore(EndReason& why);
+    void Count(size_t bytes, size_t descriptors);
 
     const Host::IpcLimits& limits_;
+    Backlog& backlog_;
+    size_t countedBytes_ = 0; // of this lane, in the backlog
+    size_t countedDescriptors_ = 0;
     DescriptorStream stream_;
     std::array<uint8_t, 4096> stage_; // bytes begin_ to end_ are read and not yet handed out
     size_t begin_ = 0;

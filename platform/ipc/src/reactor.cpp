@@ -19,6 +19,10 @@ namespace OHOS::Ipc {
 
 namespace {
 
+// Threads that wait for the same work. The set wakes them in turns: each of too many would find some once a second, and
+// none would ever end.
+constexpr size_t MOST_WAITING = Host::IPC_CONCURRENT_REQUESTS + Reactor::LASTING_THREADS;
+
 thread_local bool t_isOwnThread = false;
 
 constexpr uint32_t GENERATION_SHIFT = 32;
@@ -240,6 +244,10 @@ bool Reactor::NextJob(std::unique_lock<std::mutex>& lock, sptr<Pollable>& done, 
     for (;;) {
         if (TakeWaiting(job)) {
             break;
+        }
+        if (waiting_ >= MOST_WAITING) {
+            --threads_;
+            return false;
         }
         const bool lasts = lasting_ < LASTING_THREADS;
         lasting_ += lasts ? 1 : 0;

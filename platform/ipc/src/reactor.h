@@ -48,7 +48,7 @@ public:
 // comes beyond is parked unread, in the order of arrival, until a place is free or its process is called from here.
 // One per process, made with the first connection and never destroyed; a child after fork makes its own. Any thread may
 // call; the mutex is a leaf. Two threads stay and wait without a limit, so that an idle process never wakes up; others
-// end after a second without work. Knows nothing of what the bytes mean.
+// end after a second without work, or at once when enough of them wait. Knows nothing of what the bytes mean.
 class Reactor {
 public:
     static constexpr std::chrono::milliseconds IDLE_THREAD{1000};

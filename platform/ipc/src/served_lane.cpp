@@ -12,7 +12,7 @@
 namespace OHOS::Ipc {
 
 ServedLane::ServedLane(SocketLink& link, UniqueFd socket)
-    : link_(&link), socket_(std::move(socket)), reader_(link.Limits()), outbox_(link.QueuedBytes())
+    : link_(&link), socket_(std::move(socket)), reader_(link.Limits(), link.Unfinished()), outbox_(link.QueuedBytes())
 {}
 
 bool ServedLane::Open()

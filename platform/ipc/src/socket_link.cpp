@@ -9,13 +9,6 @@
 
 namespace OHOS::Ipc {
 
-namespace {
-
-// A peer counts a lane as closed before we have read its end, so it may seem to have more than its limit.
-constexpr size_t LANE_TOLERANCE = 4;
-
-} // namespace
-
 // A stub that the peer has released; goes when the last lane that may still name it has let go of this.
 class SocketLink::Retired {
 public:
@@ -232,7 +225,7 @@ EndReason SocketLink::OnLane(std::vector<UniqueFd> descriptors)
     const auto lane = sptr<ServedLane>::MakeSptr(*this, std::move(socket));
     {
         std::lock_guard lock(mutex_);
-        if (served_.size() >= LANE_TOLERANCE * limits_.lanesPerConnection) {
+        if (served_.size() >= Host::IPC_LANE_TOLERANCE * limits_.lanesPerConnection) {
             return EndReason::TOO_MANY_LANES;
         }
         served_.push_back({lane, false});

@@ -14,6 +14,7 @@
 #include "lane_pool.h"
 #include "link.h"
 #include "link_group.h"
+#include "message_reader.h"
 #include "reactor.h"
 #include "served_lane.h"
 
@@ -79,6 +80,11 @@ public:
     {
         return queuedBytes_;
     }
+    // Begun by the peer and not whole, in all lanes.
+    [[nodiscard]] Backlog& Unfinished()
+    {
+        return unfinished_;
+    }
     // Gives the peer its end of a new lane. 0, or an IpcError.
     [[nodiscard]] int OfferLane(UniqueFd theirs);
     // Something stands half-way: it is looked at when its time is up.
@@ -123,6 +129,7 @@ private:
     Host::IpcLimits sendLimits_;     // fixed before the first call
     const sptr<IPCObjectStub> root_; // null on the client's side
     std::atomic<size_t> queuedBytes_{0};
+    Backlog unfinished_;
     const sptr<ControlSocket> control_;
     Requester requester_;
     LanePool lanes_;

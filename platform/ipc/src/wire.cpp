@@ -26,6 +26,7 @@ constexpr std::array<const char*, static_cast<size_t>(EndReason::COUNT)> TEXTS =
     "a message was not taken in time",
     "the peer has no identity here",
     "no more descriptors may be opened",
+    "too much was begun and not finished",
 };
 
 } // namespace

@@ -100,6 +100,7 @@ enum class EndReason : uint32_t {
     PEER_DOES_NOT_READ = 16,
     NO_CREDENTIALS = 17,
     OUT_OF_DESCRIPTORS = 18,
+    TOO_MUCH_UNFINISHED = 19,
     COUNT,
 };
 // For the log and for errors.

@@ -12,7 +12,6 @@
 
 namespace OHOS::Host {
 struct ArmedTimer;
-struct StaticState;
 class TaskQueue;
 std::vector<ArmedTimer> ArmedTimers();
 } // namespace OHOS::Host
@@ -50,7 +49,6 @@ public:
     int64_t GetBootTimeMs();
 
 private:
-    friend struct Host::StaticState;
     friend std::vector<Host::ArmedTimer> Host::ArmedTimers();
 
     struct Timer {

@@ -43,8 +43,7 @@ protected:
     // A device M that is no engine: what it says is the case's.
     void ServeM()
     {
-        served_ = ServeRaw(root / "raw");
-        fs::rename(root / "raw", nearby / "M.sock");
+        served_ = Serve("M");
         MakePair();
     }
     void MakePair()
@@ -56,15 +55,12 @@ protected:
     }
     UniqueFd NextAtM() const
     {
-        return UniqueFd(::accept4(served_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
-    }
-    void TearDown() override
-    {
-        fs::remove(nearby / "M.sock");
-        served_.Reset();
-        ours.Reset();
-        theirs.Reset();
-        EngineTest::TearDown();
+        UniqueFd next;
+        EXPECT_TRUE(WaitUntil([&] {
+            next.Reset(::accept4(served_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+            return static_cast<bool>(next);
+        }));
+        return next;
     }
 
     UniqueFd ours;
@@ -86,7 +82,7 @@ TEST_F(ChannelTest, BytesThatAreNoConversationEndTheConnection)
     const struct {
         const char* what;
         std::string bytes;
-        const char* socket = "B.sock";
+        std::string_view suffix = SOCKET_SUFFIX;
     } ROWS[] = {
         {"another protocol", "GET / HTTP/1.1\r\n\r\n"},
         {"another version", std::string("Pl\x02\x01\0\0\0\0", 8)},
@@ -107,27 +103,27 @@ TEST_F(ChannelTest, BytesThatAreNoConversationEndTheConnection)
         {"an id that is none", OfferFrame({{"a", 1}}, {}, "../X")},
         {"bytes taken by the sender", OfferFrame({{"a", 1}}) + TakenFrame(0)},
         {"an abort that says done", OfferFrame({{"a", 1}}) + EndFrame(Ending::DONE, FrameType::ABORT)},
-        {"a watch among notes", MakeFrame(FrameType::WATCH), "B.note"},
-        {"a note of nobody", NoteFrame(BodyWriter().Text("").Text("x")), "B.note"},
-        {"a note from elsewhere", NoteFrame(BodyWriter().Text("../A").Text("x")), "B.note"},
-        {"a note from a long name", NoteFrame(BodyWriter().Text(std::string(65, 'A')).Text("x")), "B.note"},
-        {"a note with more behind it", NoteFrame(BodyWriter().Text("A").Text("x").U32(0)), "B.note"},
-        {"too long a note", NoteFrame(BodyWriter().Text("A").Text(std::string(MAX_NOTE_BYTES + 1, 'x'))), "B.note"},
-        {"a note of 4 GiB", NoteFrame(BodyWriter().Text("A").U32(0xFFFFFFFF)), "B.note"},
+        {"a watch among notes", MakeFrame(FrameType::WATCH), NOTE_SUFFIX},
+        {"a note of nobody", NoteFrame(BodyWriter().Text("").Text("x")), NOTE_SUFFIX},
+        {"a note from elsewhere", NoteFrame(BodyWriter().Text("../A").Text("x")), NOTE_SUFFIX},
+        {"a note from a long name", NoteFrame(BodyWriter().Text(std::string(65, 'A')).Text("x")), NOTE_SUFFIX},
+        {"a note with more behind it", NoteFrame(BodyWriter().Text("A").Text("x").U32(0)), NOTE_SUFFIX},
+        {"too long a note", NoteFrame(BodyWriter().Text("A").Text(std::string(MAX_NOTE_BYTES + 1, 'x'))), NOTE_SUFFIX},
+        {"a note of 4 GiB", NoteFrame(BodyWriter().Text("A").U32(0xFFFFFFFF)), NOTE_SUFFIX},
     };
     for (const auto& row : ROWS) {
-        UniqueFd guest = ConnectRaw(nearby / row.socket);
+        UniqueFd guest = Connect("B", row.suffix);
         SendRaw(guest.Get(), row.bytes);
-        (void)ReadUntilClosed(guest.Get());
+        AwaitClose(guest.Get());
         auto idle = [this] { return b->engine.Counters().offers + b->engine.Counters().accepted == 0; };
         EXPECT_TRUE(WaitUntil(idle)) << row.what;
     }
     EXPECT_EQ(notes.Text(), "");
-    UniqueFd half = ConnectRaw(nearby / "B.sock");
+    UniqueFd half = Connect("B");
     SendRaw(half.Get(), OfferFrame({}).substr(0, 20)); // and stays
-    UniqueFd carrier = ConnectRaw(nearby / "B.sock");
+    UniqueFd carrier = Connect("B");
     SendRaw(carrier.Get(), MakeFrame(FrameType::WATCH), half.Get()); // a descriptor that nobody asked for
-    (void)ReadUntilClosed(carrier.Get());
+    AwaitClose(carrier.Get());
 
     a->Send(sending, "B", {MakeFile("good", 1000)});
     sending.heard->Await("end: success");
@@ -140,10 +136,10 @@ TEST_F(ChannelTest, ASenderThatSpeaksAsItCannotEndsItsOfferAsAnError)
 {
     Start();
     b->Publish();
-    UniqueFd refuses = ConnectRaw(nearby / "B.sock");
+    UniqueFd refuses = Connect("B");
     SendRaw(refuses.Get(), OfferFrame({{"a", 1}}) + EndFrame(Ending::REFUSED, FrameType::ABORT));
     b->offers.Await("error 3005");
-    UniqueFd twice = ConnectRaw(nearby / "B.sock");
+    UniqueFd twice = Connect("B");
     SendRaw(twice.Get(), OfferFrame({{"a", 1}}));
     b->offers.Await("offer from ", 2);
     EXPECT_EQ(b->Accept(), RECEIVER_OK);
@@ -189,7 +185,7 @@ TEST_F(ChannelTest, AReceiverThatLiesEndsTheTransferAsAnError)
         } else {
             SendRaw(peer.Get(), row.bytes, row.fd);
         }
-        EXPECT_TRUE(sending.heard->Await("end: ")) << row.what;
+        sending.heard->Await("end: ");
         EXPECT_EQ(sending.heard->Count(row.ending), 1U) << row.what << "\n" << sending.heard->Text();
     }
 }
@@ -234,14 +230,14 @@ TEST_F(ChannelTest, APeerThatStandsStillEndsTheTransferAtTheOtherSide)
     b = std::make_unique<TestDevice>(root, "C", 300);
     b->acceptAll = true;
     b->Publish();
-    UniqueFd silent = ConnectRaw(nearby / "C.sock");
+    UniqueFd silent = Connect("C");
     SendRaw(silent.Get(), OfferFrame({{"a", 1}}));
     b->progress.Await("result 3");
-    UniqueFd unfinished = ConnectRaw(nearby / "C.sock"); // a text needs no bytes, but it needs the last word
+    UniqueFd unfinished = Connect("C"); // a text needs no bytes, but it needs the last word
     SendRaw(unfinished.Get(), OfferFrame({}));
     b->progress.Await("result 3", 2);
     EXPECT_TRUE(b->Received().empty());
-    (void)ReadUntilClosed(cancelled.Get());
+    AwaitClose(cancelled.Get());
 }
 
 TEST_F(ChannelTest, APeerThatReadsNothingIsGivenUpAndHoldsNoStopUp)
@@ -253,7 +249,8 @@ TEST_F(ChannelTest, APeerThatReadsNothingIsGivenUpAndHoldsNoStopUp)
     UniqueFd deaf = NextAtM();
     sending.heard->Await("end: error 3005 reads nothing");
     Sending unanswered; // its last word lingers when the engine stops
-    a->SendUri(unanswered, "M", uri, 900'000, 1);
+    unanswered.timeoutMs = 1;
+    a->SendUri(unanswered, "M", uri, 900'000);
     UniqueFd also = NextAtM();
     unanswered.heard->Await("end: status 1013");
 }

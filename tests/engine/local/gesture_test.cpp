@@ -23,7 +23,6 @@ class GestureTest : public EngineTest {
 protected:
     void SetUp() override
     {
-        EngineTest::SetUp();
         Start(SHORT_MS);
     }
     void SendNote(const std::string& to, const std::string& note)
@@ -32,7 +31,7 @@ protected:
     }
 
     Journal notes;
-    Door reading;
+    std::atomic<bool> reading{true};
 };
 
 TEST_F(GestureTest, NotesReachADeviceThatNobodySeesAndTooManyAreRefused)
@@ -41,7 +40,7 @@ TEST_F(GestureTest, NotesReachADeviceThatNobodySeesAndTooManyAreRefused)
     notes.Await("not taken");
     EXPECT_TRUE(b->engine.ServeNotes([this](const std::string& from, const std::string& note) {
         notes.Add("from " + from + ": " + note.substr(0, 20));
-        reading.Pass();
+        EXPECT_TRUE(WaitUntil([this] { return reading.load(); }));
     }));
     EXPECT_TRUE(WaitUntil([this] { return fs::exists(nearby / "B.note"); }));
     SendNote("B", std::string(MAX_NOTE_BYTES, 'x'));
@@ -52,18 +51,18 @@ TEST_F(GestureTest, NotesReachADeviceThatNobodySeesAndTooManyAreRefused)
     notes.Await("not taken", 2);
 
     notes.Clear();
-    reading.Set(false);
+    reading = false;
     for (int i = 0; i < 70; ++i) {
         SendNote("B", "many");
     }
     EXPECT_TRUE(WaitUntil([this] { return notes.Count("taken") + notes.Count("not taken") == 70; }));
     EXPECT_GE(notes.Count("not taken"), 1U);
-    reading.Set(true);
+    reading = true;
     notes.Await("from A: many", notes.Count("taken"));
     notes.Clear();
     b->engine.Stop();
     EXPECT_FALSE(fs::exists(nearby / "B.note"));
-    (void)ServeRaw(nearby / "B.note"); // as a killed device leaves it
+    (void)Serve("B", Local::NOTE_SUFFIX); // as a killed device leaves it
     SendNote("B", "too late");
     notes.Await("not taken");
     EXPECT_FALSE(fs::exists(nearby / "B.note"));
@@ -174,7 +173,8 @@ TEST_F(GestureTest, ADialogThatNobodyAnswersEndsAndBytesAreNotSentWhereTheyAreNo
     EXPECT_TRUE(b->engine.UpdateDevice(noBytes));
     b->Publish();
     sending.event = SWING;
-    a->Send(sending, "B", {MakeFile("x", 1)}, {}, 200);
+    sending.timeoutMs = 200;
+    a->Send(sending, "B", {MakeFile("x", 1)});
     sending.heard->Await("no dialog for B");
     sending.heard->Await("end: status 1013");
     Sending bytes;

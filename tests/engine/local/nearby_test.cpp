@@ -1,12 +1,3 @@
-#include <sys/file.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <array>
-#include <csignal>
-
-#include <fcntl.h>
-
 #include "engine_world.h"
 #include "host/faults.h"
 
@@ -74,48 +65,11 @@ TEST_F(NearbyTest, AContactThatChangesIsFoundAgainAndLostAsItWasFoundLast)
     a->nearby.Await("lost B 'B's name' contact 9");
 }
 
-// At the last byte: the file has no name yet.
-TEST_F(NearbyTest, AReceiverThatIsKilledIsLostLeavesNoFileAndItsPlaceIsTidiedUp)
-{
-    std::array<int, 2> ready{};
-    ASSERT_EQ(::pipe(ready.data()), 0);
-    pid_t child = ::fork(); // before any thread of ours
-    if (child == 0) {
-        TestDevice device(root, "B");
-        device.acceptAll = true;
-        device.Publish();
-        EXPECT_EQ(::write(ready[1], "r", 1), 1);
-        for (;;) {
-            (void)::pause();
-        }
-    }
-    char byte = 0;
-    EXPECT_EQ(::read(ready[0], &byte, 1), 1);
-    (void)::close(ready[0]);
-    (void)::close(ready[1]);
-    a = std::make_unique<TestDevice>(root, "A");
-    a->Subscribe();
-    a->nearby.Await("found B");
-    sending.progressDoor->Set(false); // the bytes flow, the end waits
-    a->Send(sending, "B", {MakeFile("big", 8'000'000)});
-    sending.percents->Await("");
-    EXPECT_EQ(::kill(child, SIGKILL), 0);
-    EXPECT_EQ(::waitpid(child, nullptr, 0), child);
-    sending.progressDoor->Set(true);
-    sending.heard->Await("end: error 3001");
-    a->nearby.Await("lost B");
-    EXPECT_TRUE(fs::is_empty(root / "inbox-B"));
-    EXPECT_TRUE(WaitUntil([this] { return !fs::exists(nearby / "B.sock") && !fs::exists(nearby / "B.json"); }));
-    b = std::make_unique<TestDevice>(root, "B");
-    b->Publish();
-    a->nearby.Await("found B", 2);
-}
-
 TEST_F(NearbyTest, AnIdIsNeverServedTwiceAndALockThatIsHeldIsWaitedFor)
 {
     Start();
-    Local::UniqueFd lock(::open((nearby / "lock").c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600));
-    ASSERT_EQ(::flock(lock.Get(), LOCK_EX), 0);
+    Local::UniqueFd lock = folder.TryLock();
+    ASSERT_TRUE(lock);
     b->Publish("");
     EXPECT_FALSE(b->engine.Counters().published);
     lock.Reset();
@@ -125,10 +79,10 @@ TEST_F(NearbyTest, AnIdIsNeverServedTwiceAndALockThatIsHeldIsWaitedFor)
     impostor.engine.Stop();
     EXPECT_TRUE(fs::exists(nearby / "B.sock"));
 
-    auto served = ServeRaw(nearby / "A.sock"); // by somebody who is too busy to answer
-    std::vector<Local::UniqueFd> waiting;
-    for (int i = 0; i < 9; ++i) {
-        waiting.push_back(ConnectRaw(nearby / "A.sock"));
+    auto served = Serve("A"); // by somebody who is too busy to answer
+    std::vector<Local::UniqueFd> waiting(1);
+    while (folder.Connect("A", waiting.back()) == Local::ConnectResult::CONNECTED) {
+        waiting.emplace_back();
     }
     a->Publish("published -1");
     EXPECT_TRUE(fs::remove(nearby / "A.sock"));
@@ -138,7 +92,7 @@ TEST_F(NearbyTest, HostileDescriptionsAreIgnored)
 {
     Start();
     const std::string GOOD = R"({"version":1,"id":"M","name":"M","type":1,"accountHash":"","capability":0})";
-    auto served = ServeRaw(nearby / "M.sock");
+    auto served = Serve("M");
     auto with = [&](const std::string& from, const std::string& to) {
         std::string text = GOOD;
         return text.replace(text.find(from), from.size(), to);
@@ -164,8 +118,7 @@ TEST_F(NearbyTest, HostileDescriptionsAreIgnored)
     WriteFile(root / "text", GOOD); // the row that must succeed
     fs::rename(root / "text", nearby / "M.json");
     a->nearby.Await("found M");
-    fs::remove(nearby / "M.json");
-    fs::remove(nearby / "M.sock");
+    folder.Remove("M");
     a->nearby.Await("lost M");
 }
 

@@ -1,7 +1,19 @@
 #include "host/ability_registry.h"
 
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <list>
 #include <memory>
 #include <string>
+#include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -28,31 +40,30 @@ constexpr const char* MAIN = "MainExtension";
 constexpr const char* DIALOG = "DialogExtension";
 constexpr int64_t LIMIT_MS = AbilityRegistry::REGISTER_LIMIT.count();
 
+std::string g_heard; // by extensions and connections, in order
+
 // An extension that writes down what it hears, and answers connections with `object`.
 class Extension : public ExtensionStub {
 public:
-    explicit Extension(std::string& text) : heard(text)
-    {}
     void OnStart(const Want& want) override
     {
-        heard += want.GetStringParam("what") + "; ";
+        g_heard += want.GetStringParam("what") + "; ";
     }
     sptr<IRemoteObject> OnConnect(const Want& want) override
     {
-        heard += "connect " + want.GetStringParam("what") + "; ";
+        g_heard += "connect " + want.GetStringParam("what") + "; ";
         return object;
     }
     void OnDisconnect(const Want& want) override
     {
-        heard += "disconnect " + want.GetStringParam("what") + "; ";
+        g_heard += "disconnect " + want.GetStringParam("what") + "; ";
     }
-    std::string& heard;
     sptr<IRemoteObject> object = MakeSptr<IPCObjectStub>(u"answer");
 };
 
 struct ExtensionProcess {
-    explicit ExtensionProcess(std::string& heard, uint32_t token = TokenId::EXTENSION)
-        : process({4242, 20010, token}), extension(MakeSptr<Extension>(heard))
+    explicit ExtensionProcess(uint32_t token = TokenId::EXTENSION, pid_t pid = 4242)
+        : process({pid, 20010, token}), extension(MakeSptr<Extension>())
     {}
     [[nodiscard]] int32_t Register(
         const std::vector<std::string>& abilities = {MAIN, DIALOG}, const std::string& bundleName = BUNDLE)
@@ -68,31 +79,27 @@ struct ExtensionProcess {
 // A connection that writes down what becomes of it.
 class Connection : public AbilityConnectionStub {
 public:
-    explicit Connection(std::string& text) : heard(text)
-    {}
     void OnAbilityConnectDone(const ElementName& element, const sptr<IRemoteObject>& object, int result) override
     {
         EXPECT_TRUE(element == ElementName("", BUNDLE, MAIN) && object->GetObjectDescriptor() == u"answer");
-        heard += "connected " + std::to_string(result) + "; ";
+        g_heard += "connected " + std::to_string(result) + "; ";
     }
     void OnAbilityDisconnectDone(const ElementName& element, int result) override
     {
         EXPECT_EQ(element, ElementName("", BUNDLE, MAIN));
-        heard += "over " + std::to_string(result) + "; ";
+        g_heard += "over " + std::to_string(result) + "; ";
         // The service tidies up here by calling in again; late by then.
         EXPECT_EQ(AbilityManagerClient::GetInstance()->DisconnectAbility(this), ERR_ABILITY_CONNECTION_UNKNOWN);
     }
-    std::string& heard;
 };
 
 class AbilityRegistryTest : public testing::Test {
 protected:
-    void SetUp() override
+    AbilityRegistryTest()
     {
-        ASSERT_TRUE(Scheduler::Instance().UseManualTime());
-        ASSERT_TRUE(registry.Publish());
+        EXPECT_TRUE(Scheduler::Instance().UseManualTime() && registry.Publish());
     }
-    void TearDown() override
+    ~AbilityRegistryTest() override
     {
         registry.Shutdown();
     }
@@ -101,30 +108,29 @@ protected:
     {
         Device::Instance().SetCommand(BUNDLE, {"sleep", "1000"});
     }
-    [[nodiscard]] static Want WantOf(const std::string& what, const std::string& ability)
+    static Want WantOf(const std::string& what, const std::string& ability)
     {
         Want want;
         return want.SetElementName(BUNDLE, ability).SetParam("what", what);
     }
-    [[nodiscard]] int32_t Start(const std::string& what, const std::string& ability = MAIN)
+    int32_t Start(const std::string& what, const std::string& ability = MAIN)
     {
         return client->StartExtensionAbility(WantOf(what, ability), nullptr);
     }
-    [[nodiscard]] int32_t Connect(const std::string& what)
+    int32_t Connect(const std::string& what)
     {
         return client->ConnectAbility(WantOf(what, MAIN), connection);
     }
     std::string Heard(int64_t afterMs = 0)
     {
         EXPECT_TRUE(Scheduler::Instance().Advance(afterMs));
-        return std::exchange(heard, "");
+        return std::exchange(g_heard, "");
     }
 
     AbilityRegistry& registry = AbilityRegistry::Instance();
     std::shared_ptr<AbilityManagerClient> client = AbilityManagerClient::GetInstance();
-    std::string heard;
-    sptr<Connection> connection = MakeSptr<Connection>(heard);
-    ExtensionProcess app{heard};
+    sptr<Connection> connection = MakeSptr<Connection>();
+    ExtensionProcess app;
 };
 
 TEST_F(AbilityRegistryTest, WantsArriveLaterAndInOrder)
@@ -134,7 +140,7 @@ TEST_F(AbilityRegistryTest, WantsArriveLaterAndInOrder)
     EXPECT_EQ(Start("first"), ERR_ABILITY_OK);
     EXPECT_EQ(Connect("second"), ERR_ABILITY_OK);
     EXPECT_EQ(Start("third", DIALOG), ERR_ABILITY_OK);
-    EXPECT_EQ(heard, "") << "every call returns before anything of the extension runs";
+    EXPECT_EQ(g_heard, "") << "every call returns before anything of the extension runs";
     EXPECT_EQ(Heard(), "first; connect second; third; connected 0; ");
     EXPECT_EQ(Start(std::string(Parcel::DEFAULT_MAX_CAPACITY, 'x')), ERR_ABILITY_WANT_TOO_LARGE);
     EXPECT_EQ(client->ConnectAbility(WantOf("c", MAIN), nullptr), ERR_ABILITY_INVALID_VALUE);
@@ -155,23 +161,7 @@ TEST_F(AbilityRegistryTest, AsManyWantsWaitAsMayWithAndWithoutAProcess)
     }
 }
 
-TEST_F(AbilityRegistryTest, AProcessMayRegisterUntilTheLastTickAndGetsTheWantsOfItsAbilities)
-{
-    GiveCommand();
-    ASSERT_EQ(Connect("taken back"), ERR_ABILITY_OK);
-    ASSERT_EQ(Start("first"), ERR_ABILITY_OK);
-    ASSERT_EQ(client->DisconnectAbility(connection), ERR_ABILITY_OK);
-    EXPECT_EQ(Heard(LIMIT_MS / 2), "over 0; ");
-    ASSERT_EQ(Start("second"), ERR_ABILITY_OK);
-    ASSERT_EQ(Start("for the dialog", DIALOG), ERR_ABILITY_OK);
-    EXPECT_EQ(Heard(LIMIT_MS / 2 - 1), "");
-    ASSERT_EQ(app.Register({MAIN}), ERR_ABILITY_OK);
-    EXPECT_EQ(Heard(), "first; second; ");
-    EXPECT_EQ(Heard(1), "");
-    EXPECT_EQ(Start("for the dialog", DIALOG), ERR_ABILITY_NOT_REGISTERED) << "its process lives and does not serve it";
-}
-
-TEST_F(AbilityRegistryTest, AtTheLimitItsWantsAreDropped)
+TEST_F(AbilityRegistryTest, WantsWaitForTheProcessUntilTheLimitAndAreDroppedThen)
 {
     GiveCommand();
     ASSERT_EQ(Start("first"), ERR_ABILITY_OK);
@@ -179,9 +169,15 @@ TEST_F(AbilityRegistryTest, AtTheLimitItsWantsAreDropped)
     EXPECT_EQ(Heard(LIMIT_MS - 1), "");
     EXPECT_EQ(Heard(1), "over 12; ");
     EXPECT_EQ(ReadLog(LastLogSeq() - 1)[0].text, "2 wants for com.example.app dropped, error 12");
-    ASSERT_EQ(app.Register(), ERR_ABILITY_OK) << "late is not never";
+
+    ASSERT_EQ(Connect("taken back"), ERR_ABILITY_OK);
     ASSERT_EQ(Start("third"), ERR_ABILITY_OK);
-    EXPECT_EQ(Heard(), "third; ");
+    ASSERT_EQ(client->DisconnectAbility(connection), ERR_ABILITY_OK);
+    ASSERT_EQ(Start("for the dialog", DIALOG), ERR_ABILITY_OK);
+    EXPECT_EQ(Heard(LIMIT_MS - 1), "over 0; ");
+    ASSERT_EQ(app.Register({MAIN}), ERR_ABILITY_OK) << "late is not never";
+    EXPECT_EQ(Heard(1), "third; ");
+    EXPECT_EQ(Start("for the dialog", DIALOG), ERR_ABILITY_NOT_REGISTERED) << "its process lives and does not serve it";
     EXPECT_EQ(Scheduler::Instance().PendingCount(), 0U);
 }
 
@@ -193,13 +189,13 @@ TEST_F(AbilityRegistryTest, AConnectionEndsOnceByADisconnectOrTheDeathOfTheProce
     EXPECT_EQ(Heard(), "connect c; connected 0; ");
     EXPECT_EQ(client->DisconnectAbility(connection), ERR_ABILITY_OK);
     EXPECT_EQ(client->DisconnectAbility(connection), ERR_ABILITY_CONNECTION_UNKNOWN);
-    EXPECT_EQ(heard, "");
+    EXPECT_EQ(g_heard, "");
     EXPECT_EQ(Heard(), "disconnect c; over 0; ");
     ASSERT_EQ(Connect("d"), ERR_ABILITY_OK);
     EXPECT_EQ(Heard(), "connect d; connected 0; ");
     EXPECT_EQ(registry.List().at(0).connections, 1U);
     app.process.Kill();
-    ExtensionProcess next(heard);
+    ExtensionProcess next;
     EXPECT_EQ(next.Register(), ERR_ABILITY_OK) << "the notice of the death has not come yet";
     EXPECT_EQ(Start("for the next"), ERR_ABILITY_OK);
     EXPECT_EQ(Heard(), "over 13; for the next; ");
@@ -223,102 +219,112 @@ TEST_F(AbilityRegistryTest, AConnectionThatIsNotAnsweredEndsToo)
 
 TEST_F(AbilityRegistryTest, RefusesRegistrations)
 {
-    struct Row {
-        const char* name;
-        uint32_t token;
-        std::string bundleName;
-        std::vector<std::string> abilities;
-        int32_t result;
-    };
-    const uint32_t token = TokenId::EXTENSION;
     const std::string longest(IAbilityRegistry::MAX_NAME, 'n');
     const std::vector<std::string> most(IAbilityRegistry::MAX_ABILITIES, "a");
-    const std::vector<std::string> tooMany(IAbilityRegistry::MAX_ABILITIES + 1, "b");
-    const std::vector<Row> rows = {
-        {"an extension", token, "x.extension", {MAIN}, ERR_ABILITY_OK},
-        {"the owner", TokenId::OWNER, "x.owner", {MAIN}, ERR_ABILITY_OK},
-        {"an application", TokenId::APP, "", {}, ERR_ABILITY_PERMISSION_DENIED},
-        {"no bundle", token, "", {MAIN}, ERR_ABILITY_INVALID_VALUE},
-        {"the longest bundle", token, longest, {MAIN}, ERR_ABILITY_OK},
-        {"a longer bundle", token, longest + "n", {MAIN}, ERR_ABILITY_INVALID_VALUE},
-        {"no ability", token, "x.none", {}, ERR_ABILITY_INVALID_VALUE},
-        {"an ability without a name", token, "x.none", {MAIN, ""}, ERR_ABILITY_INVALID_VALUE},
-        {"as many abilities as may", token, "x.most", most, ERR_ABILITY_OK},
-        {"more", token, "x.more", tooMany, ERR_ABILITY_INVALID_VALUE},
-        {"one that is taken", token, "x.owner", {DIALOG, MAIN}, ERR_ABILITY_ALREADY_REGISTERED},
-        {"the other one is free still", token, "x.owner", {DIALOG}, ERR_ABILITY_OK},
+    const std::vector<std::string> more(IAbilityRegistry::MAX_ABILITIES + 1, "a");
+    const std::tuple<std::string, std::vector<std::string>, int32_t> rows[] = {
+        {"x", {MAIN}, ERR_ABILITY_OK},
+        {"x", {DIALOG, MAIN}, ERR_ABILITY_ALREADY_REGISTERED},
+        {"x", {DIALOG}, ERR_ABILITY_OK},
+        {"", {MAIN}, ERR_ABILITY_INVALID_VALUE},
+        {"y", {}, ERR_ABILITY_INVALID_VALUE},
+        {"y", {MAIN, ""}, ERR_ABILITY_INVALID_VALUE},
+        {longest, most, ERR_ABILITY_OK},
+        {longest + "n", most, ERR_ABILITY_INVALID_VALUE},
+        {"y", more, ERR_ABILITY_INVALID_VALUE},
     };
-    std::vector<std::unique_ptr<ExtensionProcess>> processes;
-    for (const Row& row : rows) {
-        const size_t before = registry.List().size();
-        processes.push_back(std::make_unique<ExtensionProcess>(heard, row.token));
-        EXPECT_EQ(processes.back()->Register(row.abilities, row.bundleName), row.result) << row.name;
-        EXPECT_EQ(registry.List().size(), before + (row.result == ERR_ABILITY_OK ? 1 : 0)) << row.name;
+    size_t registered = 0;
+    for (const auto& [bundleName, abilities, result] : rows) {
+        EXPECT_EQ(app.Register(abilities, bundleName), result) << bundleName;
+        registered += result == ERR_ABILITY_OK ? 1 : 0;
+        EXPECT_EQ(registry.List().size(), registered) << bundleName;
     }
-    for (size_t i = registry.List().size(); i < AbilityRegistry::MAX_REGISTRATIONS; ++i) {
-        ASSERT_EQ(app.Register({MAIN}, "filler" + std::to_string(i)), ERR_ABILITY_OK);
+    EXPECT_EQ(ExtensionProcess(TokenId::APP).Register(), ERR_ABILITY_PERMISSION_DENIED);
+    std::list<ExtensionProcess> others;
+    for (ExtensionProcess* one = &app; registered < AbilityRegistry::MAX_REGISTRATIONS; ++registered) {
+        if (registered % AbilityRegistry::MAX_REGISTRATIONS_OF_PROCESS == 0) {
+            EXPECT_EQ(one->Register({MAIN}, "one too many"), ERR_ABILITY_TOO_MANY);
+            one = &others.emplace_back(TokenId::EXTENSION, static_cast<pid_t>(registered));
+        }
+        ASSERT_EQ(one->Register({MAIN}, "filler" + std::to_string(registered)), ERR_ABILITY_OK);
     }
-    EXPECT_EQ(app.Register({MAIN}, "one too many"), ERR_ABILITY_TOO_MANY);
-    processes.clear();
+    EXPECT_EQ(ExtensionProcess(TokenId::EXTENSION, 99).Register({MAIN}, "y"), ERR_ABILITY_TOO_MANY);
+    app.process.Kill();
     EXPECT_EQ(Heard(), "");
-    EXPECT_EQ(app.Register({MAIN}, "room again"), ERR_ABILITY_OK);
+    EXPECT_EQ(ExtensionProcess().Register(), ERR_ABILITY_OK) << "there is room again";
 }
 
 TEST_F(AbilityRegistryTest, BrokenRequestsToTheRegistryChangeNothing)
 {
-    sptr<IRemoteObject> remote = app.samgr->GetSystemAbility(AbilityId::ABILITY_REGISTRY);
-    const auto ask = [&remote](MessageParcel& data) {
-        MessageParcel reply;
-        MessageOption option;
-        const int error = remote->SendRequest(IAbilityRegistry::REGISTER_EXTENSION, data, reply, option);
-        return error != ERR_NONE ? error : reply.ReadInt32();
-    };
+    const sptr<IRemoteObject> remote = app.samgr->GetSystemAbility(AbilityId::ABILITY_REGISTRY);
     MessageParcel whole;
-    ASSERT_TRUE(whole.WriteInterfaceToken(IAbilityRegistry::GetDescriptor()) && whole.WriteString(BUNDLE));
-    ASSERT_TRUE(whole.WriteStringVector({MAIN}));
+    ASSERT_TRUE(whole.WriteInterfaceToken(IAbilityRegistry::GetDescriptor()) && whole.WriteString(BUNDLE) &&
+                whole.WriteStringVector({MAIN}) && whole.WriteRemoteObject(remote)); // the daemon's own would never die
     for (size_t size = 0; size <= whole.GetDataSize(); size += 4) {
         MessageParcel part;
+        MessageParcel reply;
+        MessageOption option;
         ASSERT_TRUE(part.ParseFrom(whole.GetData(), size));
-        EXPECT_EQ(ask(part), ERR_ABILITY_INVALID_VALUE) << size;
+        const bool isWhole = size == whole.GetDataSize();
+        const int error =
+            remote->SendRequest(IAbilityRegistry::REGISTER_EXTENSION, isWhole ? whole : part, reply, option);
+        EXPECT_EQ(error == ERR_NONE ? reply.ReadInt32() : error, ERR_ABILITY_INVALID_VALUE) << size;
     }
-    ASSERT_TRUE(whole.WriteRemoteObject(remote));
-    EXPECT_EQ(ask(whole), ERR_ABILITY_INVALID_VALUE) << "an object of the daemon's own would never die";
     EXPECT_TRUE(registry.List().empty());
 }
 
-// An extension that keeps where it is to answer, and answers when the test says so.
-struct WildExtension : public IPCObjectStub {
-    int OnRemoteRequest(uint32_t, MessageParcel& data, MessageParcel&, MessageOption&) override
-    {
-        Want want;
-        EXPECT_TRUE(data.ReadInterfaceToken() == IExtension::GetDescriptor() && want.ReadFromParcel(data));
-        answerTo = answerTo == nullptr ? data.ReadRemoteObject() : answerTo;
-        return ERR_NONE;
-    }
-    void Answer() const
-    {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option;
-        EXPECT_TRUE(data.WriteInterfaceToken(IConnectAnswer::GetDescriptor()) && data.WriteBool(true) &&
-                    data.WriteRemoteObject(MakeSptr<IPCObjectStub>(u"answer")));
-        (void)answerTo->SendRequest(IConnectAnswer::CONNECTED, data, reply, option); // the test sees what comes of it
-    }
-    sptr<IRemoteObject> answerTo;
-};
+constexpr int OURS = 500; // a descriptor without close-on-exec, and no number that a shell uses
 
-TEST_F(AbilityRegistryTest, OnlyTheFirstAnswerOfAnOpenConnectionCounts)
+// Waits until the script has written its report and closed it; gives its pid.
+pid_t ReadReport(const std::string& path)
 {
-    sptr<WildExtension> wild = MakeSptr<WildExtension>();
-    ASSERT_EQ(registry.Register(BUNDLE, {MAIN}, app.process.ProxyFor(wild)), ERR_ABILITY_OK);
-    ASSERT_EQ(Connect("c"), ERR_ABILITY_OK);
+    std::ifstream file(path);
+    const std::string report(std::istreambuf_iterator<char>(file), {});
+    int pid = -1;
+    int group = -1;
+    EXPECT_EQ(std::sscanf(report.c_str(), "%d %d", &pid, &group), 2) << report;
+    EXPECT_EQ(pid, group);
+    EXPECT_EQ(report.find("\n" + std::to_string(OURS)), std::string::npos) << report;
+    return pid;
+}
+
+// Living ones and zombies; reaps none.
+bool HasChildren()
+{
+    siginfo_t info{};
+    return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0;
+}
+
+// The bundle is served by a shell script, which finds the pipe for its report through the folder that its environment
+// names.
+TEST_F(AbilityRegistryTest, AProcessStartsCleanForAllWantsAgainWhenItHasEndedAndEndsWithTheDevice)
+{
+    std::string folder = testing::TempDir() + "extension-XXXXXX";
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    const std::string path = folder + "/report";
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    ASSERT_EQ(dup2(STDOUT_FILENO, OURS), OURS);
+    ASSERT_TRUE(Device::Instance().Configure({"", "", "phone", folder}));
+    Device::Instance().SetCommand(BUNDLE,
+        {"sh", "-c",
+            "{ cut -d' ' -f1,5 /proc/$$/stat; ls /proc/$$/fd; } > $PELAGO_DEVICE_FOLDER/report; exec sleep 1000"});
+    ASSERT_EQ(Start("x"), ERR_ABILITY_OK);
+    EXPECT_EQ(Heard(LIMIT_MS), "");
+    ASSERT_EQ(Start("x"), ERR_ABILITY_OK) << "it lives, and may register yet";
+    EXPECT_EQ(Heard(LIMIT_MS), "");
+    EXPECT_EQ(kill(ReadReport(path), SIGTERM), 0);
+    while (HasChildren()) { // for ever, were a second one started
+        std::this_thread::yield();
+    }
+    ASSERT_EQ(Start("x"), ERR_ABILITY_OK);
     EXPECT_EQ(Heard(), "");
-    wild->Answer();
-    wild->Answer();
-    EXPECT_EQ(Heard(), "connected 0; ");
-    ASSERT_EQ(client->DisconnectAbility(connection), ERR_ABILITY_OK);
-    wild->Answer();
-    EXPECT_EQ(Heard(), "over 0; ");
+    const pid_t next = ReadReport(path);
+    EXPECT_EQ(kill(next, 0), 0);
+    registry.Shutdown();
+    EXPECT_EQ(kill(next, 0), -1);
+    EXPECT_FALSE(HasChildren());
+    EXPECT_EQ(Start("x"), ERR_ABILITY_NOT_REGISTERED) << "nothing is started any more";
+    std::filesystem::remove_all(folder);
 }
 
 } // namespace

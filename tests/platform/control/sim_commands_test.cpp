@@ -1,15 +1,14 @@
 // The words of `pelago sim`, what a device remembers, and applications that attach.
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
-
-#include <stdlib.h>
 
 #include <gtest/gtest.h>
 
-#include "app_mgr_interface.h"
 #include "device_memory.h"
 #include "host/ability_host.h"
 #include "host/ability_registry.h"
@@ -18,11 +17,8 @@
 #include "host/device_control.h"
 #include "host/host_settings.h"
 #include "host/ipc_transport.h"
-#include "host/json_text.h"
 #include "host/loopback.h"
 #include "host/scheduler.h"
-#include "message_option.h"
-#include "message_parcel.h"
 
 using namespace OHOS;
 using namespace OHOS::Host;
@@ -33,32 +29,23 @@ namespace fs = std::filesystem;
 
 class SimTest : public testing::Test {
 protected:
-    void SetUp() override
+    SimTest()
     {
-        ASSERT_TRUE(Scheduler::Instance().UseManualTime());
-        std::string name = (fs::temp_directory_path() / "pelago-sim.XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        folder = name;
-        ASSERT_TRUE(device.Configure({"Blue phone", "udid", "phone", folder.string()}));
+        std::string name = testing::TempDir() + "sim.XXXXXX";
+        folder = ::mkdtemp(name.data());
+        EXPECT_TRUE(Scheduler::Instance().UseManualTime());
+        EXPECT_TRUE(device.Configure({"Blue phone", "udid", "phone", folder.string()}));
         SetOwnTokenId(TokenId::OWNER);
-        control = new DeviceControl();
     }
-    void TearDown() override
+    ~SimTest() override
     {
         fs::remove_all(folder);
     }
-    ControlAnswer Sim(const std::string& line)
-    {
-        std::vector<std::string> words{"sim"};
-        std::istringstream stream(line);
-        for (std::string word; stream >> word;) {
-            words.push_back(word);
-        }
-        return control->Execute(words);
-    }
     ControlResult Result(const std::string& line)
     {
-        const ControlAnswer answer = Sim(line);
+        std::istringstream stream("sim " + line);
+        const ControlAnswer answer =
+            control->Execute({std::istream_iterator<std::string>(stream), std::istream_iterator<std::string>()});
         EXPECT_EQ(answer.result == ControlResult::DONE, answer.error.empty()) << line << ": " << answer.error;
         return answer.result;
     }
@@ -69,48 +56,29 @@ protected:
 
     Device& device = Device::Instance();
     fs::path folder;
-    sptr<DeviceControl> control;
+    const sptr<DeviceControl> control = new DeviceControl();
 };
 
 TEST_F(SimTest, WordsThatCannotBeMeantAreAnsweredAndChangeNothing)
 {
     ASSERT_TRUE(Done("user add 101"));
     const std::string before = MemoryOf(device.Snapshot());
-    const std::vector<std::pair<const char*, ControlResult>> rows = {
-        {"show", ControlResult::DONE},
-        {"", ControlResult::USAGE},
-        {"wifi", ControlResult::USAGE},
-        {"wifi up", ControlResult::USAGE},
-        {"wifi on on", ControlResult::USAGE},
-        {"wifi restart now", ControlResult::USAGE},
-        {"wifi fail sometimes", ControlResult::USAGE},
-        {"wifi fail refuse 0", ControlResult::USAGE},
-        {"wifi fail refuse 99999999999", ControlResult::USAGE},
-        {"bluetooth restricted", ControlResult::USAGE},
-        {"airplane maybe", ControlResult::USAGE},
-        {"slow wifi-on -1", ControlResult::USAGE},
-        {"slow nothing 5", ControlResult::USAGE},
-        {"user", ControlResult::USAGE},
-        {"user add 1x", ControlResult::USAGE},
-        {"user add -1", ControlResult::USAGE},
-        {"user add 4294967396", ControlResult::USAGE}, // 100, were it cut to 32 bits
-        {"user add 102 primary", ControlResult::USAGE},
-        {"user add 100 ordinary", ControlResult::USAGE},
-        {"user add 101", ControlResult::FAILED},
-        {"user switch 102", ControlResult::NO_SUCH_ENTRY},
-        {"user switch -1", ControlResult::NO_SUCH_ENTRY},
-        {"user remove 100", ControlResult::FAILED},
-        {"setting get nothing", ControlResult::NO_SUCH_ENTRY},
-        {"setting put key value --user -1", ControlResult::USAGE},
-        {"oobe ota", ControlResult::USAGE},
-        {"oobe finish gladly", ControlResult::USAGE},
-        {"oobe finish --user 102", ControlResult::NO_SUCH_ENTRY},
-        {"focus com.nobody", ControlResult::NO_SUCH_ENTRY},
-        {"foreground com.nobody", ControlResult::NO_SUCH_ENTRY},
-        {"ability remove everything", ControlResult::USAGE},
+    const std::pair<ControlResult, std::vector<const char*>> rows[] = {
+        {ControlResult::DONE, {"", "show"}},
+        {ControlResult::USAGE,
+            {"wifi", "wifi up", "wifi on on", "wifi restart now", "wifi fail sometimes", "wifi fail refuse 0",
+                "wifi fail refuse 99999999999", "bluetooth restricted", "airplane maybe", "slow wifi-on -1",
+                "slow nothing 5", "user", "user add 1x", "user add -1", "user add 4294967396", // 100, cut to 32 bits
+                "user add 102 primary", "user add 100 ordinary", "setting put key value --user -1", "oobe ota",
+                "oobe finish gladly", "ability remove everything"}},
+        {ControlResult::NO_SUCH_ENTRY, {"user switch 102", "user switch -1", "setting get nothing",
+                                           "oobe finish --user 102", "focus com.nobody", "foreground com.nobody"}},
+        {ControlResult::FAILED, {"user add 101", "user remove 100"}},
     };
-    for (const auto& [line, result] : rows) {
-        EXPECT_EQ(Result(line), result) << line;
+    for (const auto& [result, lines] : rows) {
+        for (const char* line : lines) {
+            EXPECT_EQ(Result(line), result) << line;
+        }
     }
     EXPECT_EQ(MemoryOf(device.Snapshot()), before);
     SetOwnTokenId(TokenId::APP);
@@ -144,23 +112,19 @@ TEST_F(SimTest, DeviceIsRememberedInItsFolderAndFoundAgain)
     ASSERT_TRUE(remembered.has_value());
     EXPECT_EQ(remembered->bluetoothMode, BluetoothMode::OFF);
     EXPECT_EQ(remembered->timings.away.count(), 7);
-    EXPECT_EQ(MemoryOf(*remembered), memory);
     ASSERT_TRUE(device.SwitchUser(100));
     RestoreDevice();
     EXPECT_EQ(MemoryOf(device.Snapshot()), memory);
-    for (size_t length = 0; length < memory.size(); ++length) {
-        EXPECT_FALSE(DeviceFrom(memory.substr(0, length)).has_value()) << length;
-    }
     const std::pair<std::string, std::string> wild[] = {
         {"\"active\":[101,100]", "\"active\":[101,100,100]"},
         {"\"active\":[101,100]", "\"active\":101"},
         {"\"--word\"", "5"},
         {"[\"program\",\"--word\"]", "[]"},
+        {memory.substr(memory.size() / 2), ""},
     };
     for (const auto& [part, other] : wild) {
-        ASSERT_NE(memory.find(part), std::string::npos) << memory;
         std::string text = memory;
-        std::ofstream(folder / "hardware.json") << text.replace(text.find(part), part.size(), other);
+        std::ofstream(folder / "hardware.json") << text.replace(memory.find(part), part.size(), other);
         RestoreDevice();
         EXPECT_EQ(MemoryOf(device.Snapshot()), memory) << other;
         EXPECT_TRUE(fs::remove(folder / "hardware.json.bad")) << other;
@@ -170,32 +134,27 @@ TEST_F(SimTest, DeviceIsRememberedInItsFolderAndFoundAgain)
 TEST_F(SimTest, ApplicationAttachesIsShownFocusedAndLeavesWithItsProcess)
 {
     ASSERT_TRUE(AbilityRegistry::Instance().Publish());
-    auto process = std::make_unique<LoopbackProcess>(LoopbackProcess::Identity{4242, 20010, TokenId::PLAIN});
-    const sptr<ISystemAbilityManager> samgr = SamgrOf(process->Connect(AbilityHost::Instance().RootObject()));
+    LoopbackProcess process({4242, 20010, TokenId::PLAIN});
+    const sptr<ISystemAbilityManager> samgr = SamgrOf(process.Connect(AbilityHost::Instance().RootObject()));
     EXPECT_EQ(AttachApplication(samgr, ""), AAFwk::ERR_ABILITY_INVALID_VALUE);
     EXPECT_EQ(AttachApplication(samgr, std::string(MAX_BUNDLE_NAME + 1, 'x')), AAFwk::ERR_ABILITY_INVALID_VALUE);
     ASSERT_EQ(AttachApplication(samgr, "com.old"), 0);
     ASSERT_EQ(AttachApplication(samgr, "com.notes"), 0);
-    const sptr<IRemoteObject> manager = samgr->GetSystemAbility(AbilityId::APPLICATION_MANAGER);
-    MessageParcel data;
-    MessageParcel reply;
-    MessageOption option;
-    ASSERT_TRUE(data.WriteInterfaceToken(AppExecFwk::IAppMgr::GetDescriptor()) && data.WriteString("com.daemon") &&
-                data.WriteRemoteObject(manager)); // the daemon's own: it never dies
-    ASSERT_EQ(manager->SendRequest(AppMgrCode::ATTACH_APPLICATION, data, reply, option), 0);
-    EXPECT_EQ(reply.ReadInt32(), AAFwk::ERR_ABILITY_INVALID_VALUE);
-    ASSERT_TRUE(Done("foreground com.notes com.notes"));
-    ASSERT_TRUE(Done("focus com.notes"));
+    ASSERT_TRUE(Done("foreground com.notes com.notes") && Done("focus com.notes"));
     ASSERT_EQ(device.ForegroundApplications().size(), 1U);
     EXPECT_EQ(device.ForegroundApplications()[0].uid, 20010);
     EXPECT_EQ(device.FocusedPids(), std::vector<int32_t>{4242});
-    process->Kill();
+    process.Kill();
     ASSERT_TRUE(Scheduler::Instance().Settle());
-    EXPECT_TRUE(device.AttachedApplications().empty() && device.ForegroundApplications().empty());
+    EXPECT_EQ(device.AttachedApplications().size() + device.ForegroundApplications().size(), 0U);
     EXPECT_TRUE(device.FocusedPids().empty());
+    for (size_t pid = 1; pid <= Device::MAX_APPLICATIONS; ++pid) {
+        ASSERT_TRUE(device.AttachApplication({static_cast<int32_t>(pid), 0, "many"}));
+    }
+    EXPECT_FALSE(device.AttachApplication({4242, 0, "one too many"}));
 }
 
-TEST_F(SimTest, WatchersAreLimitedAndTextsStayEscaped)
+TEST_F(SimTest, WatchersAreLimited)
 {
     class Watcher : public ControlWatcherStub {
         void OnChanged(const std::string&) override
@@ -205,8 +164,6 @@ TEST_F(SimTest, WatchersAreLimitedAndTextsStayEscaped)
         ASSERT_EQ(control->Watch(new Watcher()), ControlResult::DONE);
     }
     EXPECT_EQ(control->Watch(new Watcher()), ControlResult::LIMIT);
-    const std::string wild = "{\"name\":\"\\u202e\\u001b\\u009b\"}";
-    EXPECT_EQ(Json::Array().Add(Json::Object().PutRaw("a", wild)).Text(), "[{\"a\":" + wild + "}]");
 }
 
 } // namespace

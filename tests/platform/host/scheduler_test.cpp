@@ -1,9 +1,15 @@
 #include "host/scheduler.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <pthread.h>
 
 #include <algorithm>
-#include <iterator>
+#include <atomic>
+#include <csignal>
+#include <future>
+#include <memory>
+#include <mutex>
 #include <set>
 #include <string>
 #include <system_error>
@@ -25,11 +31,9 @@ protected:
         EXPECT_TRUE(time_.UseManualTime());
     }
 
-    TaskId Tell(const Queue& queue, char what, int64_t delayMs = 0, TaskTag tag = {})
+    void Tell(const Queue& queue, char what, int64_t delayMs = 0)
     {
-        TaskId id = queue->Post([this, what] { story_ += what; }, delayMs, tag);
-        EXPECT_NE(id, 0U);
-        return id;
+        EXPECT_NE(queue->Post([this, what] { story_ += what; }, delayMs), 0U);
     }
 
     std::string Settled()
@@ -49,121 +53,24 @@ protected:
     Queue two_ = time_.CreateQueue("two");
 };
 
-TEST_F(SchedulerTest, RunsByDueTimeThenByPosting)
-{
-    Tell(two_, 'f', 2);
-    Tell(two_, 'e', 1);
-    Tell(one_, 'b');
-    Tell(two_, 'c');
-    Tell(one_, 'd', -5);
-    ASSERT_NE(one_->PostAt(0, [this] { story_ += 'a'; }), 0U); // a moment that has passed is due at once, and first
-    EXPECT_EQ(time_.PendingCount(), 6U);
-    EXPECT_EQ(Settled(), "abcd");
-    EXPECT_TRUE(one_->IsIdle() && !two_->IsIdle()) << "a delayed task waits too";
-    ASSERT_TRUE(time_.Jump(2));
-    EXPECT_EQ(Settled(), "ef");
-}
-
 TEST_F(SchedulerTest, ASeedShufflesQueuesButNeverAQueue)
 {
-    Queue three = time_.CreateQueue("three");
-    auto run = [&](uint64_t seed) {
-        EXPECT_TRUE(time_.UseManualTime(seed));
-        Tell(one_, 'Y', 1);
-        for (char what : {'1', '2', '3', '4'}) {
-            Tell(two_, what);
-            Tell(three, static_cast<char>(what - '0' + 'a'));
-        }
-        Tell(three, 'Z', 2);
-        EXPECT_TRUE(time_.Jump(2));
-        return std::exchange(story_, "");
-    };
     std::set<std::string> orders;
     for (uint64_t seed = 0; seed < 20; ++seed) {
-        const std::string order = run(seed);
-        EXPECT_EQ(run(seed), order) << "seed " << seed;
-        EXPECT_EQ(order.substr(8), "YZ") << "only heads at the lowest due time take part";
-        std::string ofTwo;
-        std::copy_if(order.begin(), order.end(), std::back_inserter(ofTwo), [](char c) { return c <= '9'; });
-        EXPECT_EQ(ofTwo, "1234");
+        EXPECT_TRUE(time_.UseManualTime(seed));
+        Tell(one_, 'Y', 1);
+        for (char number : {'1', '2', '3', '4'}) {
+            Tell(one_, static_cast<char>(number - '0' + 'a'));
+            Tell(two_, number);
+        }
+        Tell(two_, 'Z', 2);
+        EXPECT_TRUE(time_.Jump(2));
+        std::string order = std::exchange(story_, "");
         orders.insert(order);
+        std::stable_partition(order.begin(), order.end(), [](char what) { return what <= '9'; });
+        EXPECT_EQ(order, "1234bcdeYZ") << "only heads at the lowest due time take part, seed " << seed;
     }
     EXPECT_GT(orders.size(), 10U);
-}
-
-TEST_F(SchedulerTest, AdvanceStopsAtEachDeadlineAndJumpDoesNot)
-{
-    const int64_t start = time_.BootTimeMs();
-    const int64_t wall = time_.WallTimeMs();
-    std::vector<int64_t> ranAt;
-    auto post = [&](int64_t delayMs) {
-        EXPECT_NE(one_->Post([&] { ranAt.push_back(time_.BootTimeMs() - start); }, delayMs), 0U);
-    };
-    post(10);
-    post(20);
-    EXPECT_TRUE(time_.Advance(9) && ranAt.empty()) << "one tick before";
-    ASSERT_TRUE(time_.Advance(91));
-    EXPECT_EQ(ranAt, (std::vector<int64_t>{10, 20}));
-    EXPECT_EQ(time_.WakeUps(), 2U);
-    post(10);
-    post(20);
-    ASSERT_TRUE(time_.Jump(100));
-    EXPECT_EQ(ranAt, (std::vector<int64_t>{10, 20, 200, 200}));
-    EXPECT_EQ(time_.WallTimeMs() - wall, 200);
-    EXPECT_EQ(WallClockMs(), time_.WallTimeMs()) << "log lines go by it";
-}
-
-TEST_F(SchedulerTest, ACalleeThatHangsMovesTimeAndTheRestRunsAfterIt)
-{
-    const int64_t start = time_.BootTimeMs();
-    auto hang = [&] {
-        time_.AdvanceWithoutRunning(8000);
-        story_ += 'a';
-    };
-    (void)one_->Post(hang, 5);
-    Tell(two_, 'b', 6);
-    Tell(one_, 'c', 9000);
-    ASSERT_TRUE(time_.Advance(10));
-    EXPECT_EQ(Settled(), "ab");
-    EXPECT_EQ(time_.BootTimeMs(), start + 8005) << "later than asked for, and never back";
-    ASSERT_TRUE(time_.Advance(994));
-    EXPECT_EQ(Settled(), "");
-    ASSERT_TRUE(time_.Advance(1));
-    EXPECT_EQ(Settled(), "c");
-}
-
-TEST_F(SchedulerTest, TasksAreTakenBackByIdAndByTag)
-{
-    TaskId taken = 0;
-    (void)one_->Post([&] {
-        EXPECT_TRUE(one_->Cancel(taken)) << "from inside another task";
-        EXPECT_FALSE(one_->Cancel(taken)) << "once only";
-    });
-    taken = Tell(one_, 'a');
-    EXPECT_FALSE(two_->Cancel(taken)) << "the id of another queue";
-    EXPECT_EQ(Settled(), "");
-
-    Tell(one_, 'b', 0, {this, 7});
-    Tell(one_, 'c', 5, {this, 7});
-    Tell(one_, 'd', 5, {this, 8});
-    Tell(one_, 'e', 5, {&time_, 7});
-    EXPECT_EQ(one_->CancelTagged({this, 7}), 2U);
-    EXPECT_EQ(one_->CancelTagged(this), 1U);
-    ASSERT_TRUE(time_.Jump(5));
-    EXPECT_EQ(Settled(), "e");
-}
-
-TEST_F(SchedulerTest, TasksAreNeverInterleaved)
-{
-    EXPECT_NE(one_->Post([&] {
-        Tell(two_, 'b');
-        EXPECT_FALSE(time_.Settle() || time_.Advance(1) || time_.Jump(1));
-        EXPECT_TRUE(one_->IsCurrent() && !two_->IsCurrent() && one_->IsIdle()) << "the running task does not count";
-        story_ += 'a';
-    }),
-        0U);
-    EXPECT_EQ(Settled(), "ab");
-    EXPECT_FALSE(one_->IsCurrent());
 }
 
 // Calls back into its queue when it is destroyed.
@@ -221,14 +128,187 @@ TEST_F(SchedulerTest, DetachedBodiesAreQueuedAndAwaited)
     EXPECT_TRUE(time_.WaitForDetached(0));
 }
 
-TEST_F(SchedulerTest, ShutdownDropsAllAndIsFinal)
+// Which of six calls fail, as a row of digits.
+std::string SixCalls(const char* name)
 {
-    Scheduler::StartDetached("detached", [] { FAIL(); });
-    Tell(one_, 'x', 5);
-    EXPECT_TRUE(time_.Shutdown(0));
+    std::string failed;
+    for (int call = 0; call < 6; ++call) {
+        failed += Faults::Take(name) ? '1' : '0';
+    }
+    return failed;
+}
+
+// A sweep over the calls of a story proves nothing if none of them fails.
+TEST(FaultsTest, JustTheCallsThatAreNamedFail)
+{
+    Faults::Inject("first", 2, 3);
+    EXPECT_EQ(SixCalls("second"), "000000");
+    EXPECT_EQ(SixCalls("first"), "000110");
+    for (uint64_t nth = 1; nth <= 12; ++nth) {
+        Faults::FailNth(nth);
+        const std::string first = SixCalls("first");
+        EXPECT_EQ((first + SixCalls("second")).find('1'), nth - 1);
+        EXPECT_EQ(Faults::LastFailed(), nth <= 6 ? "first" : "second");
+        EXPECT_EQ(Faults::Calls(), 12U);
+    }
+}
+
+constexpr int64_t LONG_MS = 3'600'000; // never comes
+constexpr int64_t PATIENCE_MS = 60'000;
+
+Queue NewQueue(const char* name)
+{
+    return Scheduler::Instance().CreateQueue(name);
+}
+
+// Runs `body` on the queue and waits for its end.
+void RunOn(TaskQueue& queue, std::function<void()> body)
+{
+    std::promise<void> done;
+    auto andTell = [&] {
+        body();
+        done.set_value();
+    };
+    ASSERT_NE(queue.Post(andTell), 0U);
+    done.get_future().wait();
+}
+
+// Each case runs in a process of its own and so may shut the scheduler down.
+class SchedulerThreadedTest : public testing::Test {
+protected:
+    ~SchedulerThreadedTest() override
+    {
+        EXPECT_TRUE(time_.Shutdown(PATIENCE_MS));
+    }
+
+    Scheduler& time_ = Scheduler::Instance();
+};
+
+TEST_F(SchedulerThreadedTest, EachQueueHasAThreadThatTakesNoSignals)
+{
+    Queue one = NewQueue("one");
+    Queue two = NewQueue("two");
+    RunOn(*one, [&] {
+        sigset_t blocked;
+        pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+        EXPECT_EQ(sigismember(&blocked, SIGTERM), 1);
+        EXPECT_EQ(sigismember(&blocked, SIGSEGV), 0);
+        RunOn(*two, [&] { EXPECT_TRUE(two->IsCurrent() && !one->IsCurrent()); }); // while one is busy
+    });
+    EXPECT_FALSE(one->IsCurrent());
+    EXPECT_FALSE(time_.UseManualTime() || time_.Settle()) << "too late";
+}
+
+TEST_F(SchedulerThreadedTest, DelayedTasksComeInOrderAndNeverEarly)
+{
+    Queue queue = NewQueue("queue");
+    const TaskId later = queue->Post([] { FAIL(); }, LONG_MS);
+    std::vector<int64_t> dues;
+    std::promise<void> last;
+    RunOn(*queue, [&, start = time_.BootTimeMs()] { // the queue is busy until all are posted
+        for (const int64_t delay : {15, 5, 0, 10}) {
+            auto told = [&, start, delay] {
+                EXPECT_GE(time_.BootTimeMs(), start + delay);
+                dues.push_back(delay);
+                delay == 15 ? last.set_value() : void();
+            };
+            ASSERT_NE(queue->PostAt(start + delay, told), 0U);
+        }
+    });
+    last.get_future().wait();
+    EXPECT_EQ(dues, (std::vector<int64_t>{0, 5, 10, 15}));
+    const uint64_t wakeUps = time_.WakeUps();
+    for (int i = 1; i <= 100; ++i) {
+        EXPECT_TRUE(queue->Cancel(queue->Post([] { FAIL(); }, LONG_MS - i)));
+    }
+    EXPECT_LE(time_.WakeUps(), wakeUps + 1) << "a sleeper is not woken to be told of another deadline";
+    EXPECT_TRUE(queue->Cancel(later));
+}
+
+TEST_F(SchedulerThreadedTest, DroppingAQueueNeverWaits)
+{
+    Queue queue = NewQueue("queue");
+    std::mutex needed;
+    std::promise<void> begun;
+    bool ended = false;
+    std::unique_lock lock(needed);
+    auto busy = [&] {
+        begun.set_value();
+        std::lock_guard waits(needed);
+        ended = true;
+    };
+    ASSERT_NE(queue->Post(busy), 0U);
+    ASSERT_NE(queue->Post([] { FAIL() << "dropped with the queue"; }), 0U);
+    Scheduler::StartDetached("detached", [&needed] { std::lock_guard waits(needed); });
+    begun.get_future().wait();
+    queue.reset(); // under the very lock that the running task waits for
     EXPECT_EQ(time_.PendingCount(), 0U);
-    EXPECT_EQ(two_->Post([] {}), 0U);
-    EXPECT_EQ(time_.CreateQueue("late")->Post([] {}), 0U);
+    queue = NewQueue("another");
+    RunOn(*queue, [&] {
+        queue.reset(); // inside its own task
+        EXPECT_FALSE(time_.Shutdown(0)) << "waits for the caller too";
+    });
+    EXPECT_FALSE(time_.WaitForDetached(0));
+    lock.unlock();
+    EXPECT_TRUE(time_.Shutdown(PATIENCE_MS));
+    EXPECT_TRUE(ended);
+    EXPECT_EQ(NewQueue("late")->Post([] {}), 0U);
+}
+
+TEST_F(SchedulerThreadedTest, WaitingForABodyWaitsForWhatItsThreadGivesBackToo)
+{
+    static std::atomic<bool> gone;
+    Scheduler::StartDetached("detached", [] {
+        pthread_key_t key = 0; // a library's
+        auto giveBackSlowly = [](void*) { gone = ::poll(nullptr, 0, 20) == 0; };
+        EXPECT_EQ(pthread_key_create(&key, giveBackSlowly), 0);
+        EXPECT_EQ(pthread_setspecific(key, &gone), 0);
+    });
+    EXPECT_TRUE(time_.WaitForDetached(PATIENCE_MS));
+    EXPECT_TRUE(gone);
+}
+
+TEST_F(SchedulerThreadedTest, WhatCannotBeStartedRefusesOneTaskOnly)
+{
+    Queue queue = NewQueue("queue");
+    auto refused = [&](int64_t delayMs) { return queue->Post([] { FAIL(); }, delayMs) == 0; };
+    Faults::Inject("scheduler.start_thread");
+    EXPECT_TRUE(refused(0)) << "no thread for the queue";
+    RunOn(*queue, [] {});
+    Faults::Inject("scheduler.start_thread");
+    EXPECT_TRUE(refused(LONG_MS)) << "no thread for the alarm";
+    RunOn(*queue, [] {}); // needs none
+    EXPECT_FALSE(refused(LONG_MS));
+}
+
+// Every task that was posted is destroyed once: run, taken back, or dropped with its queue.
+TEST_F(SchedulerThreadedTest, StressLosesNothing)
+{
+    std::atomic<int> alive = 0;
+    auto poster = [&alive](Queue queue, uint64_t self) {
+        for (int i = 0; i < 2000; ++i) {
+            ++alive;
+            std::shared_ptr<void> counted(nullptr, [&alive](void*) { --alive; });
+            const TaskId id = queue->Post([counted] {}, i % 2 == 0 ? LONG_MS : i % 5, {nullptr, self});
+            if (i % 3 == 0) {
+                queue->Cancel(id);
+            } else if (i % 50 == 0) {
+                queue->CancelTagged({nullptr, self});
+            }
+        }
+    };
+    for (bool stops : {true, false}) {
+        Queue queue = NewQueue("stressed");
+        std::vector<std::future<void>> posters;
+        for (uint64_t i = 0; i < 4; ++i) {
+            posters.push_back(std::async(std::launch::async, poster, queue, i));
+        }
+        if (stops) {
+            queue->Stop();
+        }
+    }
+    EXPECT_TRUE(time_.Shutdown(PATIENCE_MS));
+    EXPECT_EQ(alive, 0);
 }
 
 } // namespace

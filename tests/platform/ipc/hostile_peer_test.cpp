@@ -105,11 +105,9 @@ TEST_F(RawPeerTest, APeerThatBreaksTheRulesIsEndedAndNobodyElseNotices)
     const Offence offences[] = {
         {"wrong magic", 2, "does not begin as one", OnLane(Message(magic))},
         {"shorter than a head", 4, "sizes cannot be true", OnLane(Message({31}))},
-        {"longer than allowed", 4, "sizes cannot be true", OnLane(Message({(4 << 20) + 1}))},
         {"more objects than bytes", 4, "sizes cannot be true", OnLane(Message({47, 1, 0, 1}))},
         {"unknown kind", 5, "of a kind", OnLane(Message({32, 3}))},
         {"a reply to nothing", 5, "of a kind", OnLane(Message({32, 2}))},
-        {"too many descriptors", 10, "too many descriptors", OnLane(Message({32, 1, 0, 0, 1025}))},
         {"object of nobody", 6, "names an object", OnLane(Message({48, 1, 0, 1}) + ObjectRecord(5, 3))},
         {"object without a number", 6, "names an object", OnLane(Message({48, 1, 0, 1}) + ObjectRecord(0, 1))},
         {"descriptors not announced", 9, "no message announced", OnLane(Message({}), oneFile)},

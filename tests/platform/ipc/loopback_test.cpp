@@ -2,48 +2,24 @@
 
 #include <unistd.h>
 
+#include <stdexcept>
+
 #include "ipc_scene.h"
 
+// Objects and callers across a border inside one process.
 namespace OHOS::Host {
 namespace {
 
-class LoopbackTest : public testing::Test {
-protected:
-    LoopbackTest()
-    {
-        EXPECT_TRUE(Scheduler::Instance().UseManualTime());
-    }
-
+struct LoopbackTest : public testing::Test {
     LoopbackProcess process{{77, 1000, 4}};
-    sptr<ScriptedStub> service = new ScriptedStub; // of this process
-    sptr<ScriptedStub> own = new ScriptedStub;     // of the other one
+    const sptr<ScriptedStub> service = new ScriptedStub; // of this process
 };
-
-TEST_F(LoopbackTest, ObjectsKeepTheirIdentityAcrossTheBorder)
-{
-    std::vector<sptr<IRemoteObject>> handed;
-    service->On(1, [&handed](MessageParcel& data, MessageParcel&) {
-        handed.push_back(data.ReadRemoteObject());
-        return 0;
-    });
-    for (const sptr<IRemoteObject>& object : {sptr<IRemoteObject>(own), process.Connect(service)}) {
-        EXPECT_EQ(CallWith(process.Connect(service), 1, {object}), 0);
-    }
-    EXPECT_TRUE(handed[0]->IsProxyObject());
-    EXPECT_EQ(handed[0], process.ProxyFor(own)) << "the same stub is the same proxy";
-    EXPECT_EQ(handed[1], service) << "a proxy that is sent home is the stub again";
-    EXPECT_EQ(process.CountObjects().objectsOfProcess, 1U);
-    const int references = own->GetSptrRefCount();
-    handed.clear();
-    EXPECT_EQ(own->GetSptrRefCount(), references - 1) << "the last proxy's end lets go of the stub";
-    EXPECT_EQ(process.CountObjects().objectsOfProcess + process.CountObjects().objectsOfOthers, 0U);
-}
 
 TEST_F(LoopbackTest, AnObjectOfAThirdProcessIsAStranger)
 {
     LoopbackProcess third({78, 1000, 4});
     const sptr<IRemoteObject> strange = third.ProxyFor(new ScriptedStub);
-    const sptr<IRemoteObject> known = process.ProxyFor(own);
+    const sptr<IRemoteObject> known = process.ProxyFor(new ScriptedStub);
     service->On(2, [&](MessageParcel&, MessageParcel& reply) { return reply.WriteRemoteObject(strange) ? 0 : -11; });
     Exchange call;
     ASSERT_TRUE(call.data.WriteRemoteObject(strange));
@@ -53,66 +29,44 @@ TEST_F(LoopbackTest, AnObjectOfAThirdProcessIsAStranger)
     EXPECT_EQ(CountErrors("an object of a third process"), 3U);
 }
 
-TEST_F(LoopbackTest, DescriptorsAreDuplicatedAndClosedWhereNobodyTakesThem)
+TEST_F(LoopbackTest, AHandlerThatThrowsIsAnsweredHereAndElsewhere)
 {
-    const int fd = FileWith("sent");
-    const size_t before = CountDescriptors();
-    service->On(1, [](MessageParcel& data, MessageParcel& reply) {
-        const int received = data.ReadFileDescriptor();
-        EXPECT_EQ(TextOf(received), "sent");
-        EXPECT_TRUE(reply.WriteFileDescriptor(received));
-        return ::close(received);
-    });
-    {
-        Exchange call;
-        ASSERT_TRUE(call.data.WriteFileDescriptor(fd) && call.data.WriteFileDescriptor(fd));
-        EXPECT_EQ(call.Send(process.Connect(service), 1), 0);
-        EXPECT_EQ(CountDescriptors(), before + 3) << "two in the request, one in the reply";
+    service->On(1, [](MessageParcel&, MessageParcel&) -> int { throw std::runtime_error("no thread to be had"); });
+    for (const sptr<IRemoteObject>& called : {sptr<IRemoteObject>(service), process.Connect(service)}) {
+        EXPECT_EQ(CallPlain(called, 1), IPC_UNKNOWN_ERROR);
     }
-    EXPECT_EQ(CountDescriptors(), before);
-    (void)::close(fd);
+    EXPECT_EQ(CountErrors("no thread to be had"), 2U);
 }
 
-TEST_F(LoopbackTest, ADeathInsideACallFailsItAndIsToldOnceByTheQueueOfDeaths)
+TEST_F(LoopbackTest, IdentityIsTheCallersWithinARequestAndTheOuterOneAfterwards)
 {
-    own->On(1, [this](MessageParcel&, MessageParcel&) { return process.Kill(), 0; });
-    const sptr<IRemoteObject> proxy = process.ProxyFor(own);
-    const sptr<DeathWatch> watch = new DeathWatch;
-    const sptr<DeathWatch> removed = new DeathWatch;
-    ASSERT_TRUE(proxy->AddDeathRecipient(watch) && proxy->AddDeathRecipient(removed));
-    bool ran = false;
-    process.Post([&ran] { ran = true; });
-    EXPECT_EQ(CallPlain(proxy, 1), IPC_DEAD_OBJECT);
-    process.Kill();
-    EXPECT_TRUE(proxy->IsObjectDead());
-    EXPECT_FALSE(proxy->AddDeathRecipient(watch)) << "too late";
-    EXPECT_TRUE(proxy->RemoveDeathRecipient(removed)) << "not told yet";
-    EXPECT_EQ(watch->deaths, 0) << "not inside the call that caused it";
-
-    ASSERT_TRUE(Scheduler::Instance().Settle());
-    EXPECT_EQ(watch->deaths, 1);
-    EXPECT_EQ(watch->lastObject, proxy);
-    EXPECT_EQ(removed->deaths, 0);
-    EXPECT_FALSE(ran) << "a dead process does nothing";
-    EXPECT_EQ(process.ProxyFor(own), nullptr);
-    EXPECT_EQ(own->GetSptrRefCount(), 1) << "what it had given away is free";
-}
-
-TEST_F(LoopbackTest, AHangingProcessCostsTheWaitTimeAndHandlesItAllLater)
-{
-    std::string handled;
-    own->On(1, [&handled](MessageParcel&, MessageParcel&) { return handled += "call ", 0; });
-    own->On(2, [&handled](MessageParcel&, MessageParcel&) { return handled += "post ", 0; });
-    const sptr<IRemoteObject> proxy = process.ProxyFor(own);
-    process.SetHanging(true);
-    const int64_t start = Scheduler::Instance().BootTimeMs();
-    EXPECT_EQ(PostPlain(proxy, 2), ERR_NONE);
-    EXPECT_EQ(CallPlain(proxy, 1, 3), IPC_TIMED_OUT);
-    EXPECT_EQ(Scheduler::Instance().BootTimeMs(), start + 3000);
-    EXPECT_EQ(handled, "");
-    process.SetHanging(false);
-    ASSERT_TRUE(Scheduler::Instance().Settle());
-    EXPECT_EQ(handled, "post call ");
+    SetOwnTokenId(9);
+    const auto caller = [] {
+        return std::to_string(IPCSkeleton::GetCallingPid()) + ' ' + std::to_string(IPCSkeleton::GetCallingUid()) + ' ' +
+               std::to_string(IPCSkeleton::GetCallingTokenID());
+    };
+    const std::string self = caller();
+    EXPECT_EQ(self, std::to_string(::getpid()) + ' ' + std::to_string(::getuid()) + " 9");
+    const sptr<ScriptedStub> inner =
+        new ScriptedStub({{1, [&](MessageParcel&, MessageParcel&) { return caller() == self ? 0 : -1; }}});
+    service->On(1, [&](MessageParcel&, MessageParcel&) {
+        EXPECT_EQ(caller(), "77 1000 4");
+        EXPECT_EQ(CallPlain(inner, 1), 0) << "a local call has the process's own";
+        EXPECT_EQ(caller(), "77 1000 4");
+        const std::string outer = IPCSkeleton::ResetCallingIdentity();
+        EXPECT_EQ(caller(), self);
+        EXPECT_TRUE(IPCSkeleton::SetCallingIdentity(outer));
+        for (const char* forged : {"", "1:2", "1:2:3:4", "1:2:3 ", "root"}) {
+            EXPECT_FALSE(IPCSkeleton::SetCallingIdentity(forged)) << forged;
+        }
+        EXPECT_EQ(caller(), "77 1000 4");
+        (void)IPCSkeleton::ResetCallingIdentity(); // and never restored
+        return 0;
+    });
+    for (int request = 0; request < 2; ++request) { // each begins with its own caller
+        EXPECT_EQ(CallPlain(process.Connect(service), 1), 0);
+        EXPECT_EQ(caller(), self);
+    }
 }
 
 } // namespace

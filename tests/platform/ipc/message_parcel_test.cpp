@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstring>
+#include <tuple>
 
 #include "ipc_scene.h"
 #include "raw_peer.h"
@@ -51,18 +51,14 @@ TEST(MessageParcelTest, ObjectsAndDescriptorsHaveFrozenBytesAndLeaveOtherFieldsA
 TEST(MessageParcelTest, WhatCannotBeWrittenLeavesNothing)
 {
     MessageParcel parcel;
-    EXPECT_FALSE(parcel.WriteRemoteObject(nullptr));
-    EXPECT_FALSE(parcel.WriteFileDescriptor(-1));
-    EXPECT_FALSE(parcel.WriteRawData(nullptr, 4));
-    EXPECT_FALSE(parcel.WriteRawData("", 0));
+    EXPECT_FALSE(parcel.WriteRemoteObject(nullptr) || parcel.WriteFileDescriptor(-1));
+    EXPECT_FALSE(parcel.WriteRawData(nullptr, 4) || parcel.WriteRawData("", 0));
     EXPECT_EQ(parcel.GetDataSize(), 0U);
     ASSERT_TRUE(parcel.SetMaxCapacity(8));
     const size_t descriptors = CountDescriptors();
     EXPECT_TRUE(parcel.WriteFileDescriptor(STDERR_FILENO));
-    EXPECT_FALSE(parcel.WriteFileDescriptor(STDERR_FILENO)) << "no room for the second";
-    EXPECT_FALSE(parcel.WriteRemoteObject(new ScriptedStub));
-    EXPECT_FALSE(parcel.WriteRawData("abc", 3));
-    EXPECT_FALSE(parcel.WriteRawData(std::string(BIG, 'x').data(), BIG));
+    EXPECT_FALSE(parcel.WriteFileDescriptor(STDERR_FILENO) || parcel.WriteRemoteObject(new ScriptedStub));
+    EXPECT_FALSE(parcel.WriteRawData("abc", 3) || parcel.WriteRawData(std::string(BIG, 'x').data(), BIG));
     EXPECT_EQ(parcel.GetDataSize(), 8U);
     EXPECT_EQ(CountDescriptors(), descriptors + 1);
 }
@@ -75,9 +71,8 @@ TEST(MessageParcelTest, RawDataReadsBackOnBothSidesOfTheInlineLimit)
         ASSERT_TRUE(parcel.WriteRawData(bytes.data(), size)) << size;
         EXPECT_EQ(parcel.ContainFileDescriptors(), size >= BIG);
         EXPECT_EQ(parcel.ReadRawData(size + 1), nullptr) << size;
-        const void* read = parcel.ReadRawData(size);
-        ASSERT_NE(read, nullptr) << size;
-        EXPECT_EQ(std::memcmp(read, bytes.data(), size), 0);
+        const auto* read = static_cast<const char*>(parcel.ReadRawData(size));
+        EXPECT_TRUE(read != nullptr && bytes == std::string(read, size)) << size;
         EXPECT_EQ(parcel.GetReadableBytes(), 0U);
     }
 }
@@ -98,25 +93,25 @@ TEST(MessageParcelTest, RawDataFromAStrangeFileIsCopiedOrRefused)
     std::array<int, 2> pipe = {-1, -1};
     ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
     const int seals = F_SEAL_SHRINK | F_SEAL_WRITE | F_SEAL_GROW;
-    struct Row {
-        const char* name;
-        int fd;
-        bool readable;
+    const std::tuple<const char*, int, bool> rows[] = {
+        {"sealed", RawFile(BIG, seals), true},
+        {"not sealed", RawFile(BIG, 0), true},
+        {"may still be written", RawFile(BIG, F_SEAL_SHRINK), true},
+        {"too short", RawFile(BIG - 1, seals), false},
+        {"pipe", pipe[0], false},
+        {"folder", ::open("/", O_RDONLY | O_CLOEXEC), false},
+        {"device", ::open("/dev/zero", O_RDONLY | O_CLOEXEC), false},
     };
-    for (const Row& row : {Row{"sealed", RawFile(BIG, seals), true}, Row{"not sealed", RawFile(BIG, 0), true},
-             Row{"may still be written", RawFile(BIG, F_SEAL_SHRINK), true},
-             Row{"too short", RawFile(BIG - 1, seals), false}, Row{"pipe", pipe[0], false},
-             Row{"folder", ::open("/", O_RDONLY | O_CLOEXEC), false},
-             Row{"device", ::open("/dev/zero", O_RDONLY | O_CLOEXEC), false}}) {
+    for (const auto& [name, fd, isReadable] : rows) {
         MessageParcel parcel;
-        ASSERT_TRUE(parcel.WriteInt32(static_cast<int32_t>(BIG)) && parcel.WriteFileDescriptor(row.fd));
+        ASSERT_TRUE(parcel.WriteInt32(static_cast<int32_t>(BIG)) && parcel.WriteFileDescriptor(fd));
         const auto* data = static_cast<const char*>(parcel.ReadRawData(BIG));
-        EXPECT_EQ(data != nullptr, row.readable) << row.name;
+        EXPECT_EQ(data != nullptr, isReadable) << name;
         // Whatever the sender does to its file, the reader's bytes stay: neither changed nor a signal.
-        (void)!::pwrite(row.fd, "other", 5, 0);
-        (void)!::ftruncate(row.fd, 0);
-        EXPECT_TRUE(data == nullptr || std::string(data, 5) == "first") << row.name;
-        (void)::close(row.fd);
+        (void)!::pwrite(fd, "other", 5, 0);
+        (void)!::ftruncate(fd, 0);
+        EXPECT_TRUE(data == nullptr || std::string(data, 5) == "first") << name;
+        (void)::close(fd);
     }
     (void)::close(pipe[1]);
 }

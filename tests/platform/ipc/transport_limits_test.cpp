@@ -95,14 +95,6 @@ TEST_F(LimitsTest, ObjectsOfAConnection)
     EXPECT_EQ(hand(1), IPC_TOO_MANY_OBJECTS);
     kept.clear();
     EXPECT_TRUE(Eventually([&] { return hand(10) == 0; }));
-
-    ExpectErrors("too many objects");
-    const RawClient peer(Path("app"));
-    for (uint64_t id = 1; id <= 11; ++id) {
-        EXPECT_EQ(
-            peer.Ask(Message({56, 1, 0, 1, 0, 1, 3}) + ObjectRecord(id, 1) + "*OBJ" + 0U).size(), id <= 10 ? 32U : 0U);
-    }
-    EXPECT_EQ(peer.Goodbye(), 11);
     kept.clear();
 }
 
@@ -119,14 +111,94 @@ TEST_F(LimitsTest, LanesOfAConnection)
     goOn.Open();
     callers.Join();
     EXPECT_EQ(CallPlain(root, 1), 0);
+}
 
-    ExpectErrors("too many lanes");
-    const RawClient peer(Path("app"));
-    std::vector<RawSocket> lanes;
-    for (int i = 0; i < 16; ++i) {
+using Lanes = std::vector<RawSocket>;
+struct Row {
+    const char* name;
+    int64_t reason;
+    const char* line;
+    size_t most;
+    std::function<void(const RawClient& peer, Lanes& lanes, size_t count)> fill;
+};
+
+// Spreads `count` over lanes, at most `part` on each: a message that is begun there.
+void Begin(const RawClient& peer, Lanes& lanes, size_t count, size_t part, bool files)
+{
+    for (size_t left = count; left > 0; left -= std::min(left, part)) {
+        const size_t here = std::min(left, part);
+        RawHead head{static_cast<uint32_t>(32 + (files ? 8 : here))};
+        head.descriptors = static_cast<uint16_t>(files ? here : 0);
         lanes.push_back(peer.control.Offer());
+        EXPECT_TRUE(lanes.back().Send(Message(head), std::vector<int>(head.descriptors, STDERR_FILENO)));
     }
-    EXPECT_EQ(peer.Goodbye(), 12);
+}
+
+// Up to the limit a peer is served, one above it is ended, and nobody else notices either.
+TEST_F(LimitsTest, WhatAPeerFills)
+{
+    Host::IpcLimits limits;
+    limits.messageBytes = 1 << 20;
+    limits.descriptorsPerMessage = 4;
+    limits.objectsPerConnection = 10;
+    limits.lanesPerConnection = 3;
+    limits.queuedBytesPerConnection = 1 << 20;
+    limits.unfinishedBytesPerConnection = 2 << 20;
+    limits.unfinishedDescriptorsPerConnection = 10;
+    const Row rows[] = {
+        {"bytes of a message", 4, "sizes cannot be true", limits.messageBytes,
+            [](const RawClient& peer, Lanes&, size_t count) {
+                (void)peer.lane.Send(Message({static_cast<uint32_t>(count)}) + Bytes(count - 32));
+                (void)peer.lane.Read(32);
+            }},
+        {"descriptors of a message", 10, "too many descriptors", 4,
+            [](const RawClient& peer, Lanes&, size_t count) {
+                (void)peer.Ask(Message({32, 1, 0, 0, static_cast<uint16_t>(count)}), 32, std::vector<int>(count, 2));
+            }},
+        {"objects", 11, "too many objects", 10,
+            [](const RawClient& peer, Lanes&, size_t count) {
+                for (uint64_t id = 1; id <= count; ++id) {
+                    (void)peer.Ask(Message({56, 1, 0, 1, 0, 1, 3}) + ObjectRecord(id, 1) + "*OBJ" + 0U);
+                }
+            }},
+        {"lanes", 12, "too many lanes", Host::IPC_LANE_TOLERANCE * 3,
+            [](const RawClient& peer, Lanes& lanes, size_t count) {
+                while (lanes.size() + 1 < count) { // it has one
+                    lanes.push_back(peer.control.Offer());
+                }
+            }},
+        {"replies of a mebibyte that nobody reads", 14, "too many bytes wait", 1,
+            [](const RawClient& peer, Lanes& lanes, size_t count) {
+                while (lanes.size() < count) {
+                    lanes.push_back(peer.control.Offer());
+                    (void)lanes.back().Send(Message({36, 1, 0, 0, 0, 1, 4}) + ((1U << 20) - 32));
+                }
+            }},
+        {"bytes that are begun", 19, "too much was begun", 2 << 20,
+            [](auto& peer, Lanes& lanes, size_t count) { Begin(peer, lanes, count, (1 << 20) - 32, false); }},
+        {"descriptors that are begun", 19, "too much was begun", 10,
+            [](auto& peer, Lanes& lanes, size_t count) { Begin(peer, lanes, count, 4, true); }},
+    };
+    Serve(limits);
+    const sptr<IRemoteObject> neighbour = Connect();
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        for (const size_t count : {row.most, row.most + 1}) {
+            const RawClient peer(Path("app"));
+            Lanes lanes;
+            if (count > row.most) {
+                ExpectErrors(row.line);
+            }
+            row.fill(peer, lanes, count);
+            EXPECT_TRUE(count > row.most || Eventually([&] {
+                return std::all_of(lanes.begin(), lanes.end(), [](auto& lane) { return lane.IsTaken(); });
+            }));
+            EXPECT_EQ(count > row.most ? peer.Goodbye() : static_cast<int64_t>(peer.Ask(Message({})).size()),
+                count > row.most ? row.reason : 32);
+            EXPECT_EQ(CallPlain(neighbour, 1), 0);
+            kept.clear();
+        }
+    }
 }
 
 TEST_F(LimitsTest, ConnectionsOfAUser)

@@ -23,11 +23,13 @@ protected:
         service->On(4, [this](MessageParcel&, MessageParcel&) { return ++posts, 0; });
         Serve(limits);
     }
-    // A client that hands over a callback, tells so, and stays.
-    ClientProcess::Play Staying()
+    // A client that hands over a callback, does something more, tells so, and stays.
+    ClientProcess::Play Staying(std::function<void(const sptr<IRemoteObject>& root)> more = [](const auto&) {})
     {
-        return [this](const Baton& parent) {
-            EXPECT_EQ(CallWith(Connect(), 1, {new ScriptedStub}), 0);
+        return [this, more](const Baton& parent) {
+            const sptr<IRemoteObject> root = Connect();
+            EXPECT_EQ(CallWith(root, 1, {new ScriptedStub}), 0);
+            more(root);
             parent.Tell('h');
             ::pause();
         };
@@ -43,62 +45,35 @@ protected:
     std::atomic<int> posts{0};
 };
 
-TEST_F(ProcessesTest, AClientKilledWhileItIsCalledFailsTheCallAtOnceAndIsMournedOnce)
-{
-    ClientProcess client([this](const Baton& parent) {
-        const sptr<ScriptedStub> own = new ScriptedStub;
-        own->On(1, [&parent](MessageParcel&, MessageParcel&) { return parent.Tell('c'), ::pause(); });
-        EXPECT_EQ(CallWith(Connect(), 1, {own}), 0);
-        parent.Tell('h');
-        ::pause();
-    });
-    ServeCallbacks();
-    client.Go('h');
-    EXPECT_EQ(callbackPid, client.pid);
-    std::thread caller([this] { EXPECT_EQ(CallPlain(callback, 1), IPC_DEAD_OBJECT); });
-    client.baton.Await('c');
-    const auto killed = std::chrono::steady_clock::now();
-    client.Kill();
-    caller.join();
-    EXPECT_TRUE(watch->told.Wait());
-    EXPECT_LT(std::chrono::steady_clock::now() - killed, 1s);
-    EXPECT_EQ(watch->lastObject, callback);
-    EXPECT_TRUE(callback->IsObjectDead());
-    EXPECT_FALSE(callback->AddDeathRecipient(watch));
-    EXPECT_FALSE(callback->RemoveDeathRecipient(watch));
-    EXPECT_EQ(CallPlain(callback, 1), IPC_DEAD_OBJECT);
-    Stop();
-    EXPECT_EQ(watch->deaths, 1);
-}
-
 // The request of a dead client goes on, one-way or not, and its death is told meanwhile.
-TEST_F(ProcessesTest, AClientKilledInsideItsRequestIsMournedWhileTheRequestRunsOn)
+TEST_F(ProcessesTest, AClientKilledInsideItsRequestIsMournedWhileTheRequestRunsOnAndLeavesNothing)
 {
     Host::IpcLimits limits;
     limits.unfinishedMessage = 300ms;
-    const auto play = [this](int flags) {
-        return [this, flags](const Baton& parent) {
-            const sptr<IRemoteObject> root = Connect();
-            EXPECT_EQ(CallWith(root, 1, {new ScriptedStub}), 0);
-            (void)Exchange().Send(root, 2, flags);
-            parent.Tell('s');
-            ::pause();
-        };
-    };
-    ClientProcess waiting(play(MessageOption::TF_SYNC));
-    ClientProcess oneWay(play(MessageOption::TF_ASYNC));
+    ClientProcess waiting(Staying([](const auto& root) {
+        Exchange call;
+        for (int i = 0; i < 500; ++i) {
+            EXPECT_TRUE(call.data.WriteFileDescriptor(STDERR_FILENO) && call.data.WriteRemoteObject(new ScriptedStub));
+        }
+        (void)call.Send(root, 2); // whose end it does not live to see
+    }));
+    ClientProcess oneWay(Staying([](const auto& root) { EXPECT_EQ(PostPlain(root, 2), 0); }));
     second = oneWay.pid;
     ServeCallbacks(limits);
     waiting.Go();
     EXPECT_TRUE(called.Wait());
+    EXPECT_EQ(Host::CountIpc().objectsHeld, 501U);
     waiting.Kill();
     EXPECT_TRUE(watch->told.Wait()) << "nobody waits for the request to end";
-    oneWay.Go('s');
+    oneWay.Go('h');
     EXPECT_TRUE(Eventually([] { return Host::CountIpc().running == 2; }));
     oneWay.Kill();
     EXPECT_TRUE(secondWatch->told.Wait());
     EXPECT_EQ(Host::CountIpc().running, 2U);
     release.Open();
+    callback = nullptr;
+    EXPECT_TRUE(Eventually([] { return Host::CountIpc().objectsHeld == 0; }))
+        << "nor of its descriptors, see the scene";
 }
 
 // A recipient may take its time and call others; one that is removed meanwhile is not waited for, and neither do the
@@ -108,9 +83,8 @@ TEST_F(ProcessesTest, ARecipientThatTakesItsTimeHoldsNobodyUp)
     ClientProcess client(Staying());
     ClientProcess other(Staying());
     second = other.pid;
-    Gate begun;
     watch->onDeath = [&] {
-        begun.Open();
+        called.Open();
         EXPECT_TRUE(release.Wait());
     };
     ServeCallbacks();
@@ -120,82 +94,35 @@ TEST_F(ProcessesTest, ARecipientThatTakesItsTimeHoldsNobodyUp)
     EXPECT_TRUE(first->AddDeathRecipient(removed));
     other.Go('h');
     client.Kill();
-    EXPECT_TRUE(begun.Wait());
+    EXPECT_TRUE(called.Wait());
+    EXPECT_TRUE(first->IsObjectDead() && !first->AddDeathRecipient(watch)) << "too late";
     EXPECT_FALSE(first->RemoveDeathRecipient(watch));
     EXPECT_TRUE(first->RemoveDeathRecipient(removed)) << "not told yet";
     EXPECT_EQ(CallPlain(Connect(), 3), 0) << "others are served meanwhile";
     other.Kill();
     EXPECT_TRUE(secondWatch->told.Wait());
-    EXPECT_EQ(watch->lastObject, first);
     release.Open();
     EXPECT_TRUE(watch->told.Wait());
+    EXPECT_EQ(watch->lastObject, first);
     Stop();
-    EXPECT_EQ(removed->deaths, 0);
+    EXPECT_EQ(watch->deaths + removed->deaths, 1);
 }
 
 TEST_F(ProcessesTest, WhatAProcessSentOneWayBeforeItWentIsHandledBeforeItIsMourned)
 {
     constexpr int count = 200;
-    ClientProcess client([this](const Baton&) {
-        const sptr<IRemoteObject> root = Connect();
-        EXPECT_EQ(CallWith(root, 1, {new ScriptedStub}), 0);
+    ClientProcess client(Staying([](const auto& root) {
         for (int i = 0; i < count; ++i) {
             EXPECT_EQ(PostPlain(root, 4), 0);
         }
         ::_exit(0);
-    });
+    }));
     int postsAtDeath = 0;
     watch->onDeath = [&] { postsAtDeath = posts; };
     ServeCallbacks();
     client.Go();
     EXPECT_TRUE(watch->told.Wait());
     EXPECT_EQ(postsAtDeath, count);
-}
-
-TEST_F(ProcessesTest, TheDaemonsDeathFailsCallsAndIsTold)
-{
-    ClientProcess client([this](const Baton& parent) {
-        const sptr<IRemoteObject> root = Connect();
-        EXPECT_TRUE(root->AddDeathRecipient(watch));
-        parent.Tell('c');
-        EXPECT_EQ(CallPlain(root, 2), IPC_DEAD_OBJECT);
-        EXPECT_TRUE(watch->told.Wait());
-        EXPECT_EQ(watch->lastObject, root);
-        EXPECT_EQ(CallPlain(root, 3), IPC_DEAD_OBJECT);
-        watch->lastObject = nullptr;
-    });
-    ClientProcess daemon([this](const Baton& parent) {
-        ServeCallbacks();
-        parent.Tell('s');
-        ::pause();
-    });
-    daemon.Go('s');
-    client.Go('c');
-    daemon.Kill();
-    EXPECT_TRUE(client.Join());
-    ::unlink(Path("owner").c_str());
-    ::unlink(Path("app").c_str());
-}
-
-TEST_F(ProcessesTest, ClientsThatCallEachOtherThroughTheDaemonNest)
-{
-    ClientProcess client([this](const Baton& parent) {
-        const sptr<IRemoteObject> root = Connect();
-        const sptr<ScriptedStub> own = new ScriptedStub;
-        own->On(1, [&root](MessageParcel&, MessageParcel&) { return CallPlain(root, 3); });
-        EXPECT_EQ(CallWith(root, 1, {own}), 0);
-        parent.Tell('h');
-        parent.Await('e');
-    });
-    ServeCallbacks();
-    client.Go('h');
-    Crowd(8, [this](size_t) {
-        for (int call = 0; call < 50; ++call) {
-            EXPECT_EQ(CallPlain(callback, 1), 0);
-        }
-    }).Join();
-    client.baton.Tell('e');
-    EXPECT_TRUE(client.Join());
 }
 
 TEST_F(ProcessesTest, AChildAfterForkConnectsAnewAndDoesNotKeepItsParentAlive)

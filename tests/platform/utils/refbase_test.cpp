@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <thread>
-#include <vector>
-
-#include "parcel.h"
 
 namespace OHOS {
 namespace {
@@ -29,15 +26,7 @@ struct Both : public Left, public Right {
     }
 };
 
-class RefTest : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        Base::deaths = 0;
-    }
-};
-
-TEST_F(RefTest, ObjectDiesWithItsLastOwnerWhateverItsType)
+TEST(RefTest, ObjectDiesWithItsLastOwnerWhateverItsType)
 {
     sptr<Both> both = MakeSptr<Both>();
     sptr<Left> left = both;
@@ -59,22 +48,21 @@ TEST_F(RefTest, ObjectDiesWithItsLastOwnerWhateverItsType)
 }
 
 struct Registers : public Base {
-    Registers() : self(this), inside(self.promote() != nullptr)
-    {}
+    Registers() : self(this)
+    {
+        EXPECT_TRUE(self.promote() == nullptr) << "nobody owns it yet";
+    }
     ~Registers() override
     {
         const sptr<Registers> once = this;
-        promotedWhileDying = self.promote() != nullptr;
+        EXPECT_TRUE(self.promote() == nullptr) << "nobody does any more";
     }
-    wptr<Registers> self;
-    bool inside;
-    static inline bool promotedWhileDying = true;
+    const wptr<Registers> self;
 };
 
-TEST_F(RefTest, WeakReferenceFromTheConstructorHoldsFromTheFirstOwnerToTheLast)
+TEST(RefTest, WeakReferenceFromTheConstructorHoldsFromTheFirstOwnerToTheLast)
 {
     auto* raw = new Registers();
-    EXPECT_FALSE(raw->inside);
     const wptr<Registers> weak = raw;
     EXPECT_TRUE(weak.promote() == nullptr);
     sptr<Registers> owner = raw;
@@ -85,12 +73,11 @@ TEST_F(RefTest, WeakReferenceFromTheConstructorHoldsFromTheFirstOwnerToTheLast)
     EXPECT_EQ(Base::deaths, 0);
     raw->DecStrongRef(nullptr);
     EXPECT_EQ(Base::deaths, 1);
-    EXPECT_FALSE(Registers::promotedWhileDying);
     EXPECT_TRUE(weak.promote() == nullptr);
     EXPECT_TRUE(wptr<RefBase>(weak) == nullptr); // the way to the virtual base is gone with the object
 }
 
-TEST_F(RefTest, CopiedValueHasOwnersOfItsOwn)
+TEST(RefTest, CopiedValueHasOwnersOfItsOwn)
 {
     static_assert(std::is_nothrow_copy_constructible_v<RefBase>, "records move in containers");
     wptr<Base> onStack;
@@ -108,44 +95,33 @@ TEST_F(RefTest, CopiedValueHasOwnersOfItsOwn)
     EXPECT_TRUE(onStack.promote() == nullptr);
 }
 
-// Round by round: one thread copies, promotes and drops while another makes the first weak reference, then drops the
-// last owner.
-TEST_F(RefTest, PromotionMeetsTheFirstWeakReferenceAndTheLastRelease)
+// Round by round: one thread promotes and drops while another makes the first weak reference, then drops the last
+// owner.
+TEST(RefTest, PromotionMeetsTheFirstWeakReferenceAndTheLastRelease)
 {
-    constexpr size_t ROUNDS = 150;
-    std::vector<sptr<Both>> owners(ROUNDS);
-    std::vector<sptr<Both>> last(ROUNDS);
-    for (size_t i = 0; i < ROUNDS; ++i) {
-        last[i] = owners[i] = new Both();
-    }
-    std::atomic<size_t> begun{0};
-    std::atomic<size_t> ended{0};
-    std::thread repeating([&] {
-        for (size_t round = 1; round <= ROUNDS; ++round) {
-            wptr<Both> weak;
-            for (begun = round; ended < round; std::this_thread::yield()) {
-                const sptr<Both> copied = owners[round - 1];
-                weak = owners[round - 1];
-            }
-            owners[round - 1].clear();
+    constexpr int ROUNDS = 150;
+    for (int round = 0; round < ROUNDS; ++round) {
+        sptr<Both> last = new Both();
+        std::atomic<bool> begun{false};
+        std::thread repeating([&begun, mine = last]() mutable {
+            const wptr<Both> weak = mine;
+            begun = true;
+            mine.clear();
             for (bool isThere = true; isThere;) {
-                const sptr<Both> mine = weak.promote(); // gone before the next: it would keep the object for ever
-                isThere = mine != nullptr;
-                EXPECT_TRUE(!isThere || mine->value == 7) << "a whole object or none";
+                const sptr<Both> promoted = weak.promote(); // gone before the next: it would keep the object for ever
+                isThere = promoted != nullptr;
+                EXPECT_TRUE(!isThere || promoted->value == 7) << "a whole object or none";
             }
-        }
-    });
-    for (size_t round = 1; round <= ROUNDS; ++round) {
-        while (begun < round) {
+        });
+        const wptr<Both> rival = last;
+        EXPECT_TRUE(rival.promote() == last);
+        while (!begun) {
             std::this_thread::yield();
         }
-        const wptr<Both> rival = last[round - 1];
-        EXPECT_TRUE(rival.promote() == last[round - 1]);
-        ended = round;
-        last[round - 1].clear();
+        last.clear();
+        repeating.join();
     }
-    repeating.join();
-    EXPECT_EQ(Base::deaths, static_cast<int>(ROUNDS));
+    EXPECT_EQ(Base::deaths, ROUNDS);
 }
 
 } // namespace

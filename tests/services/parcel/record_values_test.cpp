@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include "account_info.h"
 #include "message_parcel.h"
 #include "samples.h"
 
@@ -19,14 +18,10 @@ TEST(ShareDeviceInfoValues, AnEngineStatusIsShownAsAState)
         {1014, 112}, {1015, 105}, {1016, 105}, {1017, 114}, {1018, 116}, {1019, 115}, {1020, 105}, {1021, 105},
         {2008, 113}, {1000, 116}, {1022, 116}, {2007, 116}, {2009, 116}, {0, 116}, {-1, 116}, {INT32_MIN, 116}};
     for (const auto& [status, state] : rows) {
-        SCOPED_TRACE(status);
         LogTap tap;
-        EXPECT_EQ(ShareDeviceInfo::ConvertOnStatus(status), state);
-        Lines said{"status: " + std::to_string(status)};
-        if (state == DeviceState::UNKNOWN_STATUS) {
-            said.push_back("invalid status!");
-        }
-        EXPECT_EQ(tap.Take(), LinesOf(Log::SHARE, said));
+        EXPECT_EQ(ShareDeviceInfo::ConvertOnStatus(status), state) << status;
+        const Lines said = LinesOf(Log::SHARE, {"status: " + std::to_string(status), "invalid status!"});
+        EXPECT_EQ(tap.Take(), state == DeviceState::UNKNOWN_STATUS ? said : Lines{said[0]});
     }
 }
 
@@ -73,40 +68,18 @@ TEST(ShareDeviceValues, BecomesWhatClientsSee)
     EXPECT_EQ(bytesOf(ShareDeviceInfo::ConvertToShareDeviceInfo(nullptr)), bytesOf(ShareDeviceInfo()));
 }
 
-TEST(ShareDeviceValues, ComesOutOfAParcelWholeOrNotAtAll)
+TEST(OtherValues, AReadPreviewsDeviceStatusIsOneAndAForeignTabletIsKnownToDevicesOnly)
 {
-    ShareDevice sent = Sample<ShareDevice>();
-    sent.ohFlag = 1;
-    sent.isSameAccount = true;
-    sent.deviceType_ = 2575;
-    MessageParcel parcel;
-    ASSERT_TRUE(sent.WriteToParcel(parcel));
-
-    sptr<ShareDevice> device(ShareDevice::Unmarshalling(parcel));
-    ASSERT_NE(device, nullptr);
-    EXPECT_EQ(device->GetDeviceType(), 17) << "the foreign code for a tablet is known to devices only";
-    ShareDeviceInfo info;
-    info.SetDeviceType(2575);
-    EXPECT_EQ(info.GetDeviceType(), 2575);
-    EXPECT_EQ(device->GetOHFlag(), 0) << "does not travel";
-    EXPECT_FALSE(device->GetIsSameAccount()) << "does not travel";
-    EXPECT_EQ(sptr<ShareDevice>(ShareDevice::Unmarshalling(parcel)), nullptr) << "nothing is left";
-}
-
-TEST(OtherValues, AnAccountIsThatOfTheUserAndAReadPreviewsDeviceStatusIsOne)
-{
-    const AccountSA::OhosAccountInfo account = {"ada@home", "HASH", 2, 1000, "ada", "face"};
-    const ShareAccountInfo info = ShareAccountInfo::ConvertToShareAccountInfo(account);
-    EXPECT_EQ(info.corvaneAccountID + "," + info.corvaneAccountIDHash + "," + info.nickName + "," + info.avatar,
-        "ada@home,HASH,ada,face");
-    EXPECT_EQ(info.status, 2);
-    EXPECT_EQ(info.callingUid, 1000);
-
     MessageParcel parcel;
     ASSERT_TRUE(Sample<RecvPreview>().WriteToParcel(parcel)); // whose own is 9
     RecvPreview preview;
     ASSERT_TRUE(preview.ReadFromParcel(parcel));
     EXPECT_EQ(preview.GetDeviceStatus(), 1);
+    ASSERT_TRUE(Filled<ShareDevice>(&ShareDevice::deviceType_, 2575).WriteToParcel(parcel));
+    EXPECT_EQ(sptr<ShareDevice>(ShareDevice::Unmarshalling(parcel))->GetDeviceType(), 17);
+    ShareDeviceInfo info;
+    info.SetDeviceType(2575);
+    EXPECT_EQ(info.GetDeviceType(), 2575);
 }
 
 } // namespace

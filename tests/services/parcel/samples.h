@@ -10,7 +10,9 @@
 #include <filesystem>
 #include <iterator>
 #include <string>
+#include <tuple>
 #include <type_traits>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -60,100 +62,59 @@ inline void CloseFiles(SendBean& bean)
     }
 }
 
-// A record with a value of its own in every field, as the file of its bytes has it.
+// A record of each kind, with a value of its own in every field, as the files of their bytes have them.
+inline const auto& AllSamples()
+{
+    using C = ContactInfo;
+    using I = ShareDeviceInfo;
+    using D = ShareDevice;
+    using A = ShareAccountInfo;
+    using H = FileHolder;
+    using F = FileItem;
+    using S = SendBean;
+    using U = DataBean;
+    using B = BytesInfo;
+    using P = RecvPreview;
+    static const auto all = [] {
+        const auto contact = Filled<C>(&C::contactId, -7, &C::name, "Ada", &C::avatar, "face");
+        const auto info = Filled<I>(&I::btName, "Blue phone", &I::corvaneIdName, "ada", &I::avatar, "IMAGE",
+            &I::colorId, 3, &I::eventCode, TransferEvent::STATUS, &I::deviceState, DeviceState::TRANSFERRING,
+            &I::percent, 42, &I::speed, -1, &I::isDisappeared, true, &I::deviceType, 2607, &I::deviceId, "device-1",
+            &I::nearbyVersion, 9, &I::lastSharedTime, 1700000000123, &I::isSameAccount, true, &I::contactInfo, contact,
+            &I::isOHDevice, false, &I::discoveredBy, UINT32_MAX, &I::concurrentId, "c_1", &I::capability, INT32_MIN);
+        const auto device = Filled<D>(&D::deviceId_, "device-1", &D::accountHash_, "HASH", &D::deviceType_, 14,
+            &D::deviceName_, "Blue phone", &D::nickName_, "ada", &D::lastSharedTime, 1700000000123, &D::discoveredBy_,
+            6U, &D::contactInfo, contact, &D::capability_, 5);
+        const auto account = Filled<A>(&A::corvaneAccountID, "ada@home", &A::corvaneAccountIDHash, "HASH", &A::status,
+            2, &A::callingUid, 1000, &A::nickName, "ada");
+        const auto holder = Filled<H>(
+            &H::fileName_, "a.jpg", &H::fileSize_, 4294967296, &H::fileFd, SomeFile(), &H::fileType_, "image/jpeg");
+        const auto second = Filled<H>(&H::fileName_, "b.txt", &H::fileSize_, 4, &H::fileFd, SomeFile());
+        const auto item = Filled<F>(&F::fileUri_, "file://a/b.jpg", &F::fileName_, "b.jpg", &F::fileSize_, -1,
+            &F::fileRelativePath_, "a/", &F::fileMimeType_, "image/jpeg");
+        const auto files = Filled<S>(&S::sendModule, 1, &S::sendType, 2, &S::totalSize, 4294967300, &S::totalNum, 7,
+            &S::uriList, std::vector<H>{holder, second}, &S::text, "hello", &S::thumbnail, "thumb", &S::scenarioId,
+            "scene", &S::conCurrentId, "c_1", &S::sendExtraFlag, 11);
+        auto uris = Filled<U>(&U::sendModule, 1, &U::sendType, 2, &U::totalSize, 4294967300, &U::totalNum, 1,
+            &U::fileItems, std::vector<F>{item}, &U::text, "hello", &U::thumbnail, "thumb", &U::scenarioId, "scene",
+            &U::conCurrentId, "c_1", &U::dataExtraInt1, 21, &U::dataExtraInt2, 22, &U::dataExtraInt3, 23);
+        uris.extra_.SetParam("k", "v");
+        const auto bytes = Filled<B>(&B::bytesType, 3, &B::bytesTitle, "title", &B::previewData, "preview",
+            &B::conCurrentId, "c_1", &B::text, "hello");
+        const auto preview = Filled<P>(&P::senderName_, "Blue phone", &P::recvType_, 1, &P::fileCounter_, 2,
+            &P::folderCounter_, 3, &P::itemTotalSize_, UINT64_MAX, &P::previewData_, "preview", &P::allFileNameData_,
+            "a.jpg,b.txt", &P::previewInfo_, "info", &P::previewExtraInfo_, "extra", &P::bytesType_, 4, &P::bytesData_,
+            "data", &P::popUpStrategy_, 5, &P::packageInfo_, "package", &P::transType_, 6, &P::deviceStatus_, int8_t{9},
+            &P::previewInfoSummary_, "summary");
+        return std::tuple{contact, info, device, account, holder, item, files, uris, bytes, preview};
+    }();
+    return all;
+}
+
 template <class R>
-R Sample();
-
-template <>
-inline ContactInfo Sample()
+R Sample()
 {
-    using R = ContactInfo;
-    return Filled<R>(&R::contactId, -7, &R::name, "Ada", &R::avatar, "face");
-}
-
-template <>
-inline ShareDeviceInfo Sample()
-{
-    using R = ShareDeviceInfo;
-    return Filled<R>(&R::btName, "Blue phone", &R::corvaneIdName, "ada", &R::avatar, "IMAGE", &R::colorId, 3,
-        &R::eventCode, TransferEvent::STATUS, &R::deviceState, DeviceState::TRANSFERRING, &R::percent, 42, &R::speed,
-        -1, &R::isDisappeared, true, &R::deviceType, 2607, &R::deviceId, "device-1", &R::nearbyVersion, 9,
-        &R::lastSharedTime, 1700000000123, &R::isSameAccount, true, &R::contactInfo, Sample<ContactInfo>(),
-        &R::isOHDevice, false, &R::discoveredBy, UINT32_MAX, &R::concurrentId, "c_1", &R::capability, INT32_MIN);
-}
-
-template <>
-inline ShareDevice Sample()
-{
-    using R = ShareDevice;
-    return Filled<R>(&R::deviceId_, "device-1", &R::accountHash_, "HASH", &R::deviceType_, 14, &R::deviceName_,
-        "Blue phone", &R::nickName_, "ada", &R::lastSharedTime, 1700000000123, &R::discoveredBy_, 6U, &R::contactInfo,
-        Sample<ContactInfo>(), &R::capability_, 5);
-}
-
-template <>
-inline ShareAccountInfo Sample()
-{
-    using R = ShareAccountInfo;
-    return Filled<R>(&R::corvaneAccountID, "ada@home", &R::corvaneAccountIDHash, "HASH", &R::status, 2, &R::callingUid,
-        1000, &R::nickName, "ada");
-}
-
-template <>
-inline FileHolder Sample()
-{
-    using R = FileHolder;
-    return Filled<R>(
-        &R::fileName_, "a.jpg", &R::fileSize_, 4294967296, &R::fileFd, SomeFile(), &R::fileType_, "image/jpeg");
-}
-
-template <>
-inline FileItem Sample()
-{
-    using R = FileItem;
-    return Filled<R>(&R::fileUri_, "file://a/b.jpg", &R::fileName_, "b.jpg", &R::fileSize_, -1, &R::fileRelativePath_,
-        "a/", &R::fileMimeType_, "image/jpeg");
-}
-
-template <>
-inline SendBean Sample()
-{
-    using R = SendBean;
-    auto second =
-        Filled<FileHolder>(&FileHolder::fileName_, "b.txt", &FileHolder::fileSize_, 4, &FileHolder::fileFd, SomeFile());
-    return Filled<R>(&R::sendModule, 1, &R::sendType, 2, &R::totalSize, 4294967300, &R::totalNum, 7, &R::uriList,
-        std::vector<FileHolder>{Sample<FileHolder>(), second}, &R::text, "hello", &R::thumbnail, "thumb",
-        &R::scenarioId, "scene", &R::conCurrentId, "c_1", &R::sendExtraFlag, 11);
-}
-
-template <>
-inline DataBean Sample()
-{
-    using R = DataBean;
-    auto bean = Filled<R>(&R::sendModule, 1, &R::sendType, 2, &R::totalSize, 4294967300, &R::totalNum, 1, &R::fileItems,
-        std::vector<FileItem>{Sample<FileItem>()}, &R::text, "hello", &R::thumbnail, "thumb", &R::scenarioId, "scene",
-        &R::conCurrentId, "c_1", &R::dataExtraInt1, 21, &R::dataExtraInt2, 22, &R::dataExtraInt3, 23);
-    bean.extra_.SetParam("k", "v");
-    return bean;
-}
-
-template <>
-inline BytesInfo Sample()
-{
-    using R = BytesInfo;
-    return Filled<R>(&R::bytesType, 3, &R::bytesTitle, "title", &R::previewData, "preview", &R::conCurrentId, "c_1",
-        &R::text, "hello");
-}
-
-template <>
-inline RecvPreview Sample()
-{
-    using R = RecvPreview;
-    return Filled<R>(&R::senderName_, "Blue phone", &R::recvType_, 1, &R::fileCounter_, 2, &R::folderCounter_, 3,
-        &R::itemTotalSize_, UINT64_MAX, &R::previewData_, "preview", &R::allFileNameData_, "a.jpg,b.txt",
-        &R::previewInfo_, "info", &R::previewExtraInfo_, "extra", &R::bytesType_, 4, &R::bytesData_, "data",
-        &R::popUpStrategy_, 5, &R::packageInfo_, "package", &R::transType_, 6, &R::deviceStatus_, int8_t{9},
-        &R::previewInfoSummary_, "summary");
+    return std::get<R>(AllSamples());
 }
 
 using AllRecords = testing::Types<ContactInfo, ShareDeviceInfo, ShareDevice, ShareAccountInfo, FileHolder, FileItem,

@@ -1,9 +1,19 @@
 #ifndef PELAGO_TESTS_RECORDING_EXTENSION_H
 #define PELAGO_TESTS_RECORDING_EXTENSION_H
 
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+#include <gtest/gtest.h>
+
+#include "host/ability_host.h"
+#include "host/ability_registry.h"
+#include "host/device.h"
 #include "host/extension_host.h"
 #include "host/loopback.h"
 #include "recording_client.h"
+#include "transfer/corvane_share_manager.h"
 
 namespace OHOS::Pelago {
 
@@ -11,13 +21,50 @@ namespace OHOS::Pelago {
 // by key: "start ShareServiceExtension ShareIntent=connect". Booleans read true and false.
 class RecordingExtension : public Host::ExtensionStub {
 public:
-    Lines TakeHeard();
+    Lines TakeHeard()
+    {
+        return std::exchange(heard_, {});
+    }
 
 private:
-    void OnStart(const AAFwk::Want& want) override;
-    sptr<IRemoteObject> OnConnect(const AAFwk::Want& want) override;
-    void OnDisconnect(const AAFwk::Want& want) override;
-    void Hear(const std::string& verb, const AAFwk::Want& want);
+    static std::string TextOf(const AAFwk::WantParams::Value& value)
+    {
+        return std::visit(
+            [](const auto& held) -> std::string {
+                using Held = std::decay_t<decltype(held)>;
+                if constexpr (std::is_same_v<Held, bool>) {
+                    return held ? "true" : "false";
+                } else if constexpr (std::is_same_v<Held, std::string>) {
+                    return held;
+                } else if constexpr (std::is_integral_v<Held>) {
+                    return std::to_string(held);
+                } else {
+                    return "{}";
+                }
+            },
+            value);
+    }
+    void OnStart(const AAFwk::Want& want) override
+    {
+        Hear("start", want);
+    }
+    sptr<IRemoteObject> OnConnect(const AAFwk::Want& want) override
+    {
+        Hear("connect", want);
+        return new IPCObjectStub(u"front end");
+    }
+    void OnDisconnect(const AAFwk::Want& want) override
+    {
+        Hear("disconnect", want);
+    }
+    void Hear(const std::string& verb, const AAFwk::Want& want)
+    {
+        std::string line = verb + " " + want.GetElement().GetAbilityName();
+        for (const auto& [key, value] : want.GetParams().GetParams()) {
+            line += " " + key + "=" + TextOf(value);
+        }
+        heard_.push_back(line);
+    }
 
     Lines heard_;
 };
@@ -25,11 +72,26 @@ private:
 class TestExtension {
 public:
     // Registers at once: make it before what it is to hear.
-    TestExtension();
+    TestExtension() : extension_(new RecordingExtension()), process_({3999, 1000, Host::TokenId::EXTENSION})
+    {
+        EXPECT_TRUE(Host::AbilityRegistry::Instance().Publish());
+        sptr<IRemoteObject> root = process_.Connect(Host::AbilityHost::Instance().RootObject());
+        EXPECT_EQ(Host::RegisterExtension(Host::SamgrOf(root), FRONT_END_BUNDLE,
+                      {ABILITY_SHARE_SERVICE_EXTENSION, ABILITY_SHARE_API_EXTENSION, ABILITY_PERMISSION_EXTENSION,
+                          ABILITY_SWING_RECEIVE_CONFIRM, ABILITY_SWING_SEND_CONFIRM},
+                      extension_),
+            0);
+    }
 
     // What has arrived since the last look, once the test has settled.
-    Lines TakeHeard();
-    Host::LoopbackProcess& Process();
+    Lines TakeHeard()
+    {
+        return extension_->TakeHeard();
+    }
+    Host::LoopbackProcess& Process()
+    {
+        return process_;
+    }
 
 private:
     sptr<RecordingExtension> extension_;

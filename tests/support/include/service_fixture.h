@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "core/trellis_service.h"
+#include "host/ability_host.h"
 #include "host/device.h"
 #include "host/faults.h"
 #include "host/host_settings.h"
@@ -33,16 +34,48 @@ protected:
 
     // Starts the service: what the platform does at boot. `stateFile` is what user 100 left: state, type, permission;
     // none for a device that was never booted before.
-    void Boot(const std::vector<int32_t>& stateFile = {0, 0, 0});
+    void Boot(const std::vector<int32_t>& stateFile = {0, 0, 0})
+    {
+        if (!stateFile.empty()) {
+            WriteFields(StateFile(USER), stateFile);
+        }
+        Host::AbilityHost::Instance().Start();
+        started_ = true;
+        Settle();
+    }
     // Boots with sharing on.
-    void BootOn();
-    void StopService();
+    void BootOn()
+    {
+        Boot({STATE_SHARE_ENABLE, DETECTABLE_LASTING, 0});
+        ASSERT_TRUE(Switch()->IsEnabled());
+        (void)Engine().TakeJournal();
+        (void)Collab().TakeAsked();
+    }
+    void StopService()
+    {
+        Host::AbilityHost::Instance().Stop();
+        started_ = false;
+        Settle();
+    }
 
-    static void Settle();
-    static void Advance(int64_t ms);
+    static void Settle()
+    {
+        ASSERT_TRUE(Host::Scheduler::Instance().Settle());
+    }
+    static void Advance(int64_t ms)
+    {
+        ASSERT_TRUE(Host::Scheduler::Instance().Advance(ms));
+    }
 
-    static sptr<TrellisService> Service();
-    static std::shared_ptr<ShareSwitchManager> Switch();
+    static sptr<TrellisService> Service()
+    {
+        sptr<IRemoteObject> object = Host::AbilityHost::Instance().Find(TRELLIS_SERVICE_ID);
+        return dynamic_cast<TrellisService*>(object.GetRefPtr());
+    }
+    static std::shared_ptr<ShareSwitchManager> Switch()
+    {
+        return DelayedSingleton<ShareSwitchManager>::GetInstance();
+    }
     ScriptedEngine& Engine()
     {
         return *engine_;
@@ -53,7 +86,11 @@ protected:
     }
 
     // A new client process that holds both permissions, or what the token says.
-    std::unique_ptr<TestClient> NewClient(uint32_t tokenId = Host::TokenId::OWNER);
+    std::unique_ptr<TestClient> NewClient(uint32_t tokenId = Host::TokenId::OWNER)
+    {
+        return std::make_unique<TestClient>(
+            nextPid_++, tokenId, Host::AbilityHost::Instance().Find(TRELLIS_SERVICE_ID));
+    }
 
     // Log lines of this case whose text ends with, or contains, `text`.
     static bool Logged(const std::string& text);
@@ -67,8 +104,14 @@ protected:
     // JSON of the telemetry since the start of the case.
     static std::vector<std::string> Telemetry();
 
-    static std::filesystem::path Root();
-    static std::filesystem::path StateFile(int user, const std::string& name = "switch.cfg");
+    static std::filesystem::path Root()
+    {
+        return Host::Device::Instance().Root();
+    }
+    static std::filesystem::path StateFile(int user, const std::string& name = "switch.cfg")
+    {
+        return Root() / "data/service/el2" / std::to_string(user) / "pelago" / name;
+    }
     static std::vector<int32_t> ReadFields(const std::filesystem::path& path);
     static void WriteFields(const std::filesystem::path& path, const std::vector<int32_t>& fields);
 

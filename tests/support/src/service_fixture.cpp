@@ -5,7 +5,6 @@
 
 #include "discovery/cache_map_manager.h"
 #include "hilog/host_log.h"
-#include "host/ability_host.h"
 #include "host_sys_event.h"
 #include "runtime_env.h"
 
@@ -91,57 +90,6 @@ void ServiceFixture::CheckErrorLines() const
     }
 }
 
-void ServiceFixture::Boot(const std::vector<int32_t>& stateFile)
-{
-    if (!stateFile.empty()) {
-        WriteFields(StateFile(USER), stateFile);
-    }
-    Host::AbilityHost::Instance().Start();
-    started_ = true;
-    Settle();
-}
-
-void ServiceFixture::BootOn()
-{
-    Boot({STATE_SHARE_ENABLE, DETECTABLE_LASTING, 0});
-    ASSERT_TRUE(Switch()->IsEnabled());
-    (void)Engine().TakeJournal();
-    (void)Collab().TakeAsked();
-}
-
-void ServiceFixture::StopService()
-{
-    Host::AbilityHost::Instance().Stop();
-    started_ = false;
-    Settle();
-}
-
-void ServiceFixture::Settle()
-{
-    ASSERT_TRUE(Host::Scheduler::Instance().Settle());
-}
-
-void ServiceFixture::Advance(int64_t ms)
-{
-    ASSERT_TRUE(Host::Scheduler::Instance().Advance(ms));
-}
-
-sptr<TrellisService> ServiceFixture::Service()
-{
-    sptr<IRemoteObject> object = Host::AbilityHost::Instance().Find(TRELLIS_SERVICE_ID);
-    return dynamic_cast<TrellisService*>(object.GetRefPtr());
-}
-
-std::shared_ptr<ShareSwitchManager> ServiceFixture::Switch()
-{
-    return DelayedSingleton<ShareSwitchManager>::GetInstance();
-}
-
-std::unique_ptr<TestClient> ServiceFixture::NewClient(uint32_t tokenId)
-{
-    return std::make_unique<TestClient>(nextPid_++, tokenId, Host::AbilityHost::Instance().Find(TRELLIS_SERVICE_ID));
-}
-
 bool ServiceFixture::Logged(const std::string& text)
 {
     std::vector<Host::LogLine> lines = Host::ReadLog(0);
@@ -156,16 +104,6 @@ std::vector<std::string> ServiceFixture::Telemetry()
         events.push_back(event.json);
     }
     return events;
-}
-
-fs::path ServiceFixture::Root()
-{
-    return Host::Device::Instance().Root();
-}
-
-fs::path ServiceFixture::StateFile(int user, const std::string& name)
-{
-    return Root() / "data/service/el2" / std::to_string(user) / "pelago" / name;
 }
 
 std::vector<int32_t> ServiceFixture::ReadFields(const fs::path& path)

@@ -1,5 +1,8 @@
 // Who is told: registration, removal and death of clients and of the hubs of the share API.
 
+#include <map>
+#include <sstream>
+
 #include "recording_extension.h"
 #include "service_fixture.h"
 
@@ -8,186 +11,138 @@ namespace {
 
 class Clients : public ServiceFixture {
 protected:
-    static Lines Count(int clients)
+    void SetUp() override
     {
-        return {"OnConnectHub trellisCBCount " + std::to_string(clients)};
+        ServiceFixture::SetUp();
+        Boot();
+        AllowError("already registered.", "AddTrellisCallback failed", "already unregister.",
+            "RemoveTrellisCallback failed!", "registered callback vector is empty.",
+            "not find corvaneShareApiCBVector_.", "registered corvaneShareApiCBCount vector is empty.",
+            "RemoveCorvaneShareApiTrellisCallback failed!", "is failed, error code: 2003"); // the dead are called too
     }
-    static std::vector<size_t> Sizes()
+
+    // Clients have small letters, hubs capital ones: "+a -B xc" registers a, unregisters B and kills c. Gives whom the
+    // service told what, in order, "s" for the switch, a number for that of the clients, and "no" for what it refused;
+    // then how many clients, hubs, watched deaths and flags there are.
+    std::string Play(const std::string& steps)
     {
-        TrellisService::ListSizes sizes = TrellisService::GetListSizes();
-        return {sizes.trellisCallbacks, sizes.shareApiCallbacks, sizes.deathRecipients, sizes.callbackFlags};
+        told_.clear();
+        std::istringstream all(steps);
+        for (std::string step; all >> step;) {
+            Do(step[0], step[1]);
+            Settle();
+        }
+        const TrellisService::ListSizes sizes = TrellisService::GetListSizes();
+        return told_ + "| " + std::to_string(sizes.trellisCallbacks) + " " + std::to_string(sizes.shareApiCallbacks) +
+               " " + std::to_string(sizes.deathRecipients) + " " + std::to_string(sizes.callbackFlags);
     }
-    static void Die(TestClient& client)
+    TestClient& Of(char name)
     {
-        client.Kill();
-        Settle();
+        auto& client = clients_[name];
+        if (client == nullptr) {
+            client = NewClient();
+            client->callback->during = [this, name](const std::string& line) {
+                told_ += name + (line == "OnEnableStatusChanged" ? "s " : line.substr(line.rfind(' ') + 1) + " ");
+                EXPECT_TRUE(line == "OnEnableStatusChanged" || line.find("OnConnectHub trellisCBCount ") == 0) << line;
+            };
+        }
+        return *client;
     }
-    static void Leave(TestClient& client)
+
+private:
+    void Do(char verb, char name)
     {
-        EXPECT_TRUE(client->UnRegisterTrellisCallback(client.callback));
-        (void)client.TakeHeard();
+        TestClient& client = Of(name);
+        const auto& callback = client.callback;
+        const bool isHub = std::isupper(name) != 0;
+        if (verb == 'x') {
+            client.Kill();
+        } else if (verb == '+' ? !(isHub ? client->RegisterCorvaneShareApiTrellisCallback(callback)
+                                         : client->RegisterTrellisCallback(callback))
+                               : !(isHub ? client->UnRegisterCorvaneShareApiTrellisCallback(callback)
+                                         : client->UnRegisterTrellisCallback(callback))) {
+            told_ += "no ";
+        }
     }
+
+    std::map<char, std::unique_ptr<TestClient>> clients_;
+    std::string told_;
 };
 
-TEST_F(Clients, EveryRegistrationTellsEverybodyTheirNumber)
+TEST_F(Clients, EveryRegistrationTellsEverybodyTheirNumberTheOldestFirst)
 {
     TestExtension extension;
-    Boot();
-    auto first = NewClient();
-    auto second = NewClient();
-    EXPECT_TRUE((*first)->RegisterTrellisCallback(first->callback));
-    EXPECT_EQ(first->TakeHeard(), (Lines{"OnEnableStatusChanged", "OnConnectHub trellisCBCount 1"}));
-    Settle();
+    EXPECT_EQ(Play("+a"), "as a1 | 1 0 1 1");
     EXPECT_EQ(extension.TakeHeard(), Lines{"start ShareServiceExtension ShareIntent=send_notification"});
-    EXPECT_TRUE((*second)->RegisterTrellisCallback(second->callback));
-    Lines both{"OnEnableStatusChanged", "OnConnectHub trellisCBCount 2"};
-    EXPECT_EQ(first->TakeHeard(), both);
-    EXPECT_EQ(second->TakeHeard(), both);
-
-    Settle();
+    EXPECT_EQ(Play("+b"), "as a2 bs b2 | 2 0 2 2");
     (void)extension.TakeHeard();
-    AllowError("already registered.", "AddTrellisCallback failed");
-    EXPECT_FALSE((*first)->RegisterTrellisCallback(first->callback));
-    Settle();
-    EXPECT_EQ(first->TakeHeard(), Lines());
+    EXPECT_EQ(Play("+a"), "no | 2 0 2 2");
     EXPECT_EQ(extension.TakeHeard(), Lines());
-
-    EXPECT_TRUE((*second)->UnRegisterTrellisCallback(second->callback));
-    EXPECT_EQ(first->TakeHeard(), Count(1));
-    EXPECT_EQ(second->TakeHeard(), Lines());
-    EXPECT_EQ(Sizes(), (std::vector<size_t>{1, 0, 1, 1}));
-    Leave(*first);
-    EXPECT_EQ(Sizes(), (std::vector<size_t>{0, 0, 0, 0}));
+    EXPECT_EQ(Play("-b"), "a1 | 1 0 1 1");
+    EXPECT_EQ(Play("-a"), "| 0 0 0 0");
 }
 
 TEST_F(Clients, TheOnlyOneGoesWithoutAComparisonAndOneOfTwoDoesNot)
 {
-    Boot();
-    AllowError("already unregister.", "RemoveTrellisCallback failed!", "registered callback vector is empty.");
-    auto first = NewClient();
-    auto second = NewClient();
-    auto stranger = NewClient();
-    first->Register();
-    second->Register();
-    (void)first->TakeHeard();
-    EXPECT_FALSE((*stranger)->UnRegisterTrellisCallback(stranger->callback));
-    EXPECT_EQ(first->TakeHeard(), Lines());
-    Leave(*second);
-    EXPECT_TRUE((*stranger)->UnRegisterTrellisCallback(stranger->callback));
-    EXPECT_EQ(Sizes(), (std::vector<size_t>{0, 0, 1, 1})); // the first one's death is still watched
-    EXPECT_FALSE((*first)->UnRegisterTrellisCallback(first->callback));
-    Die(*first);
+    (void)Play("+a +b");
+    EXPECT_EQ(Play("-c"), "no | 2 0 2 2");
+    EXPECT_EQ(Play("-b -c"), "a1 | 0 0 1 1"); // the first one's death is still watched
+    EXPECT_EQ(Play("-a"), "no | 0 0 1 1");
+    (void)Play("xa");
     EXPECT_TRUE(Logged("TrellisCallbackDeath end."));
-    AllowError("RemoveCorvaneShareApiTrellisCallback failed!", "registered corvaneShareApiCBCount vector is empty.");
 }
 
 TEST_F(Clients, AHubIsToldTheNumberOfClientsAndItsOwnListTellsNobody)
 {
-    Boot();
-    AllowError("already registered.", "not find corvaneShareApiCBVector_.",
-        "registered corvaneShareApiCBCount vector is empty.", "RemoveCorvaneShareApiTrellisCallback failed!");
-    auto hub = NewClient();
-    auto other = NewClient();
-    auto client = NewClient();
-    EXPECT_TRUE((*hub)->RegisterCorvaneShareApiTrellisCallback(hub->callback));
-    EXPECT_FALSE((*hub)->RegisterCorvaneShareApiTrellisCallback(hub->callback));
-    EXPECT_FALSE((*other)->UnRegisterCorvaneShareApiTrellisCallback(other->callback)); // always compared
-    EXPECT_TRUE((*other)->RegisterCorvaneShareApiTrellisCallback(other->callback));
-    EXPECT_EQ(hub->TakeHeard(), Lines());
-    client->Register();
-    EXPECT_EQ(hub->TakeHeard(), Count(1));
-    EXPECT_EQ(other->TakeHeard(), Count(1));
-    Leave(*client);
-    EXPECT_EQ(hub->TakeHeard(), Count(0));
-    EXPECT_TRUE((*hub)->UnRegisterCorvaneShareApiTrellisCallback(hub->callback));
-    EXPECT_TRUE((*other)->UnRegisterCorvaneShareApiTrellisCallback(other->callback));
-    EXPECT_FALSE((*hub)->UnRegisterCorvaneShareApiTrellisCallback(hub->callback));
-    EXPECT_EQ(hub->TakeHeard(), Lines());
-    EXPECT_EQ(Sizes(), (std::vector<size_t>{0, 0, 0, 0}));
+    EXPECT_EQ(Play("+A +A -B +B"), "no no | 0 2 2 2"); // always compared
+    EXPECT_EQ(Play("+c"), "cs c1 A1 B1 | 1 2 3 3");
+    EXPECT_EQ(Play("-c"), "A0 B0 | 0 2 2 2");
+    EXPECT_EQ(Play("-A -B -A"), "no | 0 0 0 0");
 }
 
 TEST_F(Clients, ADeadClientLeavesAndTheLastOneStopsDiscovery)
 {
-    BootOn();
-    auto first = NewClient();
-    auto second = NewClient();
-    first->Register();
-    second->Register();
-    (void)first->TakeHeard();
-    EXPECT_TRUE((*first)->StartDiscovery());
+    (void)Play("+a +b");
+    EXPECT_TRUE(Of('a')->SetShareEnable(STATE_SHARE_ENABLE, DETECTABLE_LASTING, false));
+    Settle();
+    EXPECT_TRUE(Of('a')->StartDiscovery());
     (void)Engine().TakeJournal();
-    Die(*second);
-    EXPECT_EQ(first->TakeHeard(), Count(1));
+    EXPECT_EQ(Play("xb"), "a1 | 1 0 1 1");
     EXPECT_EQ(Engine().TakeAsked(), "");
-    Die(*first);
+    EXPECT_EQ(Play("xa"), "| 0 0 0 0");
     EXPECT_EQ(Engine().TakeAsked(), "UnSubscribe 9024");
-    EXPECT_EQ(Sizes(), (std::vector<size_t>{0, 0, 0, 0}));
 }
 
 // How many ordinary clients there are decides what becomes of a dead hub.
 TEST_F(Clients, ADeadHubTakesTheOnlyClientWithItAndStays)
 {
-    Boot();
-    AllowError("RemoveTrellisCallback failed!", "registered callback vector is empty.", "already unregister.",
-        "not find corvaneShareApiCBVector_.", "RemoveCorvaneShareApiTrellisCallback failed!",
-        "is failed, error code: 2003"); // the hub that stays is called like the others
-    auto alone = NewClient();
-    alone->RegisterAsHub();
-    Die(*alone);
-    EXPECT_EQ(Sizes(), (std::vector<size_t>{0, 0, 0, 0}));
-
-    auto first = NewClient();
-    auto second = NewClient();
-    auto hub = NewClient();
-    first->Register();
-    second->Register();
-    hub->RegisterAsHub();
-    Die(*hub);
-    EXPECT_EQ(Sizes(), (std::vector<size_t>{2, 0, 2, 2}));
-    Leave(*second);
-
-    auto last = NewClient();
-    last->RegisterAsHub();
-    (void)first->TakeHeard();
-    Die(*last);
-    EXPECT_EQ(Sizes(), (std::vector<size_t>{0, 1, 1, 1})); // the dead hub, and the watch over the innocent client
-    EXPECT_EQ(first->TakeHeard(), Lines());
-    first->Register(); // a second watch over the same object is not noted
-    EXPECT_EQ(Sizes(), (std::vector<size_t>{1, 1, 1, 2}));
+    EXPECT_EQ(Play("+A xA"), "| 0 0 0 0");
+    (void)Play("+b +c +D");
+    EXPECT_EQ(Play("xD"), "| 2 0 2 2");
+    (void)Play("-c +E");
+    EXPECT_EQ(Play("xE"), "| 0 1 1 1");       // the dead hub, and the watch over the innocent client
+    EXPECT_EQ(Play("+b"), "bs b1 | 1 1 1 2"); // a second watch over the same object is not noted
 }
 
 TEST_F(Clients, AFlagThatComesAroundStillNamesTheOlderCallback)
 {
-    Boot();
-    AllowError("is failed, error code: 2003");
-    auto oldest = NewClient();
-    oldest->Register();
-    auto visitor = NewClient();
+    (void)Play("+a");
     for (int flag = 2; flag <= 100; ++flag) {
-        visitor->Register();
-        Leave(*visitor);
+        (void)Play("+b -b");
     }
-    auto newest = NewClient();
-    newest->Register();
-    EXPECT_EQ(Sizes(), (std::vector<size_t>{2, 0, 2, 1}));
-    (void)oldest->TakeHeard();
-    Die(*newest);
-    EXPECT_EQ(Sizes(), (std::vector<size_t>{1, 0, 1, 0}));
-    EXPECT_EQ(oldest->TakeHeard(), Lines()); // it is the one that went
-    EXPECT_TRUE((*visitor)->UnRegisterTrellisCallback(visitor->callback));
-    EXPECT_TRUE(oldest->Process().IsAlive());
+    EXPECT_EQ(Play("+c"), "as a2 cs c2 | 2 0 2 1");
+    EXPECT_EQ(Play("xc"), "| 1 0 1 0"); // the oldest is the one that went
+    EXPECT_TRUE(Of('a').Process().IsAlive());
 }
 
 TEST_F(Clients, EventNamesDoOneThingEachAndAlwaysAnswerTrue)
 {
-    Boot();
-    auto client = NewClient();
     const std::string name = "disconCorvaneShareApiServiceEx";
-    EXPECT_TRUE((*client)->RegisterCorvaneShareApiEvent("anything"));
-    EXPECT_TRUE((*client)->UnRegisterCorvaneShareApiEvent(name)); // this one is for registering alone
     AllowError("connectionCorvaneShareApi_ is nullptr");
+    EXPECT_TRUE(Of('a')->RegisterCorvaneShareApiEvent("anything"));
+    EXPECT_TRUE(Of('a')->UnRegisterCorvaneShareApiEvent(name)); // this one is for registering alone
     EXPECT_FALSE(Logged("connectionCorvaneShareApi_ is nullptr"));
-    EXPECT_TRUE((*client)->RegisterCorvaneShareApiEvent(name));
+    EXPECT_TRUE(Of('a')->RegisterCorvaneShareApiEvent(name));
     EXPECT_TRUE(Logged("connectionCorvaneShareApi_ is nullptr"));
 }
 

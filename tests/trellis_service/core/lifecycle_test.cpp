@@ -38,6 +38,10 @@ protected:
 // What is away at the start, in the order in which it comes.
 class LateAbilities : public Lifecycle, public testing::WithParamInterface<std::vector<int32_t>> {};
 
+constexpr int32_t A = ABILITY_OS_ACCOUNT;
+constexpr int32_t D = ABILITY_DISTRIBUTED_DATA;
+constexpr int32_t T = ABILITY_TIME;
+
 TEST_P(LateAbilities, TheSavedStateIsLoadedWhenTheLastOfThreeIsThere)
 {
     AllowError("GetForegroundOsAccountLocalId failed", "userId is invalid");
@@ -52,32 +56,13 @@ TEST_P(LateAbilities, TheSavedStateIsLoadedWhenTheLastOfThreeIsThere)
     EXPECT_TRUE(Engine().IsPublished());
 }
 
-constexpr int32_t A = ABILITY_OS_ACCOUNT;
-constexpr int32_t D = ABILITY_DISTRIBUTED_DATA;
-constexpr int32_t T = ABILITY_TIME;
 INSTANTIATE_TEST_SUITE_P(InAnyOrder, LateAbilities,
     testing::ValuesIn(std::vector<std::vector<int32_t>>{{}, {A}, {D}, {T}, {A, D}, {D, A}, {A, T}, {T, A}, {D, T},
         {T, D}, {A, D, T}, {A, T, D}, {D, A, T}, {D, T, A}, {T, A, D}, {T, D, A}}));
 
-TEST_F(Lifecycle, WhatIsThereAtTheStartIsNotWatched)
+TEST_F(Lifecycle, TheOthersAreServedWhenTheyArriveAndWhatIsThereAtTheStartIsNotWatched)
 {
-    BootWithout({D});
-    Arrive(D);
-    EXPECT_TRUE(Logged("OnAddSystemAbility systemAbilityId: 1301"));
-    for (int32_t id : {A, T}) {
-        SetPresent(id, false);
-        Arrive(id);
-        EXPECT_FALSE(Logged("OnAddSystemAbility systemAbilityId: " + std::to_string(id)));
-    }
-}
-
-TEST_F(Lifecycle, TheOthersAreServedWhenTheyArrive)
-{
-    struct Late {
-        int32_t id;
-        const char* done;
-    };
-    const Late late[] = {{ABILITY_COMMON_EVENT, "SubscribeCommonEvent enter."},
+    const std::pair<int32_t, const char*> late[] = {{ABILITY_COMMON_EVENT, "SubscribeCommonEvent enter."},
         {ABILITY_WINDOW_MANAGER, "OnAddSystemAbility 4606"},
         {ABILITY_SYNFOLD_DETECT, "OnAddSystemAbility Synfold detect 70635"}};
     AllowError("GetShareStateInfoFromFile failed"); // the other user has none
@@ -85,10 +70,15 @@ TEST_F(Lifecycle, TheOthersAreServedWhenTheyArrive)
     EXPECT_TRUE(Switch()->IsEnabled()); // none of them holds that up
     EXPECT_TRUE(Logged("Add SYNFOLD_DETECT_ID listener"));
     EXPECT_FALSE(Logged("OnStart SYNFOLD_DETECT start"));
-    for (const Late& ability : late) {
-        EXPECT_FALSE(Logged(ability.done));
-        Arrive(ability.id);
-        EXPECT_TRUE(Logged(ability.done)) << ability.id;
+    for (const auto& [id, done] : late) {
+        EXPECT_FALSE(Logged(done));
+        Arrive(id);
+        EXPECT_TRUE(Logged(done)) << id;
+    }
+    for (int32_t id : {A, T}) {
+        SetPresent(id, false);
+        Arrive(id);
+        EXPECT_FALSE(Logged("OnAddSystemAbility systemAbilityId: " + std::to_string(id)));
     }
     EXPECT_TRUE(Device::Instance().SwitchUser(OTHER_USER)); // heard by the events that were subscribed late
     Settle();
@@ -100,47 +90,11 @@ TEST_F(Lifecycle, ALostRadioServiceEndsSharingAndOnlyBluetoothsIsAskedAgain)
     BootOn();
     AllowError("wifiDevice is nullptr");
     Switch()->EnableBluetoothToRestrictModeInDelay();
-    SetPresent(ABILITY_WIFI, false);
-    Settle();
-    EXPECT_FALSE(Switch()->IsEnabled());
-    EXPECT_FALSE(Logged("EnableBluetoothToRestrictMode invoked"));
-    SetPresent(ABILITY_BLUETOOTH_HOST, false);
-    Settle();
-    EXPECT_TRUE(Logged("EnableBluetoothToRestrictMode invoked"));
-}
-
-TEST_F(Lifecycle, AnEngineThatRefusesAStepKeepsWhatTheStepsBeforeDid)
-{
-    BootOn();
-    struct Row {
-        const char* refused;
-        bool enable;
-        bool published; // afterwards
-        bool receiving;
-        const char* words;
-    };
-    const Row rows[] = {
-        {"nothing", true, true, true, nullptr},
-        {"ConnectWithRetry", true, false, false, "connect ShareClient failed."},
-        {"Publish", true, false, false, "Publish false"},
-        {"RegisterReceiveListener", true, true, false, "RegisterReceiveListener false"},
-        {"nothing", false, false, false, nullptr},
-        {"ConnectWithRetry", false, true, true, "connect ShareClient failed."},
-        {"UnPublish", false, true, true, "unPublish false"},
-        {"UnRegisterReceiveListener", false, false, true, "UnRegisterReceiveListener false"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(std::string(row.refused) + (row.enable ? " on" : " off"));
-        ASSERT_TRUE(Service()->SetPublishAndReceiveState(!row.enable));
-        Engine().Refuse(row.refused);
-        if (row.words != nullptr) {
-            AllowError(row.words);
-        }
-        EXPECT_EQ(Service()->SetPublishAndReceiveState(row.enable), row.words == nullptr);
-        EXPECT_EQ(Engine().IsPublished(), row.published);
-        EXPECT_EQ(Engine().IsReceiving(), row.receiving);
-        EXPECT_TRUE(row.words == nullptr || Logged(std::string("# ") + row.words));
-        Engine().Refuse(row.refused, 0);
+    for (int32_t id : {ABILITY_WIFI, ABILITY_BLUETOOTH_HOST}) {
+        SetPresent(id, false);
+        Settle();
+        EXPECT_FALSE(Switch()->IsEnabled());
+        EXPECT_EQ(Logged("EnableBluetoothToRestrictMode invoked"), id == ABILITY_BLUETOOTH_HOST);
     }
 }
 
@@ -158,9 +112,8 @@ TEST_F(Lifecycle, AStopLetsGoOfTheListenersForGoodAndOfTheHubsOnlyAtTheNextStart
     StopService();
     EXPECT_EQ(Engine().TakeAsked(), ""); // nothing is taken back
     EXPECT_EQ(client->TakeHeard(), Lines());
-    EXPECT_EQ(TrellisService::GetListSizes().trellisCallbacks, 0U);
-    EXPECT_FALSE(TrellisService::GetListSizes().senderActionCallback);
-    EXPECT_EQ(TrellisService::GetListSizes().shareApiCallbacks, 1U);
+    const auto sizes = TrellisService::GetListSizes();
+    EXPECT_TRUE(sizes.trellisCallbacks == 0 && !sizes.senderActionCallback && sizes.shareApiCallbacks == 1);
     AllowError("Publish listener or Receive listener is null");
     EXPECT_FALSE(service->SetPublishAndReceiveState(true));
 
@@ -199,6 +152,7 @@ TEST_F(Lifecycle, TheAccountIsToldOnlyWhenTheUserPermitsIt)
     ShareAccountInfo account = (*client)->GetAccountInfo();
     EXPECT_EQ(
         account.corvaneAccountID + account.corvaneAccountIDHash + account.nickName + account.avatar, "namehashAnnface");
+    EXPECT_TRUE(account.status == 1 && account.callingUid == 2);
 }
 
 } // namespace

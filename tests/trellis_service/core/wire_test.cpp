@@ -44,31 +44,6 @@ public:
     int answer = 0;
 };
 
-struct Samples {
-    ShareDeviceInfo device = Entry("phone");
-    SendBean files{};
-    DataBean uris{};
-    BytesInfo bytes{};
-    sptr<PelagoReceiver> receiver = new ScriptedReceiver();
-    sptr<RecordingCallback> trellis = new RecordingCallback();
-    sptr<RecordingSenderAction> action = new RecordingSenderAction();
-};
-
-template <typename Callee>
-struct Row {
-    uint32_t code;
-    void (*call)(Callee& callee, Samples& with);
-    bool (*write)(MessageParcel& data, const std::u16string& token, const Samples& with);
-};
-
-#define ROW(code, call, ...)                                                                                           \
-    {                                                                                                                  \
-        code, [](auto& callee, [[maybe_unused]] Samples& with) { (void)callee.call; },                                 \
-            [](MessageParcel& data, const std::u16string& token, [[maybe_unused]] const Samples& with) {               \
-                return Wire::PutRequest(data, token __VA_OPT__(, ) __VA_ARGS__);                                       \
-            }                                                                                                          \
-    }
-
 // A request without all of its fields, and what becomes of it.
 struct Refusal {
     std::vector<uint32_t> codes;
@@ -91,20 +66,17 @@ Lines ErrorsSince(uint64_t before, const std::string& tag)
 
 class Wires : public ServiceFixture {
 protected:
-    template <typename Proxy, typename Callee, size_t N>
-    void Check(const Row<Callee> (&rows)[N], const std::u16string& token, int waitSeconds)
+    // The call makes this request, and no other.
+    template <typename... Fields>
+    void Writes(const std::function<void()>& call, uint32_t code, const Fields&... fields)
     {
-        sptr<CapturingObject> object = new CapturingObject();
-        Proxy proxy(object);
-        for (const Row<Callee>& row : rows) {
-            SCOPED_TRACE(row.code);
-            row.call(proxy, samples);
-            MessageParcel same;
-            ASSERT_TRUE(row.write(same, token, samples));
-            EXPECT_EQ(object->lastCode, row.code);
-            EXPECT_EQ(object->request, BytesOf(same));
-            EXPECT_EQ(object->waitTime, waitSeconds);
-        }
+        SCOPED_TRACE(code);
+        call();
+        MessageParcel same;
+        ASSERT_TRUE(Wire::PutRequest(same, token, fields...));
+        EXPECT_EQ(object->lastCode, code);
+        EXPECT_EQ(object->request, BytesOf(same));
+        EXPECT_EQ(object->waitTime, waitSeconds);
     }
 
     void Refused(TestClient& client, uint32_t code, const Refusal& row)
@@ -115,9 +87,9 @@ protected:
         ASSERT_TRUE(data.WriteInterfaceToken(
             row.records == "-" ? u"ohos.pelago.ITrellisService" : ITrellisService::GetDescriptor()));
         for (char record : row.records) {
-            ASSERT_TRUE(record == 'd'   ? samples.device.WriteToParcel(data)
-                        : record == 'f' ? samples.files.WriteToParcel(data)
-                                        : record != 'u' || samples.uris.WriteToParcel(data));
+            ASSERT_TRUE(record == 'd'   ? device.WriteToParcel(data)
+                        : record == 'f' ? files.WriteToParcel(data)
+                                        : record != 'u' || uris.WriteToParcel(data));
         }
         uint64_t before = Host::LastLogSeq();
         EXPECT_EQ(client.Remote()->SendRequest(code, data, reply, option), row.result);
@@ -126,79 +98,88 @@ protected:
         EXPECT_EQ(errors.empty() ? "" : errors.back(), row.words);
     }
 
-    Samples samples;
+    ShareDeviceInfo device = Entry("phone");
+    SendBean files;
+    DataBean uris;
+    BytesInfo bytes;
+    const sptr<CapturingObject> object = new CapturingObject();
+    std::u16string token; // that requests carry
+    int waitSeconds = 8;
 };
 
 TEST_F(Wires, OfAClientsRequests)
 {
-    const Row<ITrellisService> bare[] = {ROW(3, IsEnabled()), ROW(4, GetEnableState()), ROW(7, StartDiscovery()),
-        ROW(8, StopDiscovery()), ROW(9, StartConnect()), ROW(10, StopConnect()), ROW(11, GetSendingUserList()),
-        ROW(19, GetReceiverActionCallback()), ROW(20, GetPreviewData()), ROW(21, GetAllUserList()),
-        ROW(22, GetAccountInfo()), ROW(36, IsFocusPidsRegisterSwing())};
-    const Row<ITrellisService> rows[] = {
-        ROW(1, SetShareEnable(7, 8, true), 7, 8, true),
-        ROW(2, SetShareEnableWithConfirm(7, 8, true, false), 7, 8, true, false),
-        ROW(5, RegisterTrellisCallback(with.trellis), with.trellis->AsObject()),
-        ROW(5, RegisterTrellisCallback(nullptr)), // handed on: the operation decides
-        ROW(6, UnRegisterTrellisCallback(with.trellis), with.trellis->AsObject()),
-        ROW(12, PrepareSend(with.device), with.device),
-        ROW(13, Send(with.device, with.files, "app"), with.device, with.files, "app"s),
-        ROW(14, SendBytes(with.device, with.bytes), with.device, with.bytes),
-        ROW(15, SendFile(with.device, with.uris, "app"), with.device, with.uris, "app"s),
-        ROW(16, Cancel(with.device), with.device),
-        ROW(17, RegisterSenderActionCallback(with.action), with.action->AsObject()),
-        ROW(18, UnRegisterSenderActionCallback(with.action), with.action->AsObject()),
-        ROW(23, SetShareAccountPermission(7), 7),
-        ROW(24, RegisterCorvaneShareApiTrellisCallback(with.trellis), with.trellis->AsObject()),
-        ROW(25, UnRegisterCorvaneShareApiTrellisCallback(with.trellis), with.trellis->AsObject()),
-        ROW(26, RegisterCorvaneShareApiEvent("name"), "name"s),
-        ROW(27, UnRegisterCorvaneShareApiEvent("name"), "name"s),
-        ROW(28, NotifyInfo(with.device, 7), with.device, 7),
-        ROW(29, ApplyUriPermission("uri"), "uri"s),
-        ROW(30, SwingConfirm(with.device, 7), with.device, 7),
-        ROW(31, IsAppForeground("bundle"), "bundle"s),
-        ROW(32, RegisterShareApiCallback(nullptr)),
-        ROW(33, UnregisterShareApiCallback(nullptr)),
-        ROW(34, RegisterShareEventCallback(7, 8), 7, 8),
-        ROW(35, UnregisterShareEventCallback(7, 8), 7, 8),
-    };
-    Check<TrellisServiceProxy>(bare, u"ohos.Pelago.ITrellisService", 30);
-    Check<TrellisServiceProxy>(rows, u"ohos.Pelago.ITrellisService", 30);
+    TrellisServiceProxy service(object);
+    const sptr<RecordingCallback> trellis = new RecordingCallback();
+    const sptr<RecordingSenderAction> action = new RecordingSenderAction();
+    token = u"ohos.Pelago.ITrellisService";
+    waitSeconds = 30;
+    const std::pair<uint32_t, std::function<void()>> bare[] = {{3, [&] { (void)service.IsEnabled(); }},
+        {4, [&] { (void)service.GetEnableState(); }}, {7, [&] { (void)service.StartDiscovery(); }},
+        {8, [&] { (void)service.StopDiscovery(); }}, {9, [&] { (void)service.StartConnect(); }},
+        {10, [&] { (void)service.StopConnect(); }}, {11, [&] { (void)service.GetSendingUserList(); }},
+        {19, [&] { (void)service.GetReceiverActionCallback(); }}, {20, [&] { (void)service.GetPreviewData(); }},
+        {21, [&] { (void)service.GetAllUserList(); }}, {22, [&] { (void)service.GetAccountInfo(); }},
+        {32, [&] { (void)service.RegisterShareApiCallback(nullptr); }},
+        {33, [&] { (void)service.UnregisterShareApiCallback(nullptr); }}, // nothing is handed on: the service decides
+        {36, [&] { (void)service.IsFocusPidsRegisterSwing(); }}};
+    for (const auto& [code, call] : bare) {
+        Writes(call, code);
+    }
+    Writes([&] { (void)service.SetShareEnable(7, 8, true); }, 1, 7, 8, true);
+    Writes([&] { (void)service.SetShareEnableWithConfirm(7, 8, true, false); }, 2, 7, 8, true, false);
+    Writes([&] { (void)service.RegisterTrellisCallback(trellis); }, 5, trellis->AsObject());
+    Writes([&] { (void)service.UnRegisterTrellisCallback(trellis); }, 6, trellis->AsObject());
+    Writes([&] { (void)service.PrepareSend(device); }, 12, device);
+    Writes([&] { (void)service.Send(device, files, "app"); }, 13, device, files, "app"s);
+    Writes([&] { (void)service.SendBytes(device, bytes); }, 14, device, bytes);
+    Writes([&] { (void)service.SendFile(device, uris, "app"); }, 15, device, uris, "app"s);
+    Writes([&] { (void)service.Cancel(device); }, 16, device);
+    Writes([&] { (void)service.RegisterSenderActionCallback(action); }, 17, action->AsObject());
+    Writes([&] { (void)service.UnRegisterSenderActionCallback(action); }, 18, action->AsObject());
+    Writes([&] { (void)service.SetShareAccountPermission(7); }, 23, 7);
+    Writes([&] { (void)service.RegisterCorvaneShareApiTrellisCallback(trellis); }, 24, trellis->AsObject());
+    Writes([&] { (void)service.UnRegisterCorvaneShareApiTrellisCallback(trellis); }, 25, trellis->AsObject());
+    Writes([&] { (void)service.RegisterCorvaneShareApiEvent("name"); }, 26, "name"s);
+    Writes([&] { (void)service.UnRegisterCorvaneShareApiEvent("name"); }, 27, "name"s);
+    Writes([&] { (void)service.NotifyInfo(device, 7); }, 28, device, 7);
+    Writes([&] { (void)service.ApplyUriPermission("uri"); }, 29, "uri"s);
+    Writes([&] { (void)service.SwingConfirm(device, 7); }, 30, device, 7);
+    Writes([&] { (void)service.IsAppForeground("bundle"); }, 31, "bundle"s);
+    Writes([&] { (void)service.RegisterShareEventCallback(7, 8); }, 34, 7, 8);
+    Writes([&] { (void)service.UnregisterShareEventCallback(7, 8); }, 35, 7, 8);
 }
 
 TEST_F(Wires, OfTheCallsToAClient)
 {
-    const Row<PelagoTrellisServiceCallback> rows[] = {
-        ROW(1, OnEnableStatusChanged()),
-        ROW(2, OnDeviceFound(with.device), with.device),
-        ROW(3, OnDeviceLost(with.device), with.device),
-        ROW(4, OnTransStateChange(with.device, 2, -3, 1LL << 40), with.device, int64_t{2}, int64_t{-3},
-            int64_t{1} << 40),
-        ROW(5, OnSend(with.device, with.files), with.device, with.files),
-        ROW(6, OnSendBytes(with.device, with.bytes), with.device, with.bytes),
-        ROW(7, OnCancel(with.device), with.device),
-        ROW(12, OnSendFile(with.device, with.uris), with.device, with.uris),
-        ROW(13, OnConnectHub("name", 5), 5, "name"s),
-        ROW(14, OnCorvaneIdHeadImageReceive(with.device, "image"), with.device, "image"s),
-        ROW(15, OnThermalLevelChanged(1, 2, 3, 4), 1, 2, int8_t{3}, int8_t{4}),
-        ROW(16, OnReportSwingEvent(1, 2, 3, "id"), 1, 2, 3, "id"s),
-        ROW(17, OnSwingPop(with.device), with.device),
-        ROW(18, OnSwitchNotifyComponent(6), 6),
-    };
-    Check<TrellisCallbackProxy>(rows, u"ohos.pelago.PelagoTrellisServiceCallback", 8);
-}
+    TrellisCallbackProxy client(object);
+    token = u"ohos.pelago.PelagoTrellisServiceCallback";
+    Writes([&] { client.OnEnableStatusChanged(); }, 1);
+    Writes([&] { client.OnDeviceFound(device); }, 2, device);
+    Writes([&] { client.OnDeviceLost(device); }, 3, device);
+    Writes([&] { client.OnTransStateChange(device, 2, -3, 1LL << 40); }, 4, device, int64_t{2}, int64_t{-3},
+        int64_t{1} << 40);
+    Writes([&] { client.OnSend(device, files); }, 5, device, files);
+    Writes([&] { client.OnSendBytes(device, bytes); }, 6, device, bytes);
+    Writes([&] { client.OnCancel(device); }, 7, device);
+    Writes([&] { client.OnSendFile(device, uris); }, 12, device, uris);
+    Writes([&] { client.OnConnectHub("name", 5); }, 13, 5, "name"s);
+    Writes([&] { client.OnCorvaneIdHeadImageReceive(device, "image"); }, 14, device, "image"s);
+    Writes([&] { client.OnThermalLevelChanged(1, 2, 3, 4); }, 15, 1, 2, int8_t{3}, int8_t{4});
+    Writes([&] { client.OnReportSwingEvent(1, 2, 3, "id"); }, 16, 1, 2, 3, "id"s);
+    Writes([&] { client.OnSwingPop(device); }, 17, device);
+    Writes([&] { client.OnSwitchNotifyComponent(6); }, 18, 6);
 
-TEST_F(Wires, OfTheCallsToAClientThatFollowsAReceive)
-{
-    const Row<ISenderActionCallback> rows[] = {
-        ROW(1, OnStatusChanged(-1), int8_t{-1}),
-        ROW(2, OnPreviewReceive(with.receiver), with.receiver->AsObject()),
-        ROW(3, OnSendCancelBeforeConfirm(with.receiver), with.receiver->AsObject()),
-        ROW(4, OnErrorBeforeConfirm(with.receiver, 7), with.receiver->AsObject(), 7),
-        ROW(5, OnRecvBytesInfo(with.receiver, "Ann", 7, "bytes", "preview"), with.receiver->AsObject(), "Ann"s, 7,
-            "bytes"s, "preview"s),
-    };
-    Check<SenderActionCallbackProxy>(rows, u"ohos.pelago.ISenderActionCallback", 8);
+    SenderActionCallbackProxy follower(object);
+    const sptr<PelagoReceiver> receiver = new ScriptedReceiver();
+    const sptr<IRemoteObject> its = receiver->AsObject();
+    token = u"ohos.pelago.ISenderActionCallback";
+    Writes([&] { follower.OnStatusChanged(-1); }, 1, int8_t{-1});
+    Writes([&] { follower.OnPreviewReceive(receiver); }, 2, its);
+    Writes([&] { follower.OnSendCancelBeforeConfirm(receiver); }, 3, its);
+    Writes([&] { follower.OnErrorBeforeConfirm(receiver, 7); }, 4, its, 7);
+    Writes([&] { follower.OnRecvBytesInfo(receiver, "Ann", 7, "bytes", "preview"); }, 5, its, "Ann"s, 7, "bytes"s,
+        "preview"s);
 }
 
 TEST_F(Wires, OfARequestThatIsCutOffAreRefusedInTheWordsOfTheMissingField)
@@ -230,13 +211,15 @@ TEST_F(Wires, OfARequestThatIsCutOffAreRefusedInTheWordsOfTheMissingField)
             Refused(*client, code, row);
         }
     }
+    AllowError(
+        "Permission denied, ret: -1", "No PELAGO_SWITCH_CONTROL permission", "No ACCESS_PELAGO_SERVICE permission");
     auto plain = NewClient(Host::TokenId::PLAIN);
-    for (const auto& [code, result, words] : {std::tuple(2U, -31, "No PELAGO_SWITCH_CONTROL permission"),
-             {3U, -32, "No ACCESS_PELAGO_SERVICE permission"}, {99U, -32, "No ACCESS_PELAGO_SERVICE permission"}}) {
-        AllowError("Permission denied, ret: -1", words);
+    for (const auto& [code, result, right] : {std::tuple(2U, -31, "PELAGO_SWITCH_CONTROL"),
+             {3U, -32, "ACCESS_PELAGO_SERVICE"}, {99U, -32, "ACCESS_PELAGO_SERVICE"}}) {
         uint64_t before = Host::LastLogSeq();
         Refused(*plain, code, {{}, "", result, ""});
-        EXPECT_EQ(ErrorsSince(before, Log::PERMISSION.tag).back(), std::string(Log::PERMISSION.tag) + ": " + words);
+        EXPECT_EQ(
+            ErrorsSince(before, Log::PERMISSION.tag).back(), Log::PERMISSION.tag + ": No "s + right + " permission");
     }
     EXPECT_FALSE((*client)->RegisterShareApiCallback(nullptr));
     EXPECT_EQ(TrellisServiceProxy::LastError(), -34);
@@ -246,38 +229,33 @@ TEST_F(Wires, OfARequestThatIsCutOffAreRefusedInTheWordsOfTheMissingField)
 
 TEST_F(Wires, OfACallThatFailsAreLoggedInItsOwnWordsAndForgotten)
 {
-    samples.files.uriList.resize(1); // without a descriptor
-    samples.uris.text = std::string(3 << 20, 'x');
-    samples.bytes.text = samples.uris.text;
+    files.uriList.resize(1); // without a descriptor
+    uris.text = std::string(3 << 20, 'x');
+    bytes.text = uris.text;
     const std::string image(300000, 'x');
-    struct Failure {
-        const char* words;
-        std::function<void(TrellisCallbackProxy&)> call;
-        int answer = 0; // of the client; a call that cannot be written reaches none
-    };
-    const Failure failures[] = {
-        {"Write SendBean failed", [&](auto& client) { client.OnSend(samples.device, samples.files); }},
-        {"Write SendBean failed", [&](auto& client) { client.OnSendFile(samples.device, samples.uris); }},
-        {"Write BytesInfo failed", [&](auto& client) { client.OnSendBytes(samples.device, samples.bytes); }},
-        {"Write headImage failed", [&](auto& client) { client.OnCorvaneIdHeadImageReceive(samples.device, image); }},
-        {"Write StateValue failed", [&](auto& client) { client.OnConnectHub(image, 1); }},
-        {"Write concurrentId failed", [&](auto& client) { client.OnReportSwingEvent(1, 2, 3, image); }},
+    // The words; the call; what the client answers: a call that cannot be written reaches none.
+    const std::tuple<const char*, std::function<void(TrellisCallbackProxy&)>, int> failures[] = {
+        {"Write SendBean failed", [&](auto& client) { client.OnSend(device, files); }, 0},
+        {"Write SendBean failed", [&](auto& client) { client.OnSendFile(device, uris); }, 0},
+        {"Write BytesInfo failed", [&](auto& client) { client.OnSendBytes(device, bytes); }, 0},
+        {"Write headImage failed", [&](auto& client) { client.OnCorvaneIdHeadImageReceive(device, image); }, 0},
+        {"Write StateValue failed", [&](auto& client) { client.OnConnectHub(image, 1); }, 0},
+        {"Write concurrentId failed", [&](auto& client) { client.OnReportSwingEvent(1, 2, 3, image); }, 0},
         {"SendRequest is failed, error code: 77", [](auto& client) { client.OnEnableStatusChanged(); }, 77},
         {"ConnectHub is failed, error code: 77", [](auto& client) { client.OnConnectHub("name", 1); }, 77},
         {"param receiver is nullptr.",
-            [](auto& client) { SenderActionCallbackProxy(client.AsObject()).OnSendCancelBeforeConfirm(nullptr); }},
+            [](auto& client) { SenderActionCallbackProxy(client.AsObject()).OnSendCancelBeforeConfirm(nullptr); }, 0},
     };
     AllowError("failed."); // the records' own words
-    sptr<CapturingObject> object = new CapturingObject();
     TrellisCallbackProxy proxy(object);
-    for (const Failure& row : failures) {
-        AllowError(row.words);
-        object->answer = row.answer;
+    for (const auto& [words, call, answer] : failures) {
+        AllowError(words);
+        object->answer = answer;
         object->request.clear();
         uint64_t before = Host::LastLogSeq();
-        row.call(proxy);
-        EXPECT_EQ(ErrorsSince(before, "ShareManagerProxy"), Lines{"ShareManagerProxy: "s + row.words});
-        EXPECT_EQ(object->request.empty(), row.answer == 0) << row.words;
+        call(proxy);
+        EXPECT_EQ(ErrorsSince(before, "ShareManagerProxy"), Lines{"ShareManagerProxy: "s + words});
+        EXPECT_EQ(object->request.empty(), answer == 0) << words;
     }
 }
 

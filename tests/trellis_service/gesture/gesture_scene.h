@@ -1,12 +1,9 @@
 #ifndef PELAGO_TESTS_GESTURE_SCENE_H
 #define PELAGO_TESTS_GESTURE_SCENE_H
 
-#include <algorithm>
-
 #include "gesture/corvane_share_callback_manager.h"
 #include "host/ability_host.h"
-#include "recording_extension.h"
-#include "service_fixture.h"
+#include "sharing_scene.h"
 
 namespace OHOS::Pelago {
 
@@ -59,25 +56,17 @@ private:
     Lines heard_;
 };
 
-// Sharing is on, a tile looks for devices, the front end is there.
-class GestureScene : public ServiceFixture {
+// The client of the scene is the front end's tile.
+class GestureScene : public SharingScene {
 protected:
     void SetUp() override
     {
-        ServiceFixture::SetUp();
-        extension = std::make_unique<TestExtension>();
-        BootOn();
-        tile = NewClient();
-        tile->Register();
-        EXPECT_TRUE((*tile)->StartDiscovery());
-        Settle();
-        (void)extension->TakeHeard();
-        (void)Engine().TakeJournal();
+        SharingScene::SetUp();
         AllowError("already connectionCorvaneShareApi_", "FocusedPid size err", "pid not found.", "alternativeCbs",
-            "device is not found in SendingDeviceMap", "HandleOnPopSwing invoked.", "SendRequest is failed",
-            "cancelDtcpSender is not found", "GetShareDeviceInfoList, size==0", "CheckAndClearDeviceDiscoveredByFlag",
-            "Discoverer not contain swing", "cannot find PelagoApiCallback!.", "motionSenderCb_ nullptr",
-            "Duplicate cbId", "cJSON_Parse error:", "ForDevice() failed");
+            "HandleOnPopSwing invoked.", "SendRequest is failed", "cancelDtcpSender is not found",
+            "GetShareDeviceInfoList, size==0", "CheckAndClearDeviceDiscoveredByFlag", "Discoverer not contain swing",
+            "cannot find PelagoApiCallback!.", "motionSenderCb_ nullptr", "Duplicate cbId",
+            "cJSON_Parse error:", "ForDevice() failed");
     }
     std::unique_ptr<TestApp> NewApp()
     {
@@ -105,9 +94,6 @@ protected:
         return std::to_string(sizes.apps) + " " + std::to_string(sizes.knock) + " " + std::to_string(sizes.swing) +
                " " + std::to_string(sizes.deaths);
     }
-
-    std::unique_ptr<TestExtension> extension;
-    std::unique_ptr<TestClient> tile;
 
 private:
     int32_t nextApp_ = 7000;

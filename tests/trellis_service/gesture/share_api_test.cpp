@@ -169,8 +169,8 @@ TEST_F(ShareApi, KnowsWhoIsInFront)
 {
     AllowError("focusChangeInfo nullptr", "focusChangeInfo pid invalid", "pid is not in focusPids_");
     Host::Device::Instance().SetForegroundApplications({{11, 1000, "app.11"}, {-1, 1000, "app"}, {12, 1000, "app.12"}});
-    EXPECT_TRUE((*tile)->IsAppForeground("app.12"));
-    EXPECT_FALSE((*tile)->IsAppForeground("app.1"));
+    EXPECT_TRUE((*client)->IsAppForeground("app.12"));
+    EXPECT_FALSE((*client)->IsAppForeground("app.1"));
     std::vector<int32_t> pids;
     TrellisService::UpdateAlternativePidsByForeground(pids);
     EXPECT_EQ(pids, (std::vector<int32_t>{11, 12}));

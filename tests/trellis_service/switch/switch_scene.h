@@ -1,7 +1,6 @@
 #ifndef PELAGO_TESTS_SWITCH_SCENE_H
 #define PELAGO_TESTS_SWITCH_SCENE_H
 
-#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,20 +12,23 @@
 
 namespace OHOS::Pelago {
 
-// One row of a table of the switch.
-struct Row {
-    const char* name;
-    const char* given; // what happened before, and
-    const char* story; // what happens now: steps of SwitchScene::Play
-    const char* seen;  // all that can be seen of it: SwitchScene::Seen
-    // Texts of the log, separated by '|': the story must have written each; "!text": must not; "~text": an error that
-    // belongs to the row, whoever wrote it.
+// What happens next: steps of SwitchScene::Play; all that can be seen of it: SwitchScene::Seen, null for what leads to
+// the story only; and texts of the log, separated by '|': the step must have written each; "!text": must not; "~text":
+// an error that belongs to it, whoever wrote it.
+struct Step {
+    const char* play;
+    const char* seen = nullptr;
     const char* said = "";
 };
 
-// Names a case by its row.
-struct RowName {
-    std::string operator()(const testing::TestParamInfo<Row>& info) const;
+struct Story {
+    const char* name;
+    std::vector<Step> steps;
+};
+
+// Names a case by its story.
+struct StoryName {
+    std::string operator()(const testing::TestParamInfo<Story>& info) const;
 };
 
 // A device with a client that listens: what the switch is given, and everything that it leaves behind.
@@ -40,16 +42,15 @@ public:
     // What the switch holds, what it wrote, and what it did since the last Forget:
     //   state,type,permission and what is special | state file | settings: main,detect,permission, the secure table
     //   behind a '/' where it differs | recover pair | engine calls | how often the client heard | what waits for time
+    // File and settings that say what the switch says are '='; "quiet" stands for the last three without anything.
     std::string Seen();
     void Forget();
 
 protected:
-    // Plays a row, whatever its table is about.
-    void Check(const Row& row);
+    void Tell(const Story& story);
 
     static ShareSwitchManager::Snapshot State();
     static std::string Setting(const char* key, std::optional<int32_t> user = std::nullopt);
-    void AllowErrors(std::initializer_list<const char*> texts);
     // Whether the log has this text since the last Forget. If it is an error, the case so announces it.
     bool Said(const std::string& text);
     // The ids of the messages that the runner handled since the last Forget.

@@ -20,15 +20,8 @@ protected:
 
 TEST_F(TapReceiver, EachEndOfATapComesAtItsTimeAndDoesWhatItsRowSays)
 {
-    struct Row {
-        const char* name;
-        bool localOn;
-        std::function<void()> then;
-        const char* atOnce;
-        bool delivering;
-        int64_t delayMs;
-        const char* later;
-    };
+    // Whether sharing is on; what happens then, at once; whether a tap is still being delivered; when it ends, and how.
+    using Row = std::tuple<const char*, bool, std::function<void()>, const char*, bool, int64_t, const char*>;
     const Row rows[] = {
         {"nothing comes", true, [] {}, "", true, TIMEOUT_MS, "Recv 11; fail 0"},
         {"off", false, [] {}, "", true, ANIMATION_MS, "Recv 11; enable"},
@@ -41,14 +34,14 @@ TEST_F(TapReceiver, EachEndOfATapComesAtItsTimeAndDoesWhatItsRowSays)
         {"a swing's failure", true, [] { State(0, 5, 2); }, "Swing_CorvaneShare 8; fail 5", true, TIMEOUT_MS,
             "Recv 11; fail 0"},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        SwitchSharing(row.localOn);
+    for (const auto& [name, localOn, then, atOnce, delivering, delayMs, later] : rows) {
+        SCOPED_TRACE(name);
+        SwitchSharing(localOn);
         EXPECT_EQ(Deliver(Delivery()), "Recv 2; GetNudgePublishInfo");
-        row.then();
-        EXPECT_EQ(Happened(), row.atOnce);
-        EXPECT_EQ(Delivering(), row.delivering);
-        EXPECT_EQ(HappensAt(row.delayMs), row.later);
+        then();
+        EXPECT_EQ(Happened(), atOnce);
+        EXPECT_EQ(Delivering(), delivering);
+        EXPECT_EQ(HappensAt(delayMs), later);
         State(3);
         SwitchSharing(true);
     }
@@ -85,30 +78,25 @@ TEST_F(TapReceiver, AReplyThatFailsIsNoTap)
 
 TEST_F(TapReceiver, TextsFromOutsideHaveTheToldResultsAndNoOther)
 {
-    struct Row {
-        std::string text;
-        int32_t result;
-        const char* atOnce;
-        const char* after2000 = "";
-    };
     const char* const NOT_OURS = "! ServiceId  invalid, no need handle.; ! CheckNudgeServiceCode failed.";
-    const Row rows[] = {
-        {"", -1, "! basicInfo empty."},
-        {"{oops", -1, "! cJSON_Parse error:ops\n"},
-        {R"([{"notifyInfo":1}])", 0, NOT_OURS},
+    // The text; the result; what happens at once, and after two seconds.
+    const std::tuple<std::string, int32_t, const char*, const char*> rows[] = {
+        {"", -1, "! basicInfo empty.", ""},
+        {"{oops", -1, "! cJSON_Parse error:ops\n", ""},
+        {R"([{"notifyInfo":1}])", 0, NOT_OURS, ""},
         {R"({"notifyInfo":1})", 0, "", "fail 1203"},
         {R"({"notifyInfo":3,"notifyInfo":1})", 0, "", "fail 1221"}, // of two members the first counts
         {R"({"serviceId":"sender","notifyInfo":2})", 0,
-            "! Invalid notifyInfo 2; ! ServiceId sender invalid, no need handle.; ! CheckNudgeServiceCode failed."},
+            "! Invalid notifyInfo 2; ! ServiceId sender invalid, no need handle.; ! CheckNudgeServiceCode failed.", ""},
         {Delivery(R"("notifyInfo":1e99)"), 0,
-            "! Invalid notifyInfo 2147483647; ! collab OnDeliver not carried actionId."},
-        {R"({"serviceId":1,"actionId":7})", 0, NOT_OURS},
-        {Delivery(R"("actionId":"7")"), 0, "! collab OnDeliver not carried actionId."},
+            "! Invalid notifyInfo 2147483647; ! collab OnDeliver not carried actionId.", ""},
+        {R"({"serviceId":1,"actionId":7})", 0, NOT_OURS, ""},
+        {Delivery(R"("actionId":"7")"), 0, "! collab OnDeliver not carried actionId.", ""},
     };
-    for (const Row& row : rows) {
-        EXPECT_EQ(Deliver(row.text), row.atOnce) << row.text;
-        EXPECT_EQ(Collab().TakeResults(), std::vector<int32_t>{row.result}) << row.text;
-        EXPECT_EQ(HappensAt(2000), row.after2000) << row.text;
+    for (const auto& [text, result, atOnce, later] : rows) {
+        EXPECT_EQ(Deliver(text), atOnce) << text;
+        EXPECT_EQ(Collab().TakeResults(), std::vector<int32_t>{result}) << text;
+        EXPECT_EQ(HappensAt(2000), later) << text;
     }
     EXPECT_EQ(Collab().TakeReplies(), Lines());
 

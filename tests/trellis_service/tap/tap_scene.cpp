@@ -4,19 +4,18 @@
 #include <regex>
 
 #include "hilog/host_log.h"
-#include "host/ability_host.h"
 #include "host_sys_event.h"
 
 namespace OHOS::Pelago {
 namespace {
 
-constexpr pid_t APP_PID = 3000;
+constexpr pid_t APP_PID = 4000; // the fixture's first client
 constexpr int32_t KNOCK = 2;
 constexpr int32_t CALLBACK = 1;
 
 // The error lines that a tap, or the end of a case, writes by the way.
 const char* const ANNOUNCED[] = {"connectionCorvaneShareApi_", "is not found in", "alternativeCbs",
-    "GetShareDeviceInfoList size==0", "DelCallback pid 3000 failed, pid not found."};
+    "GetShareDeviceInfoList size==0", "DelCallback pid 4000 failed, pid not found."};
 
 std::string Quoted(const std::string& text)
 {
@@ -82,12 +81,7 @@ void TapScene::App::OnShareEventOccurred(int32_t eventId, int32_t cbId, const Sh
 
 void TapScene::SetUp()
 {
-    ServiceFixture::SetUp();
-    extension = std::make_unique<TestExtension>();
-    BootOn();
-    client = std::make_unique<TestClient>(
-        APP_PID, Host::TokenId::OWNER, Host::AbilityHost::Instance().Find(TRELLIS_SERVICE_ID));
-    client->Register();
+    SharingScene::SetUp();
     for (const char* error : ANNOUNCED) {
         AllowError(error);
     }
@@ -96,14 +90,6 @@ void TapScene::SetUp()
     Host::Device::Instance().SetFocused(APP_PID, true);
     Unsubscribe(); // each case says when taps are wanted
     Skip();
-}
-
-// Whatever runs then meets the stop.
-void TapScene::TearDown()
-{
-    client.reset();
-    extension.reset();
-    ServiceFixture::TearDown();
 }
 
 std::string TapScene::Touch(const PeerAnswer& answer)

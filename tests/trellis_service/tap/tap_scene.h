@@ -1,8 +1,7 @@
 #ifndef PELAGO_TESTS_TAP_SCENE_H
 #define PELAGO_TESTS_TAP_SCENE_H
 
-#include "recording_extension.h"
-#include "service_fixture.h"
+#include "sharing_scene.h"
 
 namespace OHOS::Pelago {
 
@@ -24,9 +23,8 @@ std::string Replaced(std::string text, const std::string& what, const std::strin
 // What a peer's framework delivers.
 std::string Delivery(const std::string& members = R"("actionId":7,"concurrentId":"tap1")");
 
-// Sharing is on, a client looks on, the front end's extension is there, and an application that has the focus wants
-// taps.
-class TapScene : public ServiceFixture {
+// The client is an application that has the focus and wants taps.
+class TapScene : public SharingScene {
 protected:
     static constexpr int64_t ANIMATION_MS = 1500;
     static constexpr int64_t TIMEOUT_MS = 6000;
@@ -42,7 +40,6 @@ protected:
     };
 
     void SetUp() override;
-    void TearDown() override;
 
     // The devices touch: the framework asks who wants it, and the peer answers. Gives what happened, as below.
     std::string Touch(const PeerAnswer& answer = {});
@@ -62,8 +59,6 @@ protected:
     // Lets `ms` go by and looks away; an error that nobody announced fails the case.
     void Skip(int64_t ms = 0);
 
-    std::unique_ptr<TestExtension> extension;
-    std::unique_ptr<TestClient> client;
     const sptr<App> app = new App(); // in the client's process
 
 private:

@@ -19,7 +19,6 @@ protected:
         TransferScene::SetUp();
         Find({"phone"});
         Find({"a", "b"}, 42);
-        file_ = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
         before_ = CountDescriptors();
     }
     void TearDown() override
@@ -42,16 +41,15 @@ protected:
         }
         return bean;
     }
-    bool SendFiles(const std::string& entry, int count)
+    bool SendFiles(TestClient& sender, const std::string& entry, int count) const
     {
         SendBean bean = Files(count);
-        return (*client)->Send(Entry(entry), bean, "app");
+        return sender->Send(Entry(entry), bean, "app");
     }
     // How many more are open than at the start; the engine's own are not counted.
     int64_t Extra()
     {
-        Settle();
-        (void)client->TakeHeard();
+        (void)Heard();
         for (const char* id : {"phone", "a", "b"}) {
             if (auto transfer = Engine().TransferTo(id); transfer != nullptr) {
                 for (FileHolder& file : transfer->bean.uriList) {
@@ -63,7 +61,7 @@ protected:
         return static_cast<int64_t>(CountDescriptors()) - static_cast<int64_t>(before_);
     }
 
-    int file_ = -1;
+    const int file_ = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
     size_t before_ = 0;
 };
 
@@ -71,23 +69,19 @@ TEST_F(Descriptors, OfARunningSendAreKeptForItsLengthAndOthersGoAtOnce)
 {
     AllowError("Send() failed sender is exited", "InsertToSendBeanMap failed", "GetShareDeviceInfoList, size==0",
         "cancelDtcpSender is not found, cancel fail", "ermission");
-    EXPECT_TRUE(SendFiles("phone", FILES));
+    EXPECT_TRUE(SendFiles(*client, "phone", FILES));
     EXPECT_EQ(Engine().TransferTo("phone")->bean.uriList.size(), size_t{FILES});
     EXPECT_EQ(Engine().TransferTo("phone")->packageName, "app");
     EXPECT_EQ(Extra(), FILES);
-    EXPECT_EQ(DescriptorLedger::OpenCount(), size_t{FILES});
-    EXPECT_FALSE(SendFiles("phone", FILES)); // busy
+    EXPECT_FALSE(SendFiles(*client, "phone", FILES)); // busy
     EXPECT_EQ(Extra(), FILES);
     (void)Success("phone");
     EXPECT_EQ(Extra(), 0);
-    EXPECT_TRUE(SendFiles("nobody", FILES));
-    EXPECT_EQ(Extra(), 0);
-    auto stranger = NewClient(Host::TokenId::SWITCH);
-    SendBean bean = Files(FILES);
-    EXPECT_FALSE((*stranger)->Send(Entry("phone"), bean, "app"));
+    EXPECT_TRUE(SendFiles(*client, "nobody", FILES));
+    EXPECT_FALSE(SendFiles(*NewClient(Host::TokenId::SWITCH), "phone", FILES));
     EXPECT_EQ(Extra(), 0);
     Engine().Refuse("SendFile");
-    EXPECT_TRUE(SendFiles("phone", 7)); // refused by the engine: kept until a report, or a cancel
+    EXPECT_TRUE(SendFiles(*client, "phone", 7)); // refused by the engine: kept until a report, or a cancel
     EXPECT_EQ(Extra(), 7);
     EXPECT_FALSE((*client)->Cancel(Entry("phone")));
     EXPECT_EQ(Extra(), 0);
@@ -96,11 +90,10 @@ TEST_F(Descriptors, OfARunningSendAreKeptForItsLengthAndOthersGoAtOnce)
 
 TEST_F(Descriptors, OfALaterMemberAreItsOwn)
 {
-    EXPECT_TRUE(SendFiles("42", 3));
+    EXPECT_TRUE(SendFiles(*client, "42", 3));
     SendBean first;
     SendBean second;
-    ASSERT_TRUE(CacheMapManager::GetSendBean("a", first));
-    ASSERT_TRUE(CacheMapManager::GetSendBean("b", second));
+    ASSERT_TRUE(CacheMapManager::GetSendBean("a", first) && CacheMapManager::GetSendBean("b", second));
     for (size_t i = 0; i < 3; ++i) {
         EXPECT_NE(first.uriList[i].fileFd, second.uriList[i].fileFd);
         EXPECT_EQ(first.uriList[i].fileName_, second.uriList[i].fileName_);
@@ -119,26 +112,18 @@ TEST_F(Descriptors, OfALaterMemberAreItsOwn)
 TEST_F(Descriptors, OfARequestThatBreaksOffAreClosed)
 {
     AllowError("failed."); // the service's words and the records'
-    const std::u16string token = ITrellisService::GetDescriptor();
-    for (int written : {0, 1, 19, 20}) {
-        auto write = [&](MessageParcel& data) {
-            SendBean bean = Files(written);
-            bool isWritten = Entry("phone").WriteToParcel(data) && data.WriteInt32(0) && data.WriteInt32(0) &&
-                             data.WriteInt64(0) && data.WriteInt32(20) && data.WriteInt32(20); // more than follow
-            for (const FileHolder& file : bean.uriList) {
-                isWritten = isWritten && file.WriteToParcel(data);
-            }
-            return isWritten;
-        };
-        EXPECT_EQ(Ask(client->Remote(), 13, token, write), -27) << written;
-        EXPECT_EQ(DescriptorLedger::OpenCount(), 0U);
-    }
-    auto noName = [&](MessageParcel& data) {
-        return Entry("phone").WriteToParcel(data) && Files(20).WriteToParcel(data);
+    const auto cutOff = [this](MessageParcel& data) {
+        const SendBean bean = Files(19); // of 20
+        return Entry("phone").WriteToParcel(data) && data.WriteInt32(0) && data.WriteInt32(0) && data.WriteInt64(0) &&
+               data.WriteInt32(20) && data.WriteInt32(20) &&
+               std::all_of(bean.uriList.begin(), bean.uriList.end(),
+                   [&data](const FileHolder& file) { return file.WriteToParcel(data); });
     };
-    EXPECT_EQ(Ask(client->Remote(), 13, token, noName), -28);
+    EXPECT_EQ(Ask(client->Remote(), 13, ITrellisService::GetDescriptor(), cutOff), -27);
+    const auto noName = [this](
+                            auto& data) { return Entry("phone").WriteToParcel(data) && Files(20).WriteToParcel(data); };
+    EXPECT_EQ(Ask(client->Remote(), 13, ITrellisService::GetDescriptor(), noName), -28);
     EXPECT_EQ(Extra(), 0);
-    EXPECT_EQ(Engine().TakeAsked(), "");
 }
 
 TEST_F(Descriptors, ALedgerTouchesOnlyWhatItAdopted)

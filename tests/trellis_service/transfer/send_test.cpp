@@ -7,11 +7,11 @@ namespace {
 
 class Sending : public TransferScene {
 protected:
-    static std::string Change(const std::string& id, int event, int value, int stamp, int state, int percent)
+    static Lines Change(const std::string& id, int event, int value, int stamp, int state, int percent)
     {
-        return "OnTransStateChange " + id + " event=" + std::to_string(event) + " value=" + std::to_string(value) +
-               " stamp=" + std::to_string(stamp) + " state=" + std::to_string(state) +
-               " percent=" + std::to_string(percent);
+        return {"OnTransStateChange " + id + " event=" + std::to_string(event) + " value=" + std::to_string(value) +
+                " stamp=" + std::to_string(stamp) + " state=" + std::to_string(state) +
+                " percent=" + std::to_string(percent)};
     }
     Lines Speed(const std::string& deviceId, int speed)
     {
@@ -25,47 +25,37 @@ TEST_F(Sending, ToOneDeviceTellsItsStoryFromTheAnnouncementToTheEnd)
     EXPECT_TRUE((*client)->PrepareSend(Entry("phone")));
     EXPECT_EQ(Heard(), Lines()); // the list tells
     EXPECT_EQ((*client)->GetAllUserList()[0].deviceState, DeviceState::PREPARED);
-    BytesInfo bytes;
-    bytes.bytesTitle = "note";
-    EXPECT_TRUE((*client)->SendBytes(Entry("phone"), bytes));
-    EXPECT_EQ(Heard(), (Lines{"OnSendBytes phone title=note", Change("phone", 1, 0, 0, 108, 0)}));
+    EXPECT_TRUE(SendNote(*client, Entry("phone")));
+    EXPECT_EQ(Heard(), (Lines{"OnSendBytes phone title=note", Change("phone", 1, 0, 0, 108, 0)[0]}));
     EXPECT_EQ(Engine().TakeAsked(), "SendBytes phone");
-    EXPECT_EQ(Records(), (std::vector<size_t>{1, 1, 1}));
-    EXPECT_EQ(Progress("phone", 40), Lines{Change("phone", 2, 40, 1, 103, 40)});
-    EXPECT_EQ(Speed("phone", 9), Lines{Change("phone", 11, 9, 2, 103, 40)});
+    EXPECT_EQ(Records(), "1 1 1");
+    EXPECT_EQ(Progress("phone", 40), Change("phone", 2, 40, 1, 103, 40));
+    EXPECT_EQ(Speed("phone", 9), Change("phone", 11, 9, 2, 103, 40));
     EXPECT_EQ(CacheMapManager::ChangeToShareDeviceInfo(Entry("phone")).speed, 9);
     EXPECT_EQ(Report("phone", [](auto& transfer) { transfer.OnTotalFileLength(77); }),
-        Lines{Change("phone", 11, 77, 3, 103, 40)}); // under the entry's last event
-    EXPECT_EQ(StateOf("phone"), "7/108");            // the state of the start comes back
-    EXPECT_EQ(Progress("phone", -1), Lines{Change("phone", 2, -1, 4, 103, 40)});
+        Change("phone", 11, 77, 3, 103, 40));    // under the entry's last event
+    EXPECT_EQ(StateOf("phone"), "7/108 11/103"); // the state of the start comes back
+    EXPECT_EQ(Progress("phone", -1), Change("phone", 2, -1, 4, 103, 40));
     EXPECT_EQ(CacheMapManager::GetAllDevice("phone")->percent, -1);
     EXPECT_EQ(CacheMapManager::GetSendingDevice("phone")->percent, 40);
-    EXPECT_EQ(Success("phone"), Lines{Change("phone", 3, 0, 5, 107, 40)});
-    EXPECT_EQ(StateOf("phone"), "3/107");
-    EXPECT_EQ(Records(), NoRecords());
-    EXPECT_EQ(Status("phone", 1004), Lines{Change("phone", 4, 1004, 6, 102, 40)}); // late, and harmless
+    EXPECT_EQ(Success("phone"), Change("phone", 3, 0, 5, 107, 40));
+    EXPECT_EQ(StateOf("phone") + " " + Records(), "3/107 3/107 0 0 0");
+    EXPECT_EQ(Status("phone", 1004), Change("phone", 4, 1004, 6, 102, 40)); // late, and harmless
     EXPECT_EQ(Engine().TakeAsked(), "");
 }
 
 TEST_F(Sending, EndsByAStatusOnlyInTheStatesThatEnd)
 {
-    struct Row {
-        int status;
-        int state;
-        bool ends;
-    };
     Find({"phone"});
     AllowError("invalid status!");
-    for (const Row& row : {Row{1004, 102, false}, Row{1009, 104, true}, Row{1007, 105, true}, Row{1013, 109, true},
-             Row{1008, 110, true}, Row{1012, 111, false}, Row{1014, 112, true}, Row{2008, 113, true},
-             Row{1017, 114, true}, Row{1019, 115, true}, Row{1018, 116, false}, Row{1001, 117, false}}) {
+    for (const auto& [status, ends] : {std::pair(1004, false), {1009, true}, {1007, true}, {1013, true}, {1008, true},
+             {1012, false}, {1014, true}, {2008, true}, {1017, true}, {1019, true}, {1018, false}, {1001, false}}) {
+        const int state = ShareDeviceInfo::ConvertOnStatus(status);
         EXPECT_EQ(SendText("phone"), "SendBytes phone");
-        EXPECT_EQ(Status("phone", row.status), Lines{Change("phone", 4, row.status, 1, row.state, 0)});
-        EXPECT_EQ(StateOf("phone"), "4/" + std::to_string(row.state));
-        EXPECT_EQ(Records() == NoRecords(), row.ends) << row.status;
-        if (!row.ends) {
-            (void)Error("phone", 5);
-        }
+        EXPECT_EQ(Status("phone", status), Change("phone", 4, status, 1, state, 0));
+        EXPECT_EQ(CacheMapManager::GetAllDevice("phone")->deviceState, state);
+        EXPECT_EQ(Records(), ends ? "0 0 0" : "1 1 1") << status;
+        (void)Error("phone", 5);
     }
 }
 
@@ -73,14 +63,13 @@ TEST_F(Sending, ToAContactIsWonByTheFirstThatReceives)
 {
     Find({"a", "b", "c"}, 42);
     EXPECT_EQ(SendText("42"), "SendBytes a, SendBytes b, SendBytes c");
-    EXPECT_EQ(Progress("b", 10), Lines{Change("42", 2, 10, 1, 103, 10)});
+    EXPECT_EQ(Progress("b", 10), Change("42", 2, 10, 1, 103, 10));
     EXPECT_EQ(Engine().TakeAsked(), "Cancel a, Cancel c");
-    EXPECT_EQ(StateOf("a") + StateOf("b") + StateOf("c"), "6/1052/1036/105");
-    EXPECT_EQ(EntryState("a"), "2/103"); // the entry follows the winner
-    EXPECT_EQ(Records(), (std::vector<size_t>{1, 1, 1}));
+    EXPECT_EQ(StateOf("a") + ", " + StateOf("b") + ", " + StateOf("c"), "6/105 2/103, 2/103 2/103, 6/105 2/103");
+    EXPECT_EQ(Records(), "1 1 1");
     EXPECT_EQ(Status("a", 1007).size(), 1U); // the last word of a cancelled one
     (void)Success("b");
-    EXPECT_EQ(Records(), NoRecords());
+    EXPECT_EQ(Records(), "0 0 0");
     EXPECT_EQ(SendText("42"), "SendBytes a, SendBytes b, SendBytes c"); // a new send is decided anew
     (void)Speed("c", 1);
     EXPECT_EQ(Engine().TakeAsked(), "Cancel a, Cancel b");
@@ -88,46 +77,45 @@ TEST_F(Sending, ToAContactIsWonByTheFirstThatReceives)
     (void)SendAgain("42"); // not prepared: it inherits the decision, and runs to all
     (void)Progress("a", 1);
     EXPECT_EQ(Engine().TakeAsked(), "");
-    EXPECT_TRUE((*client)->Cancel(Entry("42")));
 }
 
 TEST_F(Sending, ToAContactEndsForAllWhenOneRefusesAndFailsWhenAllFail)
 {
     Find({"a", "b"}, 42);
-    for (int status : {1009, 1008}) {
+    for (const auto& [status, shown] : {std::pair(1009, "6/105 4/104"), {1008, "6/105 4/110"}}) {
         (void)SendText("42");
         (void)Status("a", status);
         EXPECT_EQ(Engine().TakeAsked(), "Cancel b");
-        EXPECT_EQ(Records(), NoRecords());
-        EXPECT_EQ(StateOf("b"), "6/105");
-        EXPECT_EQ(EntryState("a"), "4/" + std::to_string(status == 1009 ? 104 : 110));
+        EXPECT_EQ(StateOf("b") + " " + Records(), shown + std::string(" 0 0 0"));
     }
     (void)SendText("42");
-    EXPECT_EQ(Error("a", 5), Lines{Change("42", 1, 5, 1, 108, 0)}); // the other may still take it
-    EXPECT_EQ(Error("b", 5), Lines{Change("42", 5, 5, 1, 106, 0)});
-    EXPECT_EQ(Records(), NoRecords());
+    EXPECT_EQ(Error("a", 5), Change("42", 1, 5, 1, 108, 0)); // the other may still take it
+    EXPECT_EQ(Error("b", 5), Change("42", 5, 5, 1, 106, 0));
+    EXPECT_EQ(Records(), "0 0 0");
 }
 
 TEST_F(Sending, ACancelTellsFirstAndAnswersWhetherATransferWasThere)
 {
     AllowError("GetShareDeviceInfoList, size==0", "cancelDtcpSender is not found, cancel fail");
     Find({"a", "b"}, 42);
+    const auto cancel = [this](const char* entry) {
+        const bool wasThere = (*client)->Cancel(Entry(entry));
+        EXPECT_EQ(Heard(), Lines{std::string("OnCancel ") + entry});
+        return wasThere;
+    };
     EXPECT_TRUE((*client)->PrepareSend(Entry("42")));
-    EXPECT_FALSE((*client)->Cancel(Entry("42"))); // prepared only
-    EXPECT_EQ(Heard(), Lines{"OnCancel 42"});
-    EXPECT_EQ(StateOf("a") + EntryState("b"), "6/1056/105");
+    EXPECT_FALSE(cancel("42")); // prepared only
+    EXPECT_EQ(StateOf("a") + ", " + StateOf("b"), "6/105 6/105, 6/105 6/105");
     (void)SendText("42");
     (void)Error("a", 5);
-    EXPECT_TRUE((*client)->Cancel(Entry("42"))); // one of two is left
+    EXPECT_TRUE(cancel("42")); // one of two is left
     EXPECT_EQ(Engine().TakeAsked(), "Cancel b");
     (void)SendText("42");
-    EXPECT_TRUE((*client)->Cancel(Entry("42")));
+    EXPECT_TRUE(cancel("42"));
     EXPECT_EQ(Engine().TakeAsked(), "Cancel a, Cancel b");
-    EXPECT_EQ(Records(), NoRecords());
-    (void)Heard();
-    EXPECT_FALSE((*client)->Cancel(Entry("42"))); // a second time
-    EXPECT_FALSE((*client)->Cancel(Entry("nobody")));
-    EXPECT_EQ(Heard(), (Lines{"OnCancel 42", "OnCancel nobody"}));
+    EXPECT_EQ(Records(), "0 0 0");
+    EXPECT_FALSE(cancel("42")); // a second time
+    EXPECT_FALSE(cancel("nobody"));
 }
 
 TEST_F(Sending, ABusyMemberStopsTheRequestAndNobodyElse)
@@ -135,16 +123,13 @@ TEST_F(Sending, ABusyMemberStopsTheRequestAndNobodyElse)
     Find({"a", "b"}, 42);
     (void)SendText("42");
     (void)Error("a", 5);
-    AllowError("SendBytes() failed sender is exited");
-    AllowError("InsertToBytesInfoMap failed"); // the older request of the busy one stays
-    BytesInfo bytes;
-    bytes.bytesTitle = "second";
-    EXPECT_FALSE((*client)->SendBytes(Entry("42"), bytes));
+    AllowError("SendBytes() failed sender is exited", "InsertToBytesInfoMap failed"); // the busy one's request stays
+    EXPECT_FALSE(SendNote(*client, Entry("42"), "second"));
     EXPECT_EQ(Heard()[0], "OnSendBytes 42 title=second"); // told before anything is looked at
     EXPECT_EQ(Engine().TakeAsked(), "SendBytes a");
+    BytesInfo bytes;
     EXPECT_TRUE(CacheMapManager::GetByteBean("b", bytes));
     EXPECT_EQ(bytes.bytesTitle, "note");
-    EXPECT_TRUE((*client)->Cancel(Entry("42")));
 }
 
 TEST_F(Sending, ALostDeviceLeavesWithTheEndOfItsSend)
@@ -158,18 +143,18 @@ TEST_F(Sending, ALostDeviceLeavesWithTheEndOfItsSend)
         EXPECT_EQ(Report("phone", [isLost](auto& transfer) { transfer.OnRelease("phone", isLost); }), Lines());
     }
     (void)hub->TakeHeard();
-    EXPECT_EQ(Success("phone"), (Lines{Change("phone", 3, 0, 1, 107, 0), "OnDeviceLost phone"}));
-    EXPECT_EQ(hub->TakeHeard(), Lines{Change("phone", 3, 0, 1, 107, 0)}); // a hub does not hear the loss here
+    const Lines end = Change("phone", 3, 0, 1, 107, 0);
+    EXPECT_EQ(Success("phone"), (Lines{end[0], "OnDeviceLost phone"}));
+    EXPECT_EQ(hub->TakeHeard(), end); // a hub does not hear the loss here
     EXPECT_TRUE((*client)->GetAllUserList().empty());
-    EXPECT_EQ(Records(), NoRecords());
 
     Find({"a", "b"}, 42);
     (void)SendText("42");
-    Engine().Lost(Peer("a", 42, "Ann"));
-    EXPECT_EQ(Heard(), Lines());
+    EXPECT_EQ(Lost(Peer("a", 42, "Ann")), Lines());
     EXPECT_EQ(Error("a", 5).size(), 1U); // one of two leaves without a word
     EXPECT_EQ((*client)->GetAllUserList().size(), 1U);
-    EXPECT_EQ(Error("b", 5), Lines{Change("42", 5, 5, 1, 106, 0)});
+    EXPECT_EQ(Error("b", 5), Change("42", 5, 5, 1, 106, 0));
+    EXPECT_EQ(Records(), "0 0 0");
 }
 
 TEST_F(Sending, AContactIsReportedOnceForFilesAndNeverForTheRest)
@@ -179,9 +164,7 @@ TEST_F(Sending, AContactIsReportedOnceForFilesAndNeverForTheRest)
     Find({"c"}, -3); // merges, and is nobody's contact
     SendBean files;
     size_t before = Telemetry().size();
-    for (const char* entry : {"phone", "-3"}) {
-        EXPECT_TRUE((*client)->Send(Entry(entry), files, "app"));
-    }
+    EXPECT_TRUE((*client)->Send(Entry("phone"), files, "app") && (*client)->Send(Entry("-3"), files, "app"));
     EXPECT_TRUE((*client)->SendFile(Entry("42"), DataBean(), "app"));
     EXPECT_TRUE((*client)->Cancel(Entry("42")));
     EXPECT_EQ(Telemetry().size(), before);
@@ -191,19 +174,16 @@ TEST_F(Sending, AContactIsReportedOnceForFilesAndNeverForTheRest)
     EXPECT_NE(events[before].find("\"STAGE_RES\":0"), std::string::npos) << events[before];
     EXPECT_NE(events[before + 1].find("\"STAGE_RES\":1"), std::string::npos) << events[before + 1];
     EXPECT_NE(events[before + 1].find(":2"), std::string::npos);
-    for (const char* entry : {"phone", "-3", "42"}) {
-        EXPECT_TRUE((*client)->Cancel(Entry(entry)));
-    }
 }
 
 TEST_F(Sending, AGestureSendTakesTheRoadOfOneDevice)
 {
     ShareDevice device = Peer("phone", 42, "Ann");
     device.discoveredBy_ = Discoverer::SWING;
-    Engine().Found(device);
+    (void)Found(device);
     Find({"tablet"}, 42);
-    AllowError("Discoverer not contain swing", "CheckAndClearDeviceDiscoveredByFlag");
-    AllowError("SendFileForDevice() failed sender is exited", "InsertToDataBeanMap failed");
+    AllowError("Discoverer not contain swing", "CheckAndClearDeviceDiscoveredByFlag",
+        "SendFileForDevice() failed sender is exited", "InsertToDataBeanMap failed");
     auto send = [this] { return (*client)->SendFile(Entry("phone", Discoverer::SWING), DataBean(), "app"); };
     EXPECT_TRUE(send());
     EXPECT_EQ(Engine().TakeAsked(), "ClearDiscovererFlag phone 4, SendFile phone"); // and not the tablet
@@ -222,7 +202,7 @@ TEST_F(Sending, AGestureSendTakesTheRoadOfOneDevice)
     EXPECT_EQ(CacheMapManager::GetAllDevice("phone")->discoveredBy, uint32_t{Discoverer::SWING}); // a hub was there
     EXPECT_FALSE(send());                                                                         // busy
     (void)Success("phone");
-    EXPECT_EQ(Records(), NoRecords());
+    EXPECT_EQ(Records(), "0 0 0");
 }
 
 // What a device's engine may do and ours does not: report before the request has returned.
@@ -231,12 +211,10 @@ TEST_F(Sending, AnEndInsideTheStartLeavesTheDeviceFree)
     Find({"phone"});
     Engine().whenStarted = [](ScriptedTransfer& transfer) { transfer.callback->OnStatus("", 1009); };
     EXPECT_EQ(SendText("phone"), "SendBytes phone");
-    EXPECT_EQ(Records(), NoRecords());
-    EXPECT_EQ(StateOf("phone"), "4/104"); // its own end, not a cancel
+    EXPECT_EQ(StateOf("phone") + " " + Records(), "4/104 4/104 0 0 0"); // its own end, not a cancel
     Engine().whenStarted = [](ScriptedTransfer& transfer) { transfer.callback->OnProgess(1); };
     EXPECT_EQ(SendText("phone"), "SendBytes phone"); // a transfer does not lose to itself
-    EXPECT_EQ(Records(), (std::vector<size_t>{1, 1, 1}));
-    (void)Success("phone");
+    EXPECT_EQ(Records(), "1 1 1");
 }
 
 TEST_F(Sending, AMemberThatStartsAfterTheDecisionIsCancelledAtOnce)
@@ -249,31 +227,23 @@ TEST_F(Sending, AMemberThatStartsAfterTheDecisionIsCancelledAtOnce)
     };
     AllowError("cancelDtcpSender is not found, cancel fail"); // those that had not started
     EXPECT_EQ(SendText("42"), "SendBytes a, SendBytes b, Cancel b, SendBytes c, Cancel c");
-    EXPECT_EQ(EntryState("a"), "2/103");
-    EXPECT_EQ(StateOf("c"), "6/105");
-    EXPECT_EQ(Records(), (std::vector<size_t>{1, 1, 1}));
+    EXPECT_EQ(StateOf("c") + " " + Records(), "6/105 2/103 1 1 1");
     (void)Success("a");
     Engine().whenStarted = nullptr;
     EXPECT_EQ(SendAgain("42"), "SendBytes a, SendBytes b, SendBytes c"); // success has cleared what was decided
-    EXPECT_TRUE((*client)->Cancel(Entry("42")));
 }
 
 TEST_F(Sending, ThermalNoticesComeAtMostEveryThirtySecondsUnlessUrgent)
 {
     Find({"phone"});
     (void)SendText("phone");
-    struct Row {
-        int64_t waitMs;
-        int8_t action;
-        bool passes;
-    };
-    for (const Row& row :
-        {Row{0, 1, true}, Row{10000, 1, false}, Row{0, 2, true}, Row{29999, 1, false}, Row{1, 1, true}}) {
-        Advance(row.waitMs);
-        Lines heard = Report("phone", [&](auto& transfer) { transfer.OnThermalLevelChanged(3, 4, 1, row.action); });
-        EXPECT_EQ(heard, row.passes ? Lines{"OnThermalLevelChanged 3 4 1 " + std::to_string(row.action)} : Lines());
+    for (const auto& [waitMs, action, passes] :
+        {std::tuple(0, 1, true), {10000, 1, false}, {0, 2, true}, {29999, 1, false}, {1, 1, true}}) {
+        Advance(waitMs);
+        EXPECT_EQ(Report("phone", [action = static_cast<int8_t>(action)](
+                                      auto& transfer) { transfer.OnThermalLevelChanged(3, 4, 1, action); }),
+            passes ? Lines{"OnThermalLevelChanged 3 4 1 " + std::to_string(action)} : Lines());
     }
-    (void)Success("phone");
 }
 
 TEST_F(Sending, TheShareApiIsAskedToTakeOverByItsHubOrItsExtension)
@@ -286,16 +256,15 @@ TEST_F(Sending, TheShareApiIsAskedToTakeOverByItsHubOrItsExtension)
         Lines{"start CorvaneShareApiServiceExtension CorvaneShareIntent=switchNotifyComponent notifyComponent=5 "
               "trellisCBCount=1"});
     JoinHub();
-    (void)Report("phone", takeOver);
-    EXPECT_EQ(hub->TakeHeard(), Lines{"OnSwitchNotifyComponent 5"});
-    EXPECT_EQ(extension->TakeHeard(), Lines());
     AllowError("HandleOnCorvaneIdHeadImageReceive deviceId");
-    Report("phone", [](auto& transfer) {
+    (void)Report("phone", [takeOver](auto& transfer) {
+        takeOver(transfer);
         transfer.OnCorvaneIdHeadImageReceive("x", "image");
         transfer.OnThermalLevelChanged(3, 4, 1, 1);
     });
-    EXPECT_EQ(hub->TakeHeard(), (Lines{"OnCorvaneIdHeadImageReceive phone image", "OnThermalLevelChanged 3 4 1 1"}));
-    (void)Success("phone");
+    EXPECT_EQ(hub->TakeHeard(), (Lines{"OnSwitchNotifyComponent 5", "OnCorvaneIdHeadImageReceive phone image",
+                                    "OnThermalLevelChanged 3 4 1 1"}));
+    EXPECT_EQ(extension->TakeHeard(), Lines());
 }
 
 } // namespace

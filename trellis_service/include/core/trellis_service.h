@@ -255,9 +255,6 @@ public:
     static ListSizes GetListSizes();
 
 private:
-    friend struct StaticState; // the fresh process state of tests
-    struct StaticState;
-
     // Tells the service that a client's process is gone.
     class DeathRecipient : public IRemoteObject::DeathRecipient {
     public:

@@ -16,8 +16,6 @@ public:
     static int GetPublishId();
 
 private:
-    friend struct StaticState; // the fresh process state of tests
-
     static std::atomic<int> publishId_;
 };
 

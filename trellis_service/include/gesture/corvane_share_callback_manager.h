@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <tuple>
@@ -34,6 +35,8 @@ inline constexpr int32_t GESTURES = 3; // "gesturesShare"
 // costs the others its wait time. A dead process is known by its death alone; it does not watch who has the focus.
 class CorvaneShareCallbackManager : public std::enable_shared_from_this<CorvaneShareCallbackManager> {
 public:
+    static constexpr size_t MAX_CALLBACK_IDS = 1024; // that a process may ask for one event with
+
     void Init(const wptr<TrellisService>& service);
     void Release();
 
@@ -42,8 +45,9 @@ public:
     // Forgets it, and leaves the events that the process asked for. Always true.
     [[nodiscard]] bool DelShareApiCallback(int32_t pid);
     // Remembers that callback `cbId` of a process wants event `eventId`; asked again it is the newest. A gesture that
-    // waits is offered to the process at once, on a thread of its own: std::system_error when that cannot be started.
-    // False for a process without callback object and, with one, for an unknown event.
+    // waits is offered to the process at once, on another thread: std::system_error when that cannot be started.
+    // False for a process without callback object and, with one, for an unknown event or for more callback ids than
+    // MAX_CALLBACK_IDS.
     [[nodiscard]] bool AddShareEventCallback(int32_t pid, int32_t cbId, int32_t eventId);
     // Forgets it; all of the process with cbId -1. False when there was nothing to forget.
     [[nodiscard]] bool DelShareEventCallback(int32_t pid, int32_t cbId, int32_t eventId);
@@ -111,7 +115,7 @@ private:
 
     // The registrations for an event; null, and said in the log, for an unknown one.
     EventCallbacks* FindEvent(int32_t eventId);
-    static void AddCallback(EventCallbacks& event, int32_t pid, int32_t cbId);
+    [[nodiscard]] static bool AddCallback(EventCallbacks& event, int32_t pid, int32_t cbId);
     [[nodiscard]] static bool DelCallback(EventCallbacks& event, int32_t pid, int32_t cbId);
     static void AppendCallbacks(
         const EventCallbacks& event, const std::vector<int32_t>& pids, std::vector<AlternativeCb>& alternativeCbs);
@@ -123,6 +127,9 @@ private:
     void TryToUnsubscribeKnock();
     void TryToSubscribeSwing();
     void TryToConsumeSwingCache(int32_t pid);
+    void ReplaySwing(int32_t pid);
+    void ReplayToAll();
+    [[nodiscard]] bool NextReplay(int32_t& pid);
 
     void NotifyUserKnock(ShareDeviceInfo& device, const std::vector<int32_t>& focusedPids);
     void NotifyUserSwing(ShareDeviceInfo& device, const std::vector<int32_t>& focusedPids);
@@ -146,6 +153,11 @@ private:
     // Who hears of their deaths. Held from the request for the death on: a death in between waits for the entry.
     mutable Mutex deathMutex_{"CorvaneShareCallbackManager::deathMutex_", LockRank::LEAF};
     std::map<sptr<IRemoteObject>, sptr<IRemoteObject::DeathRecipient>> deathRecipients_ SHARE_GUARDED_BY(deathMutex_);
+
+    // The processes that a remembered gesture is still to be offered to, each once, and whether a thread does so.
+    Mutex replayQueueMutex_{"CorvaneShareCallbackManager::replayQueueMutex_", LockRank::LEAF};
+    std::deque<int32_t> replayPids_ SHARE_GUARDED_BY(replayQueueMutex_);
+    bool replaying_ SHARE_GUARDED_BY(replayQueueMutex_) = false;
 
     // Held while the subscription for knocks is brought in line with the registrations, so that the last decision is
     // the one that stands. Taken before the mutex of the registrations, which is never held across the request.

@@ -29,8 +29,6 @@ public:
     void GetFocusedPids(std::vector<int32_t>& pids);
 
 private:
-    friend struct StaticState; // the fresh process state of tests
-
     enum Registration : int32_t {
         NOT_REGISTERED,
         REGISTERING,

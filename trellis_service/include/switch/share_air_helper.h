@@ -44,8 +44,6 @@ public:
     void UnRegisterDataChangeListener();
 
 private:
-    friend struct StaticState;
-
     // Held across the registration, since the flag may only be set behind it. Not a leaf: the settings provider takes
     // its own lock inside. No observer's road takes it.
     static Mutex registerMutex_;

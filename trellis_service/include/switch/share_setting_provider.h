@@ -23,12 +23,14 @@ namespace OHOS::Pelago {
 // closes it again, as the service and not as the client that is being served: any thread may call, also inside a
 // request.
 //
-// Caches nothing and retries nothing. An operation waits up to two seconds for a database that does not answer.
+// Caches nothing and retries nothing. An operation waits up to OPEN_WAIT_SECONDS for a database that does not answer.
 class ShareSettingProvider {
 public:
     // The results of the int32 operations.
     static constexpr int32_t SETTING_OK = 0;
     static constexpr int32_t SETTING_FAILED = -1;
+    // How long opening the database may wait for it: what a caller of ours can still bear.
+    static constexpr int OPEN_WAIT_SECONDS = 2;
 
     // On the first call looks up the remote object of the ability `systemAbilityId`, the service's own, with which the
     // database is opened. When it is not found, logged, the provider stays without: there is no second look.
@@ -79,8 +81,6 @@ public:
     void UnRegisterOobeObserver(sptr<ShareOobeHelper::ShareOobeObserver>& observer, int userId);
 
 private:
-    friend struct StaticState;
-
     ShareSettingProvider() = default;
     static void Initialize(int systemAbilityId) SHARE_REQUIRES(mutex_);
     static void ReleaseHelper(DataShare::DataShareHelper& helper);

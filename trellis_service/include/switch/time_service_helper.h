@@ -42,8 +42,6 @@ public:
     void Release();
 
 private:
-    friend struct StaticState;
-
     static std::atomic<uint64_t> currSwitchTimerId; // 0: none
 };
 

@@ -101,7 +101,6 @@ public:
     }
 
 private:
-    friend struct StaticState; // the fresh process state of tests
     struct Relay;
 
     // True when the text is a bare notice of the peer, which then has been taken.

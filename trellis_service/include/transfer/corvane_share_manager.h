@@ -49,8 +49,6 @@ public:
     static void StartFailedNotificationForNudge(int32_t errorCode);
 
 private:
-    friend struct StaticState; // the fresh process state of tests
-
     enum class ConnectType : int32_t {
         SHARE = 1,
         SHARE_API = 2,

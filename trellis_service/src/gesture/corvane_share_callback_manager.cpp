@@ -1,5 +1,6 @@
 #include "gesture/corvane_share_callback_manager.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -217,33 +218,70 @@ bool CorvaneShareCallbackManager::AddShareEventCallback(int32_t pid, int32_t cbI
         return false;
     }
     EventCallbacks* event = FindEvent(eventId);
-    if (event == nullptr) {
+    if (event == nullptr || !AddCallback(*event, pid, cbId)) {
         return false;
     }
-    AddCallback(*event, pid, cbId);
     ForgetIfDead(pid, callback);
     if (event == &knockCallbacks) {
         TryToSubscribeKnock();
         return true;
     }
     TryToSubscribeSwing();
-    RuntimeEnv::StartDetached("SwingReplay", [self = shared_from_this(), pid] { self->TryToConsumeSwingCache(pid); });
+    ReplaySwing(pid);
     return true;
 }
 
+// One thread replays to all who wait: replays come one after another anyway, and who floods us with registrations gets
+// no thread for each. It begins behind this lock, so that it finds who it was started for.
+void CorvaneShareCallbackManager::ReplaySwing(int32_t pid)
+{
+    MutexLock lock(replayQueueMutex_);
+    if (!replaying_) {
+        RuntimeEnv::StartDetached("SwingReplay", [self = shared_from_this()] { self->ReplayToAll(); });
+        replaying_ = true;
+    }
+    if (std::find(replayPids_.begin(), replayPids_.end(), pid) == replayPids_.end()) {
+        replayPids_.push_back(pid);
+    }
+}
+
+void CorvaneShareCallbackManager::ReplayToAll()
+{
+    for (int32_t pid = 0; NextReplay(pid);) {
+        TryToConsumeSwingCache(pid);
+    }
+}
+
+bool CorvaneShareCallbackManager::NextReplay(int32_t& pid)
+{
+    MutexLock lock(replayQueueMutex_);
+    replaying_ = !replayPids_.empty();
+    if (replaying_) {
+        pid = replayPids_.front();
+        replayPids_.pop_front();
+    }
+    return replaying_;
+}
+
 // A callback id that is there already becomes the newest registration: that is meant.
-void CorvaneShareCallbackManager::AddCallback(EventCallbacks& event, int32_t pid, int32_t cbId)
+bool CorvaneShareCallbackManager::AddCallback(EventCallbacks& event, int32_t pid, int32_t cbId)
 {
     RecursiveLock lock(event.mutex);
     const auto timeStamp = static_cast<uint64_t>(CommonUtils::GetCurrentTimestamp());
-    const auto [found, isNew] = event.callbacks[pid].emplace(cbId, timeStamp);
+    std::map<int32_t, uint64_t>& ofProcess = event.callbacks[pid];
+    if (ofProcess.size() >= MAX_CALLBACK_IDS && ofProcess.count(cbId) == 0) {
+        SHARE_LOGE(Log::SERVICE, "AddCallback pid %{public}d failed, too many callback ids.", pid);
+        return false;
+    }
+    const auto [found, isNew] = ofProcess.emplace(cbId, timeStamp);
     if (isNew) {
         SHARE_LOGI(Log::SERVICE, "AddCallback success.");
-        return;
+        return true;
     }
     SHARE_LOGE(Log::SERVICE, "Duplicate cbId %{public}d, timeStamp %{public}lu -> %{public}lu", cbId,
         ForLog(found->second), ForLog(timeStamp));
     found->second = timeStamp;
+    return true;
 }
 
 // The service stays subscribed to gestures when nobody wants them any more: that is meant.

@@ -23,9 +23,6 @@ constexpr const char* KEY_PARAMETER = "&key=";
 constexpr const char* EXTENSION_URI =
     "datashare:///com.ohos.settingsdata.DataAbility/entry/settingsdata/SETTINGSDATA?Proxy=true";
 
-// How long opening the database may wait for it, in seconds: what a caller of ours can still bear.
-constexpr int OPEN_WAIT_SECONDS = 2;
-
 // In its scope the thread acts as the service itself, also inside a client's request.
 class AsService {
 public:

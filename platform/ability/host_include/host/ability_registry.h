@@ -47,8 +47,10 @@ class AbilityRegistry {
 public:
     static constexpr size_t MAX_WAITING_WANTS = 32; // per registration, and per process that is waited for
     static constexpr size_t MAX_REGISTRATIONS = 64; // of all processes together
-    static constexpr size_t KEPT_WANTS = 32;        // that were started last, for people
+    static constexpr size_t MAX_REGISTRATIONS_OF_PROCESS = 16;
+    static constexpr size_t KEPT_WANTS = 32;                          // that were started last, for people
     static constexpr std::chrono::milliseconds REGISTER_LIMIT{10000}; // for a started process to register
+    static constexpr std::chrono::milliseconds STOP_LIMIT{2000}; // for those that were started to end with the device
 
     static AbilityRegistry& Instance();
 
@@ -57,7 +59,7 @@ public:
 
     /// Publishes the registry (180) and the application manager (501). False when one of them could not be published.
     [[nodiscard]] bool Publish();
-    /// Takes both back, ends the processes that were started and waits until they are gone: two seconds for those that
+    /// Takes both back, ends the processes that were started and waits until they are gone: STOP_LIMIT for those that
     /// listen. Afterwards nothing is started any more.
     void Shutdown();
 
@@ -67,7 +69,7 @@ public:
     [[nodiscard]] int32_t Connect(const AAFwk::Want& want, const sptr<AAFwk::IAbilityConnection>& callback);
     [[nodiscard]] int32_t Disconnect(const sptr<AAFwk::IAbilityConnection>& callback);
 
-    /// What IAbilityRegistry forwards, once the caller's token has been checked.
+    /// What IAbilityRegistry forwards, once the caller's token has been checked. Counts for the process that calls.
     [[nodiscard]] int32_t Register(
         const std::string& bundleName, const std::vector<std::string>& abilities, const sptr<IRemoteObject>& extension);
 
@@ -77,8 +79,6 @@ public:
     [[nodiscard]] std::vector<StartedWant> Started() const;
 
 private:
-    friend struct StaticState;
-
     struct Registration; // one object that serves abilities of one bundle
     struct Connection;   // one connection, from its ConnectAbility to its end
     struct Delivery;     // one message for an extension
@@ -109,6 +109,7 @@ private:
     void Send(const RegistrationRef& registration, const Delivery& delivery);
 
     [[nodiscard]] bool MakeRoom(const Registration& wanted);
+    [[nodiscard]] bool MayHoldAnother(int32_t pid) const;
     void End(const RegistrationRef& registration);
     [[nodiscard]] RegistrationRef Serving(const AppExecFwk::ElementName& element) const;
     [[nodiscard]] bool IsServed(const std::string& bundleName) const;

@@ -49,6 +49,8 @@ public:
     // How long changes are gathered before watchers are told.
     static constexpr int64_t WATCH_DELAY_MS = 50;
     static constexpr size_t MAX_WATCHERS = 64;
+    // How long a step of a radio may be told to take.
+    static constexpr int64_t MAX_RADIO_STEP_MS = 3'600'000;
 
 private:
     class WatcherDeath;

@@ -17,6 +17,8 @@
 namespace OHOS::Host {
 
 inline constexpr size_t LOG_RING_LINES = 4096;
+inline constexpr size_t LOG_LINE_BYTES = 3900; // of a text: the whole line goes into a pipe at once
+inline constexpr size_t LOG_TAG_BYTES = 64;
 
 struct LogLine {
     uint64_t seq = 0;   // from 1, without gaps

@@ -12,7 +12,8 @@ enum class EscapeStyle {
     JSON,     // the inside of a JSON string; what is no UTF-8 becomes U+FFFD
 };
 
-// In both styles: control characters, the marks that turn the direction of writing, and line and paragraph separators.
+// In both styles: control characters, the marks that turn the direction of writing, line and paragraph separators, and
+// characters that cannot be seen, with which one name passes for another. JSON loses nothing by it.
 void AppendEscaped(std::string& out, std::string_view text, EscapeStyle style);
 
 [[nodiscard]] std::string EscapeForTerminal(std::string_view text);

@@ -309,8 +309,6 @@ public:
     [[nodiscard]] bool Become(const DeviceSnapshot& earlier);
 
 private:
-    friend struct StaticState;
-
     // Where one radio is on its way.
     template <typename Mode>
     struct Course {

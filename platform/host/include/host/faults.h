@@ -8,8 +8,6 @@
 
 namespace OHOS::Host {
 
-struct StaticState;
-
 // Makes calls of the platform fail on demand, by name or by number.
 //
 // Each place of the host layer that can fail on a device asks `if (Faults::Take("module.operation"))` and then fails as
@@ -47,8 +45,6 @@ public:
     }
 
 private:
-    friend struct StaticState;
-
     static bool TakeArmed(std::string_view name);
 
     static inline std::atomic<bool> armed_{false};

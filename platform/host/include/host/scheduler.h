@@ -17,7 +17,6 @@
 
 namespace OHOS::Host {
 
-struct StaticState;
 class AlarmClock;
 class QueueState;
 
@@ -148,8 +147,8 @@ public:
     // std::system_error, as std::thread does, when the thread cannot be started.
     static void StartDetached(const std::string& name, std::function<void()> body);
 
-    // Waits until no detached body is left, `timeoutMs` at most; manual: runs what is due instead. False when some are
-    // left.
+    // Waits until no detached body is left, nor what its thread has kept for itself, `timeoutMs` at most; manual: runs
+    // what is due instead. False when some are left.
     [[nodiscard]] bool WaitForDetached(int64_t timeoutMs);
 
     // Stops all queues for good and waits, `timeoutMs` at most, until the last thread of queues and detached bodies has
@@ -183,7 +182,6 @@ private:
     friend class AlarmClock;
     friend class QueueState;
     friend class TaskQueue;
-    friend struct StaticState;
 
     // Counts those who are inside and lets one wait for the last to leave.
     class Gate {
@@ -197,9 +195,10 @@ private:
         std::condition_variable empty_;
         size_t inside_ = 0;
     };
-    struct Pass;     // one who is inside
-    struct Detached; // the body of a thread
-    struct Head {    // the task of a queue that runs next
+    struct Pass;       // one who is inside
+    struct ThreadPass; // a thread's
+    struct Detached;   // the body of a thread
+    struct Head {      // the task of a queue that runs next
         int64_t dueNs;
         TaskId id;
         QueueState* queue;

@@ -24,11 +24,23 @@ struct IpcLimits {
     size_t connectionsPerUser = 1024;                    // by uid
     size_t queuedBytesPerConnection = size_t{8} << 20;   // written, and not yet taken by the peer's socket
     std::chrono::milliseconds unfinishedMessage{10'000}; // from the first byte of a message to its last
+    // Of all messages that have begun to arrive and are not whole: what their heads announce, and the descriptors that
+    // came already. Not below those of one message.
+    size_t unfinishedBytesPerConnection = size_t{64} << 20;
+    size_t unfinishedDescriptorsPerConnection = 4096;
 };
+
+inline constexpr size_t IPC_CONCURRENT_REQUESTS = 16;
+// A peer counts a lane as closed before we have read its end, so it may seem to have more than its limit, up to these
+// times as many.
+inline constexpr size_t IPC_LANE_TOLERANCE = 4;
+inline constexpr std::chrono::seconds IPC_CONNECT_LIMIT{5}; // for a daemon to answer who connects
+inline constexpr std::chrono::seconds IPC_END_LIMIT{10};    // for the last requests to return at the end
+inline constexpr size_t MAX_TOKEN_SOCKET_NAME = 64;
 
 // One row of the table of callers: whoever connects to this socket has this token.
 struct TokenSocket {
-    std::string name;     // of the socket's file, without ".sock": [A-Za-z0-9_-], at most 64
+    std::string name;     // of the socket's file, without ".sock": 1 to MAX_TOKEN_SOCKET_NAME of [A-Za-z0-9_-]
     uint32_t tokenId = 0; // what IPCSkeleton::GetCallingTokenID gives
     mode_t mode = 0600;   // of the socket's file: who may connect
 };
@@ -57,8 +69,6 @@ struct IpcCounters {
     uint64_t refused = 0;  // connections refused, or ended for what they sent, since the start
 };
 
-inline constexpr size_t IPC_CONCURRENT_REQUESTS = 16;
-
 // The daemon's side of the local IPC: listens on one socket for each row of the table of callers and gives each process
 // that connects the root object.
 // Owned by the daemon's main; one for each folder. Start and Stop belong to the thread that owns it; the rest is for
@@ -78,7 +88,7 @@ public:
     // Adds a row while it serves. Errors as Start.
     [[nodiscard]] bool AddSocket(const TokenSocket& socket, std::string& error);
     // Removes the socket files, ends all connections and waits until the last of their requests has returned. False,
-    // and said in the log, when one has not after ten seconds, or when a request itself calls.
+    // and said in the log, when one has not within IPC_END_LIMIT, or when a request itself calls.
     bool Stop();
 
     [[nodiscard]] std::vector<IpcConnectionInfo> Connections() const;
@@ -90,8 +100,8 @@ private:
 
 // Connects this process to the daemon behind `socketPath` and gives its root object; null, with the reason in `error`,
 // when that fails. Each call makes a connection of its own, which lasts until nothing of it is held on either side, or
-// until one side goes. Waits at most five seconds. Any thread; works again in a child after fork, where the parent's
-// proxies are dead.
+// until one side goes. Waits at most IPC_CONNECT_LIMIT. Any thread; works again in a child after fork, where the
+// parent's proxies are dead.
 [[nodiscard]] sptr<IRemoteObject> ConnectToDaemon(const std::string& socketPath, std::string& error);
 [[nodiscard]] sptr<IRemoteObject> ConnectToDaemon(
     const std::string& socketPath, const IpcLimits& limits, std::string& error);

@@ -56,8 +56,6 @@ public:
     void SetWatcher(Watcher watcher);
 
 private:
-    friend struct StaticState;
-
     // What one subscriber wants, and where it hears it.
     struct Subscription {
         std::shared_ptr<EventFwk::CommonEventSubscriber> subscriber;

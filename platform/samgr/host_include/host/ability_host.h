@@ -65,7 +65,6 @@ public:
     [[nodiscard]] sptr<ISystemAbilityManager> Manager();
 
 private:
-    friend struct StaticState;
     friend class OHOS::SystemAbility;
     friend void SetRemoteSamgr(const sptr<IRemoteObject>& root);
 

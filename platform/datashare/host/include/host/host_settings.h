@@ -8,6 +8,9 @@
 
 namespace OHOS::Host {
 
+// How long one access waits for another process that uses the file.
+inline constexpr int SETTINGS_BUSY_LIMIT_MS = 2000;
+
 struct Setting {
     std::string key;
     std::string value;
