@@ -1,253 +1,158 @@
-// The road of a common event: from a radio that changes to the last client that hears of the switch, on a device with
-// the local engine, with client processes of their own, and with its folder on a memory file system. The floor is what
-// the road cannot do without, each for itself: the rows of settings straight into the database, the two files, and a
-// ping-pong with each client over a bare socket. Its queues, the engine and the telling of it to the log come on top.
+// The roads through a device, from what happens to the last process that is told: a radio that changes, a client that
+// turns the switch, a tap. The device has the local engine, client processes of their own, and its folder in memory.
+// The floor is what a road cannot do without, each for itself: the rows of settings straight into the database, the
+// files, and a ping-pong with each process over a bare socket. Its queues, the engine and the telling of it to the log
+// come on top. Nobody has said beforehand how much that may be, so that there is no aim.
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/prctl.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
-#include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <future>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "bench_util.h"
-#include "core/trellis_callback_proxy.h"
-#include "host/ability_host.h"
-#include "host/device.h"
+#include "bench_device.h"
+#include "device_picker_client.h"
 #include "host/host_settings.h"
-#include "host/ipc_transport.h"
-#include "host/scheduler.h"
-#include "i_trellis_service.h"
-#include "ipc_object_stub.h"
-#include "local_engine.h"
-#include "runtime_env.h"
-#include "share_client.h"
-#include "switch/share_switch_types.h"
 
 using namespace OHOS;
 using namespace OHOS::Pelago;
-namespace fs = std::filesystem;
+using Bench::Client;
+using Bench::Require;
+using Bench::Wish;
 
 namespace {
 
 constexpr size_t CLIENTS[] = {1, 16};
 constexpr int ROUNDS = 101;
-constexpr double AIM = 4;
-constexpr int USER = 100;
-constexpr size_t REQUEST_BYTES = 96; // head and token of a callback
-constexpr size_t REPLY_BYTES = 36;
-constexpr char REGISTER = 'r'; // the first byte of a request; any other is a ping
-constexpr char PING = 'p';
+constexpr const char* PEER = "peer";
 
-[[noreturn]] void Fail(const std::string& what)
-{
-    (void)std::fprintf(stderr, "event_bench: %s\n", what.c_str());
-    std::exit(1);
-}
-
-void Require(bool holds, const std::string& what)
-{
-    if (!holds) {
-        Fail(what);
-    }
-}
-
-void WriteFile(const std::string& path, const std::array<int32_t, 3>& fields)
-{
-    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    Require(::write(file, fields.data(), sizeof(fields)) == sizeof(fields), "no file written");
-    (void)::close(file);
-}
-
-// What a client hears with: one byte into a pipe that all clients share.
-class Ear : public IPCObjectStub {
+// Keeps what the service gave it to be called by.
+class Framework : public Bench::QuietFramework {
 public:
-    explicit Ear(int pipe) : IPCObjectStub(PelagoTrellisServiceCallback::GetDescriptor()), pipe_(pipe)
-    {}
-    int OnRemoteRequest(uint32_t code, MessageParcel&, MessageParcel&, MessageOption&) override
+    int32_t RequestService(uint32_t, const sptr<Synfold::ServicePublishCallbackStub>& callback) override
     {
-        const bool isChange = code == static_cast<uint32_t>(TrellisCallbackCode::ON_ENABLE_STATUS_CHANGED);
-        return !isChange || ::write(pipe_, &PING, 1) == 1 ? ERR_NONE : -1;
+        service_ = new Synfold::ServicePublishCallbackProxy(callback->AsObject());
+        return 0;
+    }
+    // This device touches the peer, which answers at once.
+    void Tap(const std::string& answer) const
+    {
+        Require(service_->OnKnockEvent(new Synfold::RequestResultInfo("{}")) == 1 &&
+                    service_->OnPublishEvent(new Synfold::RequestResultInfo(answer)) == 0,
+            "the tap is not wanted");
     }
 
 private:
-    const int pipe_;
+    sptr<Synfold::ServicePublishCallbackProxy> service_;
 };
 
-// A process that registers when told to, and answers pings as long as the device lives.
-class Client {
-public:
-    Client(const std::string& daemonSocket, int heard)
-    {
-        std::array<int, 2> pair{};
-        Require(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()) == 0, "no socket pair");
-        pid_ = ::fork();
-        if (pid_ == 0) {
-            (void)::prctl(PR_SET_PDEATHSIG, SIGKILL); // the others hold our end too, so we would not see it close
-            (void)::close(pair[0]);
-            Serve(pair[1], daemonSocket, heard);
-            ::_exit(0);
-        }
-        (void)::close(pair[1]);
-        socket_ = pair[0];
+std::string Quoted(const std::string& text)
+{
+    std::string quoted = "\"";
+    for (const char c : text) {
+        quoted += c == '"' || c == '\\' ? std::string("\\") + c : std::string(1, c);
     }
-    void Ask(char what) const
-    {
-        std::array<char, REQUEST_BYTES> bytes{what};
-        Require(::write(socket_, bytes.data(), REQUEST_BYTES) == REQUEST_BYTES &&
-                    ::read(socket_, bytes.data(), bytes.size()) == REPLY_BYTES,
-            "a client does not answer");
-    }
-    void End() const
-    {
-        (void)::kill(pid_, SIGKILL);
-        (void)::waitpid(pid_, nullptr, 0);
-    }
+    return quoted + '"';
+}
 
-private:
-    static void Serve(int socket, const std::string& daemonSocket, int heard)
-    {
-        sptr<ITrellisService> service;
-        std::array<char, REQUEST_BYTES> bytes{};
-        while (::read(socket, bytes.data(), bytes.size()) > 0) {
-            if (bytes[0] == REGISTER) {
-                std::string error;
-                const sptr<IRemoteObject> root = Host::ConnectToDaemon(daemonSocket, error);
-                Require(root != nullptr, error);
-                service = iface_cast<ITrellisService>(Host::SamgrOf(root)->GetSystemAbility(TRELLIS_SERVICE_ID));
-                Require(service->RegisterTrellisCallback(new TrellisCallbackProxy(new Ear(heard))), "not registered");
-            }
-            Require(::write(socket, bytes.data(), REPLY_BYTES) == REPLY_BYTES, "nobody waits for a reply");
-        }
-    }
+// What the peer tells of itself.
+std::string PeerAnswer()
+{
+    const std::string custom = R"({"subId":"4","shareState":1,"discType":"Action","actionId":7,"serviceId":)" +
+                               Quoted(Synfold::DevicePickerClient::SOFTBUS_RECEIVER_SERVICE_ID) +
+                               R"(,"custData":"{\"OH\":1}"})";
+    const std::string extra = R"({"CONN_ADDR_TYPE":2,"BLE_MAC":"02:00","CUSTOM_DATA":)" + Quoted(custom) + "}";
+    return R"({"deviceId":")" + std::string(PEER) + R"(","deviceName":"Peer","concurrentId":"tap","extraData":)" +
+           Quoted(extra) + "}";
+}
 
-    pid_t pid_ = -1;
-    int socket_ = -1;
-};
+// The tap is over, and the next may come.
+void EndTap()
+{
+    constexpr auto TAP = static_cast<int32_t>(TransmitEventType::TAP);
+    constexpr int32_t GOES_ON = 1;
+    constexpr int32_t CONFIRMED = 4;
+    TrellisService::HandleOnMotionState(TAP, GOES_ON, 0);
+    TrellisService::HandleOnMotionState(TAP, CONFIRMED, 0);
+    for (int look = 0; TrellisService::GetTapView().preparing; ++look) {
+        Require(look < 10'000, "a tap does not end");
+        (void)::poll(nullptr, 0, 1);
+    }
+}
 
-// The device, in this process, with radios that need no time.
-class BenchDevice {
-public:
-    explicit BenchDevice(const std::string& root) : root_(root)
-    {
-        fs::create_directories(Folder());
-        fs::create_directories(root + "/nearby");
-        WriteFile(Folder() + "/switch.cfg", {STATE_SHARE_ENABLE, DETECTABLE_LASTING, ACCOUNT_PERMISSION_OFF});
-        auto& device = Host::Device::Instance();
-        Require(device.Configure({"bench", std::string(64, 'B'), "phone", root}) &&
-                    Host::HostSettings::SeedFreshDevice({USER}),
-            "the device cannot be set up");
-        device.SetRadioTimings({{}, {}, {}, {}, {}, {}});
-        RuntimeEnv::Install({root, nullptr, Host::Scheduler::StartDetached});
-        LocalEngineConfig config;
-        config.nearbyFolder = root + "/nearby";
-        config.contactsFile = root + "/contacts";
-        config.device.id = "bench";
-        engine_ = std::make_shared<LocalEngine>(std::move(config));
-        std::string error;
-        Require(engine_->Start(error), error);
-        DelayedRefSingleton<ShareClient>::GetInstance().InstallBackend(engine_);
-        std::promise<void> started;
-        Host::AbilityHost::Instance().Start([&started] { started.set_value(); });
-        started.get_future().wait();
-        Host::SetOwnTokenId(Host::TokenId::OWNER);
-        Require(server_.Start(root, {{"owner", Host::TokenId::OWNER, 0600}}, Host::AbilityHost::Instance().RootObject(),
-                    {}, error),
-            error);
-    }
-    std::string Folder() const
-    {
-        return root_ + "/data/service/el2/" + std::to_string(USER) + "/pelago";
-    }
-    static void SwitchWifi(Host::WifiMode mode)
-    {
-        Host::Device::Instance().SwitchWifi(mode);
-    }
-    // Until the state that it was left with has been loaded: on.
-    static void AwaitOn()
-    {
-        const auto service = iface_cast<ITrellisService>(Host::AbilityHost::Instance().Find(TRELLIS_SERVICE_ID));
-        for (int look = 0; !service->IsEnabled(); ++look) {
-            Require(look < 5000, "the device does not come up");
-            (void)::poll(nullptr, 0, 1);
-        }
-    }
-
-private:
-    const std::string root_;
-    std::shared_ptr<LocalEngine> engine_;
-    Host::IpcServer server_;
-};
-
-// What one change leaves, without a service: rows of both tables, the state file and the recover file.
-void WriteBare(const std::string& folder, int rows)
+// What a change leaves, without a service: rows of both tables, and files.
+void WriteBare(const std::string& folder, int rows, int files)
 {
     for (int row = 0; row < rows; ++row) {
-        const auto table = row % 2 == 0 ? std::nullopt : std::optional<int32_t>(USER);
+        const auto table = row % 2 == 0 ? std::nullopt : std::optional<int32_t>(Bench::USER);
         Require(Host::HostSettings::Put("bench_" + std::to_string(row), "1", table), "no row written");
     }
-    for (const char* name : {"/bench.cfg", "/bench_recover.cfg"}) {
-        WriteFile(folder + name, {});
+    for (int i = 0; i < files; ++i) {
+        const std::array<int32_t, 3> fields{};
+        const std::string path = folder + "/bench_" + std::to_string(i) + ".cfg";
+        const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        Require(::write(file, fields.data(), sizeof(fields)) == sizeof(fields), "no file written");
+        (void)::close(file);
     }
 }
 
-bool Hears(int pipe, int limitMs)
-{
-    pollfd ear{pipe, POLLIN, 0};
-    char byte = 0;
-    return ::poll(&ear, 1, limitMs) == 1 && ::read(pipe, &byte, 1) == 1;
-}
+struct Road {
+    const char* name;
+    std::function<double()> begin; // the moment at which it begins, in nanoseconds
+    int rows;                      // of settings
+    int files;
+    bool isTap; // the application is told, and clients of the found device
+    std::vector<double> roads = {};
+    std::vector<double> floors = {};
+};
 
-void HearFrom(int pipe, size_t clients)
+void Measure(
+    Road& road, const Bench::Ears& ears, const std::string& folder, const std::vector<Client>& clients, size_t count)
 {
-    for (size_t i = 0; i < clients; ++i) {
-        Require(Hears(pipe, 10'000), "a client did not hear of a change");
+    const double start = road.begin();
+    road.roads.push_back((ears.Last(road.isTap ? 1 : count) - start) / 1000);
+    road.floors.push_back(Bench::MicrosecondsOf([&] {
+        WriteBare(folder, road.rows, road.files);
+        Bench::PingEach(clients, count + (road.isTap ? 1 : 0)); // the application is a client too, told twice
+    }));
+    if (road.isTap) {
+        EndTap();
     }
 }
 
-template <class Body>
-double Microseconds(Body body)
+// All roads in turns, each beside its floor. A switch that comes on also gives the permission: a row in both tables.
+void MeasureAll(Bench::Printer& printer, const Bench::Ears& ears, const std::string& folder,
+    const std::vector<Client>& clients, size_t count, const Framework& framework)
 {
-    const double start = Bench::NowNs();
-    body();
-    return (Bench::NowNs() - start) / 1000;
-}
-
-// Loss and return in turns, each beside its floor. A return also gives the permission: a row in both tables.
-void Measure(Bench::Printer& printer, const BenchDevice& device, const std::vector<Client>& clients, int pipe)
-{
-    struct Change {
-        const char* name;
-        Host::WifiMode mode;
-        int rows;
-        std::vector<double> roads;
-        std::vector<double> floors;
+    const auto radio = [](Host::WifiMode mode) {
+        return [mode] {
+            const double start = Bench::NowNs();
+            Host::Device::Instance().SwitchWifi(mode);
+            return start;
+        };
     };
-    Change changes[] = {{"Wi-Fi lost", Host::WifiMode::OFF, 4, {}, {}}, {"Wi-Fi back", Host::WifiMode::ON, 6, {}, {}}};
+    const auto ask = [&clients](Wish wish) { return [&clients, wish] { return clients[0].Ask(wish); }; };
+    const auto tap = [&framework, answer = PeerAnswer()] {
+        const double start = Bench::NowNs();
+        framework.Tap(answer);
+        return start;
+    };
+    Road roads[] = {
+        {"Wi-Fi lost to the last callback", radio(Host::WifiMode::OFF), 4, 2, false},
+        {"Wi-Fi back to the last callback", radio(Host::WifiMode::ON), 6, 2, false},
+        {"request off to the last callback", ask(Wish::SWITCH_OFF), 4, 2, false},
+        {"request on to the last callback", ask(Wish::SWITCH_ON), 6, 1, false},
+        {"tap to application", tap, 0, 0, true},
+    };
     for (int round = 0; round < ROUNDS; ++round) {
-        for (Change& change : changes) {
-            change.roads.push_back(Microseconds([&] {
-                BenchDevice::SwitchWifi(change.mode);
-                HearFrom(pipe, clients.size());
-            }));
-            change.floors.push_back(Microseconds([&] {
-                WriteBare(device.Folder(), change.rows);
-                for (const Client& client : clients) {
-                    client.Ask(PING);
-                }
-            }));
+        for (Road& road : roads) {
+            Measure(road, ears, folder, clients, count);
         }
     }
-    for (const Change& change : changes) {
-        const std::string name = std::string(change.name) + ", " + std::to_string(clients.size()) + " client(s)";
-        printer.Print({name, "us", Bench::Median(change.roads), Bench::Median(change.floors), AIM, true});
+    for (const Road& road : roads) {
+        const std::string name = std::string(road.name) + ", " + std::to_string(count) + " client(s)";
+        printer.Print({name, "us", Bench::Median(road.roads), Bench::Median(road.floors)});
     }
 }
 
@@ -255,33 +160,29 @@ void Measure(Bench::Printer& printer, const BenchDevice& device, const std::vect
 
 int main(int argc, char** argv)
 {
-    (void)Bench::PinToCpu(0); // without it the figures are noisier
-    std::string root = fs::exists("/dev/shm") ? "/dev/shm/event_bench.XXXXXX" : "/tmp/event_bench.XXXXXX";
-    Require(::mkdtemp(root.data()) != nullptr, "no folder");
-    std::array<int, 2> heard{};
-    Require(::pipe2(heard.data(), O_CLOEXEC) == 0, "no pipe");
-    std::vector<Client> all; // made before the first thread
-    for (size_t i = 0; i < CLIENTS[std::size(CLIENTS) - 1]; ++i) {
-        all.emplace_back(root + "/owner.sock", heard[1]);
-    }
-    Bench::Printer printer("event_bench", argc, argv);
+    Bench::PinToCpu(0);
     {
-        const BenchDevice device(root);
-        BenchDevice::AwaitOn();
+        const Bench::MemoryFolder root;
+        const Bench::Ears ears;
         std::vector<Client> clients;
+        for (size_t i = 0; i <= CLIENTS[std::size(CLIENTS) - 1]; ++i) { // one more, for the floor of a tap
+            clients.emplace_back(root.Path(), ears.WriteEnd());
+        }
+        const auto framework = std::make_shared<Framework>();
+        Synfold::InstallCollabBackend(framework);
+        const Bench::Device device(root.Path());
+        const auto peer = device.NewPeer(PEER);
+        Host::Device::Instance().SetFocused(clients[0].Pid(), true);
+        Bench::Printer printer("event_bench", argc, argv);
+        size_t joined = 0;
         for (const size_t count : CLIENTS) {
-            while (clients.size() < count) {
-                all[clients.size()].Ask(REGISTER);
-                clients.push_back(all[clients.size()]);
+            for (; joined < count; ++joined) {
+                (void)clients[joined].Ask(Wish::CONNECT);
+                (void)clients[joined].Ask(joined == 0 ? Wish::JOIN_ALL : Wish::REGISTER);
             }
-            while (Hears(heard[0], 100)) { // the load may still have something to tell
-            }
-            Measure(printer, device, clients, heard[0]);
+            ears.Drain();
+            MeasureAll(printer, ears, device.Folder(), clients, count, *framework);
         }
     }
-    for (const Client& client : all) {
-        client.End();
-    }
-    fs::remove_all(root);
     std::_Exit(0); // the threads of the device end with the process
 }

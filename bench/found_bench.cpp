@@ -1,6 +1,5 @@
 // What a found report of a known peer costs the service, from the engine's request to its return less the time in which
 // the client is being called, by how many peers are known. The floor is the same report while ten are known.
-#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -39,12 +38,6 @@ public:
     double spentNs = 0;
 };
 
-[[noreturn]] void Fail(const char* what)
-{
-    (void)std::fprintf(stderr, "found_bench: %s\n", what);
-    std::exit(1);
-}
-
 // Ids as random as real ones. Most peers are strangers; every fifth belongs to a contact, who has two devices.
 std::vector<ShareDevice> MakePeers(size_t count)
 {
@@ -80,14 +73,14 @@ public:
         MessageOption option;
         if (!data.WriteInterfaceToken(ISubscribeListener::GetDescriptor()) || !data.WriteInt32(1) ||
             !peer.WriteToParcel(data)) {
-            Fail("a report could not be written");
+            Bench::Fail("a report could not be written");
         }
         client_.spentNs = 0;
         const double start = Bench::NowNs();
         const int result = listener_->OnRemoteRequest(static_cast<uint32_t>(code), data, reply, option);
         const double spent = Bench::NowNs() - start - client_.spentNs;
         if (result != ERR_NONE) {
-            Fail("a report was refused");
+            Bench::Fail("a report was refused");
         }
         return spent;
     }
@@ -116,7 +109,7 @@ void RunRound(Engine& engine, const std::vector<ShareDevice>& peers, std::vector
         (void)engine.Report(SubscribeListenerCode::ON_DEVICE_LOST, peer); // shrinks, is not measured
     }
     if (CacheMapManager::Sizes().mergeDevices != 0 || !CacheMapManager::CheckInvariants().empty()) {
-        Fail("peers were left behind");
+        Bench::Fail("peers were left behind");
     }
 }
 
@@ -125,11 +118,11 @@ void RunRound(Engine& engine, const std::vector<ShareDevice>& peers, std::vector
 int main(int argc, char** argv)
 {
     Bench::Printer printer("found_bench", argc, argv);
-    (void)Bench::PinToCpu(0); // without it the figures are noisier
+    Bench::PinToCpu(0);
     const sptr<TrellisService> service = new TrellisService(TRELLIS_SERVICE_ID, false);
     const sptr<CountingClient> client = new CountingClient();
     if (!service->RegisterTrellisCallback(new TrellisCallbackProxy(client))) {
-        Fail("the client could not be registered");
+        Bench::Fail("the client could not be registered");
     }
     const std::vector<ShareDevice> peers = MakePeers(PEERS[std::size(PEERS) - 1]);
     std::vector<std::vector<double>> samples(std::size(PEERS));
@@ -138,12 +131,12 @@ int main(int argc, char** argv)
         RunRound(engine, peers, samples);
     }
     if (client->found != ROUNDS * (peers.size() + std::size(PEERS) * REPORTS)) {
-        Fail("the client did not hear of every report");
+        Bench::Fail("the client did not hear of every report");
     }
     const double floor = Bench::Median(samples[0]);
     for (size_t step = 0; step < std::size(PEERS); ++step) {
         const std::string name = "found report, " + std::to_string(PEERS[step]) + " known peers";
-        printer.Print({name, "ns", Bench::Median(samples[step]), floor, AIM, true});
+        printer.Print({name, "ns", Bench::Median(samples[step]), floor, AIM});
     }
     return 0;
 }

@@ -1,19 +1,15 @@
 // How long a gesture takes until the framework is given the preview of what the application shows: the application in
 // front is found and told, answers with a text of a few kilobytes, and the preview is built; less the time in which the
 // application is being called. With one application that wants gestures, which is the floor, and with two hundred.
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "bench_util.h"
-#include "collab_backend.h"
-#include "core/trellis_service.h"
+#include "bench_device.h"
 #include "gesture/corvane_share_callback_manager.h"
 #include "gesture/share_api_callback_proxy.h"
 #include "gesture/share_focus_listener.h"
 #include "ipc_object_stub.h"
-#include "runtime_env.h"
 
 using namespace OHOS;
 using namespace OHOS::Pelago;
@@ -44,45 +40,18 @@ public:
 };
 
 // The framework takes everything, and knows when it was given a state last.
-class Framework : public Synfold::CollabBackend {
+class Framework : public Bench::QuietFramework {
 public:
-    int32_t RequestService(uint32_t, const sptr<Synfold::ServicePublishCallbackStub>&) override
-    {
-        return 0;
-    }
-    int32_t UnRequestService(uint32_t) override
-    {
-        return 0;
-    }
-    int32_t RequestServiceByParam(const std::string&, const sptr<Synfold::ServicePublishCallbackStub>&) override
-    {
-        return 0;
-    }
-    int32_t RegisterServiceDeliverCallback(int32_t, const sptr<Synfold::ServiceDeliverCallbackStub>&) override
-    {
-        return 0;
-    }
     int32_t PublishServiceState(const std::string&, const std::string&, const std::string& extraInfo, int32_t) override
     {
         publishedNs = Bench::NowNs();
         size = extraInfo.size();
         return 0;
     }
-    int32_t SubscribeNotifyDisconnect(
-        const std::string&, const std::string&, const std::string&, const sptr<Synfold::CallbackSkeleton>&) override
-    {
-        return 0;
-    }
 
     double publishedNs = 0;
     size_t size = 0; // of the text that was published last
 };
-
-[[noreturn]] void Fail(const char* what)
-{
-    (void)std::fprintf(stderr, "gesture_bench: %s\n", what);
-    std::exit(1);
-}
 
 BytesInfo MakeAnswer()
 {
@@ -106,11 +75,11 @@ double MeasureGestures(TrellisService& service, CountingApplication& inFront, co
         const double start = Bench::NowNs();
         TrellisService::NotifyCorvaneShareApiCBOnSwingEvent(0, 0, 0, "bench", -1);
         if (!service.SendBytes(placeholder, answer)) {
-            Fail("the answer was not taken");
+            Bench::Fail("the answer was not taken");
         }
         samples.push_back(framework.publishedNs - start - inFront.spentNs);
         if (framework.size < answer.previewData.size()) {
-            Fail("the preview was not published");
+            Bench::Fail("the preview was not published");
         }
     }
     return Bench::Median(samples);
@@ -126,7 +95,7 @@ double RunStep(
             pid == IN_FRONT ? inFront : sptr<CountingApplication>(new CountingApplication());
         if (!manager->AddShareApiCallback(pid, new ShareApiCallbackProxy(object)) ||
             !manager->AddShareEventCallback(pid, 1, ShareEvent::GESTURES)) {
-            Fail("an application could not be registered");
+            Bench::Fail("an application could not be registered");
         }
     }
     const double median = MeasureGestures(service, *inFront, framework);
@@ -134,7 +103,7 @@ double RunStep(
         manager->ApiCallbackDeath(pid);
     }
     if (manager->GetSizes().apps != 0) {
-        Fail("applications were left behind");
+        Bench::Fail("applications were left behind");
     }
     return median;
 }
@@ -144,9 +113,7 @@ double RunStep(
 int main(int argc, char** argv)
 {
     Bench::Printer printer("gesture_bench", argc, argv);
-    (void)Bench::PinToCpu(0); // without it the figures are noisier
-    // There is nothing to replay, so that it may as well run at once.
-    RuntimeEnv::Install({"", nullptr, [](const std::string&, std::function<void()> body) { body(); }});
+    Bench::PinToCpu(0);
     const auto framework = std::make_shared<Framework>();
     Synfold::InstallCollabBackend(framework);
     const sptr<TrellisService> service = new TrellisService(TRELLIS_SERVICE_ID, false);
@@ -160,12 +127,12 @@ int main(int argc, char** argv)
         }
     }
     if (inFront->told != ROUNDS * GESTURES * std::size(APPLICATIONS)) {
-        Fail("the application in front did not hear of every gesture");
+        Bench::Fail("the application in front did not hear of every gesture");
     }
     const double floor = Bench::Median(samples[0]);
     for (size_t step = 0; step < std::size(APPLICATIONS); ++step) {
         const std::string name = "gesture to preview, " + std::to_string(APPLICATIONS[step]) + " applications";
-        printer.Print({name, "ns", Bench::Median(samples[step]), floor, AIM, true});
+        printer.Print({name, "ns", Bench::Median(samples[step]), floor, AIM});
     }
     return 0;
 }

@@ -17,6 +17,7 @@ namespace {
 
 constexpr int SAMPLES = 301;
 constexpr double AIM = 1.5;
+constexpr const char* LOST = "a record did not survive the road";
 
 // The fields of a ShareDeviceInfo without anything around them.
 struct PlainDevice {
@@ -150,12 +151,6 @@ Device Sample(size_t avatarSize)
     return device;
 }
 
-[[noreturn]] void Fail()
-{
-    (void)std::fprintf(stderr, "record_bench: a record did not survive the road\n");
-    std::exit(1);
-}
-
 Bench::Pair Measure(size_t avatarSize, int calls)
 {
     auto record = Sample<ShareDeviceInfo>(avatarSize);
@@ -168,18 +163,14 @@ Bench::Pair Measure(size_t avatarSize, int calls)
         [&record] {
             Parcel parcel;
             ShareDeviceInfo fresh;
-            if (!record.WriteToParcel(parcel) || !fresh.ReadFromParcel(parcel)) {
-                Fail();
-            }
+            Bench::Require(record.WriteToParcel(parcel) && fresh.ReadFromParcel(parcel), LOST);
             Bench::Keep(fresh);
         },
         [&plain] {
             Buffer buffer;
             PlainDevice fresh;
             PutAll(buffer, plain);
-            if (!TakeAll(buffer, fresh)) {
-                Fail();
-            }
+            Bench::Require(TakeAll(buffer, fresh), LOST);
             Bench::Keep(fresh);
         },
         SAMPLES, calls);
@@ -190,7 +181,7 @@ Bench::Pair Measure(size_t avatarSize, int calls)
 int main(int argc, char** argv)
 {
     Bench::Printer printer("record_bench", argc, argv);
-    (void)Bench::PinToCpu(0); // without it the figures are noisier
+    Bench::PinToCpu(0);
     struct Row {
         const char* name;
         size_t avatarSize;
@@ -199,7 +190,7 @@ int main(int argc, char** argv)
     for (const Row& row : {Row{"ShareDeviceInfo there and back, avatar 64 B", 64, 2000},
              Row{"ShareDeviceInfo there and back, avatar 64 KiB", 65536, 200}}) {
         const Bench::Pair pair = Measure(row.avatarSize, row.calls);
-        printer.Print({row.name, "ns", pair.value, pair.floor, AIM, true});
+        printer.Print({row.name, "ns", pair.value, pair.floor, AIM});
     }
     return 0;
 }

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <future>
@@ -23,6 +22,7 @@
 
 using namespace OHOS;
 using namespace OHOS::Pelago;
+using Bench::Require;
 namespace fs = std::filesystem;
 
 namespace {
@@ -30,19 +30,6 @@ namespace {
 constexpr size_t ROUNDS = 5;
 constexpr size_t PIPE_BYTES = 1024 * 1024;
 constexpr double AIM = 0.8;
-
-[[noreturn]] void Fail(const char* what)
-{
-    (void)std::fprintf(stderr, "transfer_bench: %s\n", what);
-    std::exit(1);
-}
-
-void Require(bool holds, const char* what)
-{
-    if (!holds) {
-        Fail(what);
-    }
-}
 
 // Moves `size` bytes by way of a pipe. A file is read or written from its beginning, a socket as it comes.
 void SpliceAll(int from, bool fromFile, int to, bool toFile, size_t size)
@@ -152,16 +139,12 @@ public:
     std::promise<double> done;
 };
 
-// The other device, in a process of its own, until it is killed.
-pid_t StartReceiver(const fs::path& root, int accepted)
+// The other device, until its process is killed.
+[[noreturn]] void Receive(const fs::path& root, int accepted)
 {
-    pid_t child = ::fork();
-    if (child != 0) {
-        return child;
-    }
     LocalEngine engine(ConfigOf(root, "receiver"));
     std::string error;
-    Require(engine.Start(error), error.c_str());
+    Require(engine.Start(error), error);
     sptr<IRemoteObject> publisher = new IPCObjectStub(IPublishListener::GetDescriptor());
     sptr<IRemoteObject> receiving = new Receiving(root / "inbox", accepted);
     engine.EnableDiscoveryPolicy(1);
@@ -231,31 +214,24 @@ int main(int argc, char** argv)
     const size_t mib = MibOf(argc, argv);
     const size_t size = mib * 1024 * 1024;
     Bench::Printer printer("transfer_bench", argc, argv);
-    std::string pattern = "/dev/shm/pelago-bench-XXXXXX";
-    Require(::mkdtemp(pattern.data()) != nullptr, "no folder on a memory file system");
-    const fs::path root = pattern;
+    const Bench::MemoryFolder folder;
+    const fs::path root = folder.Path();
     fs::create_directory(root / "inbox");
     FillFile(root / "source", size);
-    std::array<int, 2> accepted{};
-    Require(::pipe2(accepted.data(), O_CLOEXEC) == 0, "no pipe");
-
-    const pid_t receiver = StartReceiver(root, accepted[1]);
-    (void)ReadMoment(accepted[0]);
+    const Bench::Child receiver([&root](int parent) { Receive(root, parent); });
+    (void)ReadMoment(receiver.Socket()); // it is ready
     std::vector<double> floors;
     std::vector<double> rates;
     {
         LocalEngine engine(ConfigOf(root, "sender"));
         std::string error;
-        Require(engine.Start(error), error.c_str());
-        (void)Transfer(engine, root, accepted[0]); // warms both up
+        Require(engine.Start(error), error);
+        (void)Transfer(engine, root, receiver.Socket()); // warms both up
         for (size_t round = 0; round < ROUNDS; ++round) {
             floors.push_back(static_cast<double>(mib) / BareSplice(root / "source", root / "bare", size));
-            rates.push_back(static_cast<double>(mib) / Transfer(engine, root, accepted[0]));
+            rates.push_back(static_cast<double>(mib) / Transfer(engine, root, receiver.Socket()));
         }
     }
-    (void)::kill(receiver, SIGKILL);
-    (void)::waitpid(receiver, nullptr, 0);
-    fs::remove_all(root);
     printer.Print({std::to_string(mib) + " MiB, accept to end", "MiB/s", Bench::Median(rates), Bench::Median(floors),
         AIM, false});
     return 0;
