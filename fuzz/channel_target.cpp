@@ -241,11 +241,11 @@ private:
     {
         std::array<int, 2> ends{-1, -1};
         Demand(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()) == 0, "no sockets");
-        peer_ = UniqueFd(ends[0]);
-        channel_ = Channel::Open(context_->loop, UniqueFd(ends[1]), STALL_LIMIT_MS);
+        peer_ = Host::UniqueFd(ends[0]);
+        channel_ = Channel::Open(context_->loop, Host::UniqueFd(ends[1]), STALL_LIMIT_MS);
         Demand(channel_ != nullptr, "no channel");
         channel_->SetHandlers(
-            [this](FrameType type, std::string_view body, UniqueFd fd) {
+            [this](FrameType type, std::string_view body, Host::UniqueFd fd) {
                 Demand(type == FrameType::ACCEPT || !fd, "a descriptor came with a frame that has none");
                 CheckBody(type, body);
                 channel_->Send(type, body); // what can be read can be written
@@ -268,10 +268,10 @@ private:
     void BeAskedForAnswer()
     {
         std::string error;
-        UniqueFd listening;
+        Host::UniqueFd listening;
         Demand(context_->folder.Serve("peer", NOTE_SUFFIX, listening, error), error);
         notes_.Send("peer", feed_.Text().substr(0, MAX_NOTE_BYTES), [](bool) {}); // longer ones are refused before
-        peer_ = UniqueFd(::accept4(listening.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+        peer_ = Host::UniqueFd(::accept4(listening.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
         Demand(static_cast<bool>(peer_), "a note does not come");
         context_->folder.RemoveSocket("peer", NOTE_SUFFIX);
     }
@@ -347,7 +347,7 @@ private:
     Inbox inbox_;
     NoteBox notes_;
     std::shared_ptr<Channel> channel_;
-    UniqueFd peer_;
+    Host::UniqueFd peer_;
     std::string heard_;
     size_t steps_ = 0;
     size_t quiet_ = 0;

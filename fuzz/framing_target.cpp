@@ -32,7 +32,6 @@ using Ipc::ControlMessage;
 using Ipc::EndReason;
 using Ipc::MessageHead;
 using Ipc::ObjectRecord;
-using Ipc::UniqueFd;
 
 constexpr size_t MOST_STEPS = 24;
 constexpr size_t MOST_CHUNK_DESCRIPTORS = 4;
@@ -56,11 +55,11 @@ Host::IpcLimits Limits()
     return limits;
 }
 
-std::pair<UniqueFd, UniqueFd> Pair()
+std::pair<Host::UniqueFd, Host::UniqueFd> Pair()
 {
     std::array<int, 2> ends{-1, -1};
     Demand(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == 0, "no socket pair");
-    return {UniqueFd(ends[0]), UniqueFd(ends[1])};
+    return {Host::UniqueFd(ends[0]), Host::UniqueFd(ends[1])};
 }
 
 // A peer that takes nothing loses what is sent.
@@ -139,7 +138,7 @@ size_t ReadFields(MessageParcel& parcel)
     while (parcel.GetReadableBytes() < before) {
         before = parcel.GetReadableBytes();
         objects += parcel.ReadRemoteObject() != nullptr ? 1U : 0U;
-        UniqueFd file(parcel.ReadFileDescriptor());
+        Host::UniqueFd file(parcel.ReadFileDescriptor());
         int32_t size = parcel.ReadInt32();
         (void)parcel.ReadRawData(static_cast<size_t>(size)); // null is an answer too
         (void)parcel.ReadString();                           // likewise empty
@@ -256,9 +255,9 @@ public:
         return daemon;
     }
 
-    UniqueFd Connect() const
+    Host::UniqueFd Connect() const
     {
-        UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        Host::UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         (void)Path().copy(address.sun_path, sizeof(address.sun_path) - 1); // a short one
@@ -361,8 +360,8 @@ private:
         lanes_.push_back(std::move(ends.first));
     }
 
-    UniqueFd control_;
-    std::vector<UniqueFd> lanes_;
+    Host::UniqueFd control_;
+    std::vector<Host::UniqueFd> lanes_;
 };
 
 void PlayDaemon(Feed& feed)

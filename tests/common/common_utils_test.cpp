@@ -1,13 +1,8 @@
-#include <unistd.h>
-
 #include <clocale>
-#include <filesystem>
-#include <string>
 #include <tuple>
 
-#include <gtest/gtest.h>
-
 #include "common_utils.h"
+#include "folders.h"
 #include "host/device.h"
 #include "host/faults.h"
 #include "host/scheduler.h"
@@ -22,14 +17,11 @@ using Host::Scheduler;
 
 class CommonUtilsTest : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(Scheduler::Instance().UseManualTime());
-    }
+    const bool manual_ = Scheduler::Instance().UseManualTime();
     LogTap tap_;
 };
 
-TEST_F(CommonUtilsTest, TheUdidIsHashedAndMadeAnonymous)
+TEST_F(CommonUtilsTest, TheUdidIsHashedAndMadeAnonymousAndDeviceTypesHaveTheNumbersThatPeersKnow)
 {
     const std::string hash = "BA7816BF8F01CFEA414140DE5DAE2223B00361A396177A9CB410FF61F20015AD"; // SHA-256 of "abc"
     ASSERT_TRUE(Device::Instance().Configure({"Blue phone", "abc", "phone", ""}));
@@ -49,10 +41,7 @@ TEST_F(CommonUtilsTest, TheUdidIsHashedAndMadeAnonymous)
     EXPECT_EQ(CommonUtils::GetAnonymousUdid("012345678"), "");
     EXPECT_EQ(CommonUtils::GetAnonymousUdid("0123456789"), "01234**56789");
     EXPECT_EQ(CommonUtils::GetAnonymousUdid(hash), "BA781**015AD");
-}
 
-TEST_F(CommonUtilsTest, DeviceTypesHaveTheNumbersThatPeersKnow)
-{
     const std::tuple<const char*, int, const char*> rows[] = {{"phone", 14, "00E"}, {"default", 14, "00E"},
         {"pc", 12, "00C"}, {"tablet", 17, "011"}, {"watch", 109, "06D"}, {"car", 131, "083"}, {"tv", 156, "09C"},
         {"2in1", 2607, "A2F"}, {"", 0, "000"}, {"Phone", 0, "000"}, {"phone ", 0, "000"}};
@@ -78,10 +67,9 @@ TEST_F(CommonUtilsTest, WifiCountsWhenItIsUpOrHalfUp)
         (void)tap_.Take();
         EXPECT_EQ(CommonUtils::IsWifiAvailable(), available) << state;
         EXPECT_EQ(CommonUtils::IsWifiAvailableOrActivating(), orActivating) << state;
-        const Lines refusal = LinesOf(Log::SHARE, {std::string("Wifi is not available, curr state: ") + state});
-        const Lines answer =
-            LinesOf(Log::SHARE, {std::string("curr state: ") + state + (orActivating ? ", ret: 1" : ", ret: 0")});
-        EXPECT_EQ(tap_.Take(), available ? answer : refusal + answer);
+        const std::string answer = std::string("curr state: ") + state + (orActivating ? ", ret: 1" : ", ret: 0");
+        const std::string refusal = std::string("Wifi is not available, curr state: ") + state;
+        EXPECT_EQ(tap_.Take(), available ? LinesOf(Log::SHARE, {answer}) : LinesOf(Log::SHARE, {refusal, answer}));
     }
 }
 
@@ -129,17 +117,16 @@ TEST_F(CommonUtilsTest, UsersAreAskedOfTheAccountService)
 
 TEST_F(CommonUtilsTest, APathIsValidWhenItLeadsSomewhere)
 {
-    const std::string folder = testing::TempDir() + "common_utils_" + std::to_string(getpid());
-    std::filesystem::create_directories(folder);
-    std::filesystem::create_symlink("nowhere", folder + "/dangling");
+    const TestFolder testFolder;
+    const std::string folder = testFolder.path;
+    fs::create_symlink("nowhere", folder + "/dangling");
     EXPECT_TRUE(CommonUtils::IsValidPath((folder + "/../").c_str()) && CommonUtils::IsFileExist(folder));
     EXPECT_FALSE(CommonUtils::IsFileExist(folder + "/other") || CommonUtils::IsFileExist(folder + "/dangling"));
     EXPECT_FALSE(CommonUtils::IsValidPath((folder + "/dangling").c_str()) || CommonUtils::IsValidPath(nullptr));
     EXPECT_EQ(tap_.Take().at(0), LinesOf(Log::SHARE, {"file path is not real path!"}).at(0));
-    std::filesystem::remove_all(folder);
 }
 
-TEST_F(CommonUtilsTest, TextsAreCutBetweenCharacters)
+TEST_F(CommonUtilsTest, TextsAreCutBetweenCharactersAndTheFrontHalfOfANameIsMasked)
 {
     const std::string many(1024, 'a');
     const std::tuple<std::string, uint32_t, std::string> rows[] = {
@@ -161,13 +148,10 @@ TEST_F(CommonUtilsTest, TextsAreCutBetweenCharacters)
         EXPECT_STREQ(std::setlocale(LC_CTYPE, nullptr), "C") << "the locale is as before";
     }
     EXPECT_EQ(tap_.Take(), LinesOf(Log::SHARE, {"input multiByteStr size over max size", "mbstowcs failed"}));
-}
 
-TEST_F(CommonUtilsTest, TheFrontHalfOfANameIsMasked)
-{
-    const std::pair<std::string, const char*> rows[] = {{"abcdef", "***def"}, {"abcde", "***cde"}, {"a", "***"},
+    const std::pair<std::string, const char*> names[] = {{"abcdef", "***def"}, {"abcde", "***cde"}, {"a", "***"},
         {"", "***"}, {"\u4e2d\u6587", "***\u6587"}, {"\u4e2d", "***"}, {std::string(1025, 'a'), "***"}};
-    for (const auto& [name, masked] : rows) {
+    for (const auto& [name, masked] : names) {
         EXPECT_EQ(CommonUtils::GetSecureDeviceName(name), masked) << name;
     }
 }

@@ -25,11 +25,6 @@ inline Lines LinesOf(LogLabel label, const std::vector<std::string>& texts)
     }
     return lines;
 }
-inline Lines operator+(Lines left, const Lines& right)
-{
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
 
 // What was logged since it was made, or since the last Take.
 class LogTap {

@@ -1,7 +1,3 @@
-#include <functional>
-
-#include <unistd.h>
-
 #include "ipc_types.h"
 #include "message_parcel.h"
 #include "process_scene.h"
@@ -167,7 +163,7 @@ TEST_F(DispatchProcess, AClientMayAskForEverythingFromInsideItsCallback)
 {
     sptr<CountingCallback> first = new CountingCallback();
     ASSERT_TRUE(iface_cast<ITrellisService>(service)->RegisterTrellisCallback(first));
-    first->during = [this] { AskForEverything({}); };
+    first->during = [this](const std::string&) { AskForEverything({}); };
     EXPECT_TRUE(device->As("app")->RegisterTrellisCallback(new CountingCallback()));
     EXPECT_TRUE(WaitUntil([this] { return answered.load(); }));
 }

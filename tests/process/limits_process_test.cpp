@@ -3,13 +3,9 @@
 #include <future>
 #include <list>
 
-#include <cJSON.h>
-
-#include "device_paths.h"
 #include "frame.h"
-#include "host/ability_host.h"
 #include "host/extension_host.h"
-#include "host/ipc_transport.h"
+#include "nearby_folder.h"
 #include "process_scene.h"
 #include "raw_peer.h"
 
@@ -59,10 +55,10 @@ TEST_F(Limits, OfWhatAProcessRegisters)
     const sptr<ApiCallback> callback = new ApiCallback([](int32_t, const ShareDeviceInfo&) {});
     ASSERT_TRUE(service->RegisterShareApiCallback(callback));
     device->SwitchOn();
-    std::string nearby;
-    for (const auto& file : std::filesystem::directory_iterator(Tools::DevicePaths::Nearby())) {
-        nearby = file.path().extension() == ".sock" ? file.path().string() : nearby;
-    }
+    Local::NearbyFolder nearby;
+    ASSERT_TRUE(nearby.Open(Tools::DevicePaths::Nearby(), error) &&
+                WaitUntil([&nearby] { return !nearby.PublishedIds().empty(); }));
+    const fs::path door = fs::path(Tools::DevicePaths::Nearby()) / (nearby.PublishedIds()[0] + ".sock");
     const std::pair<const char*, std::function<bool(int)>> rows[] = {
         {"gesture.callback-ids-of-process", [&](int i) { return service->RegisterShareEventCallback(2, i); }},
         {"ability.registrations-of-process",
@@ -75,7 +71,7 @@ TEST_F(Limits, OfWhatAProcessRegisters)
         {"engine.guests-of-process",
             [&](int) {
                 const std::string watch = Local::MakeFrame(Local::FrameType::WATCH);
-                guests.push_back(RawSocket::Connect(nearby));
+                guests.push_back(RawSocket::Connect(door));
                 (void)guests.back().Send(Bytes(watch.begin(), watch.end())); // fails once it is hung up on
                 return WaitUntil([&] { return guests.back().IsTaken(); }) &&
                        device->Dumped("engine", "refusedPeers") == 0;

@@ -4,39 +4,27 @@
 #include <algorithm>
 #include <atomic>
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <functional>
-#include <iterator>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include <cJSON.h>
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <gtest/gtest.h>
-
-#include "callback_stubs.h"
 #include "device_paths.h"
+#include "folders.h"
 #include "host/ability_host.h"
 #include "host/control_interface.h"
 #include "host/ipc_transport.h"
-#include "i_trellis_service.h"
 #include "recording_client.h"
 #include "wait_until.h"
 
 namespace OHOS::Pelago {
 
-namespace fs = std::filesystem;
-
-inline size_t CountEntries(const fs::path& folder)
+inline int FromEnvironment(const char* name, int otherwise)
 {
-    std::error_code error;
-    return static_cast<size_t>(std::distance(fs::directory_iterator(folder, error), {}));
+    const char* text = std::getenv(name);
+    return text == nullptr ? otherwise : std::atoi(text);
 }
 
 // A child process, ended with its owner. Its standard output and error go to a file.
@@ -210,17 +198,9 @@ private:
 // A home of its own for each case, from before the members of the case are made until they have gone.
 class ProcessScene : public testing::Test {
 protected:
-    ProcessScene()
-    {
-        std::string pattern = "/tmp/pelago-test.XXXXXX"; // short: sockets have little room
-        EXPECT_NE(::mkdtemp(pattern.data()), nullptr);
-        home_ = pattern;
-        EXPECT_EQ(::setenv("PELAGO_HOME", pattern.c_str(), 1), 0);
-    }
     ~ProcessScene() override
     {
         EXPECT_TRUE(Host::DisconnectFromDaemons());
-        fs::remove_all(home_);
     }
 
     std::unique_ptr<RunningDevice> NewDevice(const std::string& id, const std::string& account = "") const
@@ -252,7 +232,9 @@ protected:
     }
 
 private:
-    fs::path home_;
+    const TestFolder folder_;
+    const fs::path home_ = folder_.path;
+    const int isHome_ = ::setenv("PELAGO_HOME", home_.c_str(), 1);
     int children_ = 0;
 };
 
@@ -274,12 +256,6 @@ private:
 // A callback that remembers the number of clients and counts losses.
 class CountingCallback : public RecordingCallback {
 public:
-    void OnEnableStatusChanged() override
-    {
-        if (during) {
-            during();
-        }
-    }
     void OnDeviceLost(const ShareDeviceInfo&) override
     {
         ++lost;
@@ -289,7 +265,6 @@ public:
         count = value;
     }
 
-    std::function<void()> during;
     std::atomic<int> lost{0};
     std::atomic<int> count{0}; // of clients, as told last
 };

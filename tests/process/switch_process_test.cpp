@@ -1,7 +1,4 @@
-#include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <random>
 
 #include "process_scene.h"
@@ -74,8 +71,7 @@ private:
 
 TEST_F(SwitchKills, LeaveFilesThatTheNextDaemonReads)
 {
-    const char* wanted = std::getenv("PELAGO_KILLS");
-    const int kills = wanted == nullptr ? KILLS : std::atoi(wanted);
+    const int kills = FromEnvironment("PELAGO_KILLS", KILLS);
     ASSERT_GT(kills, 0);
     ASSERT_TRUE(std::filesystem::exists(folder));
     std::mt19937 random(std::random_device{}());

@@ -1,10 +1,5 @@
-#include <algorithm>
-#include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <functional>
 #include <limits>
 #include <map>
 #include <random>
@@ -14,8 +9,6 @@
 // Tap after tap between two devices, many of them with trouble: each one ends, and nothing is left of it.
 namespace OHOS::Pelago {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int TAPS = 10; // unless PELAGO_TAPS says otherwise
 constexpr int TROUBLE_EVERY = 10;
@@ -29,12 +22,6 @@ constexpr int64_t MOST_GROWTH_KB = 12 * 1024;
 #endif
 constexpr const char* MEMORY = "KiB of memory";
 constexpr const char* CARD = "ada.vcf";
-
-int FromEnvironment(const char* name, int otherwise)
-{
-    const char* text = std::getenv(name);
-    return text == nullptr ? otherwise : std::atoi(text);
-}
 
 int64_t MemoryKb(pid_t pid)
 {

@@ -1,13 +1,8 @@
-#include <csignal>
-#include <iterator>
-
 #include "process_scene.h"
 
 // Files between two daemons, and what goes wrong on the way.
 namespace OHOS::Pelago {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr size_t MANY_FILES = 500;
 
@@ -83,8 +78,28 @@ TEST_F(Transfers, AReceivingDeviceThatDiesIsAFailureAndALoss)
     EXPECT_TRUE(fs::is_empty(in)) << "not even under a temporary name";
     EXPECT_TRUE(WaitUntil([&] { return callback->lost >= 1; }));
     EXPECT_TRUE(WaitUntil([this] { return !fs::exists(Home() / "run/nearby/tablet.sock"); })) << "it is tidied up";
-    EXPECT_EQ(phone->Dumped("sizes", "senders"), 0);
-    EXPECT_EQ(phone->Dumped("sizes", "adoptedDescriptors"), 0);
+    EXPECT_TRUE(phone->Shows({"\"senders\":0", "\"adoptedDescriptors\":0"}));
+    const auto again = NewDevice("tablet");
+    again->SwitchOn();
+    Pelago({"-d", "phone", "nearby", "--watch"})->Await("tablet");
+}
+
+TEST_F(Transfers, OfTwoDevicesOfAContactExactlyOneWins)
+{
+    ASSERT_EQ(Pelago({"contact", "ana", "--id", "7", "--name", "Ana"})->Wait(), 0);
+    const std::unique_ptr<RunningDevice> both[] = {NewDevice("first", "ana"), NewDevice("second", "ana")};
+    std::vector<std::unique_ptr<Child>> extensions;
+    for (const auto& device : both) {
+        device->SwitchOn();
+        extensions.push_back(Pelago({"-d", device->id, "receive", "--dir", in.string()}));
+        extensions.back()->Await("ready to receive");
+    }
+    const auto sender = Pelago({"-d", "phone", "send", "--to", "Ana", NewFile("film", 8 << 20).string()});
+    EXPECT_EQ(sender->Wait(), 0) << sender->Output();
+    for (const auto& device : both) {
+        EXPECT_TRUE(device->Shows({"\"offers\":0", "\"accepted\":0"}));
+    }
+    EXPECT_EQ(std::distance(fs::directory_iterator(in), {}), 1);
 }
 
 // With 500 files, and with one more: afterwards the device is as it was.
@@ -101,7 +116,7 @@ TEST_F(Transfers, FiveHundredFilesArriveAndOneMoreIsRefused)
     words.push_back(NewFile("last", 3 << 20).string());
     auto sender = Pelago(words);
     EXPECT_EQ(sender->Wait(), 0) << sender->Output();
-    EXPECT_EQ(static_cast<size_t>(std::distance(fs::directory_iterator(in), {})), MANY_FILES + 1);
+    EXPECT_EQ(CountEntries(in), MANY_FILES + 1);
     EXPECT_EQ(fs::file_size(in / "f499"), 499U);
     EXPECT_EQ(fs::file_size(in / "last"), 3U << 20);
     EXPECT_EQ(phone->Dumped("sizes", "adoptedDescriptors"), 0);

@@ -1,5 +1,3 @@
-#include <csignal>
-
 #include "process_scene.h"
 
 // What an observer is told of a device.

@@ -135,7 +135,8 @@ RunResult Simulate(const SimulationRun& run)
         if (report.fault[0] != '\0') {
             result.fault =
                 "life " + std::to_string(result.lives) + ", step " + std::to_string(report.steps) + ": " + report.fault;
-            if (!run.trace) {
+            if (!run.trace) { // told again, with all that the service says to it
+                (void)::setenv("PELAGO_SIM_LOG", "1", 1);
                 (void)LiveInChild({run.seed, run.steps, true}, result.lives, limit, before);
             }
         }

@@ -21,8 +21,8 @@ uint64_t FromEnvironment(const char* name, uint64_t otherwise)
     return text == nullptr ? otherwise : std::strtoull(text, nullptr, 10);
 }
 
-// A failure shows the steps of the life that it ended, and names the command that repeats the run; PELAGO_SIM_TRACE=1
-// shows every step.
+// A failure shows the life that it ended, steps and log, and names the command that repeats the run.
+// PELAGO_SIM_TRACE=1 shows every step, PELAGO_SIM_LOG=1 every line of the log.
 TEST(Simulation, NothingThatCanHappenBreaksAnInvariant)
 {
     SimulationRun run{FromEnvironment("PELAGO_SIM_SEED", DEFAULT_SEED),

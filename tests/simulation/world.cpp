@@ -270,7 +270,10 @@ std::string World::FindFileFault()
     const std::string& file = files_[inFront];
     std::string memory = std::to_string(snapshot.enableState) + "," + std::to_string(snapshot.detectableType);
     std::string disk = std::to_string(FieldOf(file, 0)) + "," + std::to_string(FieldOf(file, 1));
-    std::string settings = SettingOf(SettingKey::MAIN_STATE) + "," + SettingOf(SettingKey::DETECT_STATE);
+    // Meant: the settings name the type of a request that has left first use while it still waits for the radios.
+    std::string type =
+        snapshot.isEnabling ? std::to_string(snapshot.detectableType) : SettingOf(SettingKey::DETECT_STATE);
+    std::string settings = SettingOf(SettingKey::MAIN_STATE) + "," + type;
     if (disk != memory || settings != memory) {
         return "the switch is " + memory + ", the file of user " + std::to_string(inFront) + " says " + disk +
                ", the settings say " + settings;

@@ -80,6 +80,7 @@ std::vector<Limit> IpcRows()
         {"ipc.connection-unfinished-bytes", Number(ipc.unfinishedBytesPerConnection), BYTES, HUNG_UP},
         {"ipc.connection-unfinished-descriptors", Number(ipc.unfinishedDescriptorsPerConnection), NOTHING, HUNG_UP},
         {"ipc.user-connections", Number(ipc.connectionsPerUser), NOTHING, REFUSED},
+        {"ipc.process-connections", Number(ipc.connectionsPerProcess), NOTHING, REFUSED},
         {"ipc.requests-at-once", Number(Host::IPC_CONCURRENT_REQUESTS), NOTHING, "they wait unread"},
         {"ipc.call-time", MessageOption::TF_WAIT_TIME, SECONDS, "error 2004"},
         {"ipc.connect-time", Number(Host::IPC_CONNECT_LIMIT), MS, "the attempt fails"},

@@ -150,7 +150,7 @@ int Main(int argc, char** argv)
         "trellisd");
     AddOptions(app, options, readyFd);
     if (auto text = SaidOfItself(app, argc == 2 ? argv[1] : ""); text.has_value()) {
-        return std::fputs(text->c_str(), stdout) < 0 ? EXIT_FAILURE : EXIT_SUCCESS;
+        return std::fputs(text->c_str(), stdout) < 0 || std::fflush(stdout) != 0 ? EXIT_FAILURE : EXIT_SUCCESS;
     }
     try {
         app.parse(argc, argv);
@@ -158,6 +158,9 @@ int Main(int argc, char** argv)
         return app.exit(success);
     } catch (const CLI::ParseError& error) {
         return Fail(UsageError(app, error));
+    }
+    if (app.count("--man") + app.count("--completion") > 0) {
+        return Fail("--man and --completion stand alone; see: trellisd --help");
     }
     if (!DevicePaths::IsValidId(options.card.id)) {
         return Fail("a device's id is 1 to " + std::to_string(MAX_DEVICE_ID) + " of a-z, 0-9 and dash, not '" +

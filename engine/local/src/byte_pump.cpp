@@ -19,8 +19,8 @@ namespace {
 constexpr size_t PIPE_BYTES = size_t{1024} * 1024; // a wish: a user who has many gets the ordinary 64 KiB
 
 struct Pipe {
-    UniqueFd in;
-    UniqueFd out;
+    Host::UniqueFd in;
+    Host::UniqueFd out;
     size_t bytes = size_t{64} * 1024; // that it holds
 
     [[nodiscard]] bool Open()
@@ -29,8 +29,8 @@ struct Pipe {
         if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
             return false;
         }
-        out = UniqueFd(ends[0]);
-        in = UniqueFd(ends[1]);
+        out = Host::UniqueFd(ends[0]);
+        in = Host::UniqueFd(ends[1]);
         int got = ::fcntl(in.Get(), F_SETPIPE_SZ, PIPE_BYTES);
         bytes = got > 0 ? static_cast<size_t>(got) : bytes;
         return true;

@@ -16,7 +16,7 @@ constexpr size_t MOST_DESCRIPTORS = 253; // what the kernel can put into one mes
 
 } // namespace
 
-std::shared_ptr<Channel> Channel::Open(ControlLoop& loop, UniqueFd socket, int64_t unreadLimitMs)
+std::shared_ptr<Channel> Channel::Open(ControlLoop& loop, Host::UniqueFd socket, int64_t unreadLimitMs)
 {
     std::shared_ptr<Channel> channel(new Channel(loop, std::move(socket), unreadLimitMs));
     channel->watch_ =
@@ -35,7 +35,7 @@ void Channel::SetHandlers(FrameHandler onFrame, EndHandler onEnd)
     onEnd_ = std::move(onEnd);
 }
 
-void Channel::Send(FrameType type, std::string_view body, UniqueFd fd)
+void Channel::Send(FrameType type, std::string_view body, Host::UniqueFd fd)
 {
     if (!IsOpen() || finishing_) {
         return;
@@ -120,7 +120,7 @@ bool Channel::TakeDescriptors(const msghdr& message)
         for (size_t i = 0; i < count; ++i) {
             int fd = -1;
             std::memcpy(&fd, CMSG_DATA(head) + i * sizeof(int), sizeof(int));
-            UniqueFd owned(fd);
+            Host::UniqueFd owned(fd);
             fits = fits && !inFd_;
             if (fits) {
                 inFd_ = std::move(owned);
@@ -148,7 +148,7 @@ void Channel::TakeFrames()
         auto handler = onFrame_; // it may replace itself
         // Frames that stand before the one with the descriptor may have come in the same read.
         bool carries = header->type == FrameType::ACCEPT;
-        handler(header->type, body, carries ? std::exchange(inFd_, UniqueFd()) : UniqueFd());
+        handler(header->type, body, carries ? std::exchange(inFd_, Host::UniqueFd()) : Host::UniqueFd());
     }
     in_.erase(0, taken);
     if (IsOpen() && !finishing_ && in_.empty() && inFd_) {

@@ -20,18 +20,18 @@ namespace OHOS::Pelago::Local {
 class Channel : public std::enable_shared_from_this<Channel> {
 public:
     // `fd` is empty unless a descriptor came with the frame.
-    using FrameHandler = std::function<void(FrameType type, std::string_view body, UniqueFd fd)>;
+    using FrameHandler = std::function<void(FrameType type, std::string_view body, Host::UniqueFd fd)>;
     // Nothing comes after it. `why` is null when the peer has gone, else it says what the peer did wrong.
     using EndHandler = std::function<void(const char* why)>;
 
     // `socket` is connected and does not block. A frame that waits for the peer waits for `unreadLimitMs` at most.
-    [[nodiscard]] static std::shared_ptr<Channel> Open(ControlLoop& loop, UniqueFd socket, int64_t unreadLimitMs);
+    [[nodiscard]] static std::shared_ptr<Channel> Open(ControlLoop& loop, Host::UniqueFd socket, int64_t unreadLimitMs);
     ~Channel();
 
     // Who hears; may be replaced at any time, by a handler too. Without them frames are dropped.
     void SetHandlers(FrameHandler onFrame, EndHandler onEnd);
     // Queues a frame, and the descriptor that it carries, if any.
-    void Send(FrameType type, std::string_view body = {}, UniqueFd fd = {});
+    void Send(FrameType type, std::string_view body = {}, Host::UniqueFd fd = {});
     // No handler is called any more. What is queued is written while the peer takes it, for CLOSE_LIMIT_MS at most.
     void Finish();
     // As Finish, but at once.
@@ -45,10 +45,10 @@ private:
     struct Outgoing {
         std::string bytes;
         size_t written = 0;
-        UniqueFd fd;
+        Host::UniqueFd fd;
     };
 
-    Channel(ControlLoop& loop, UniqueFd socket, int64_t unreadLimitMs)
+    Channel(ControlLoop& loop, Host::UniqueFd socket, int64_t unreadLimitMs)
         : loop_(loop), unreadLimitMs_(unreadLimitMs), socket_(std::move(socket))
     {}
     void OnReady(uint32_t events);
@@ -65,7 +65,7 @@ private:
 
     ControlLoop& loop_;
     const int64_t unreadLimitMs_;
-    UniqueFd socket_;
+    Host::UniqueFd socket_;
     ControlLoop::Id watch_ = 0;
     ControlLoop::Id unfinished_ = 0;
     ControlLoop::Id unread_ = 0;
@@ -73,7 +73,7 @@ private:
     FrameHandler onFrame_;
     EndHandler onEnd_;
     std::string in_;
-    UniqueFd inFd_; // came, and its frame has not been taken yet
+    Host::UniqueFd inFd_; // came, and its frame has not been taken yet
     std::deque<Outgoing> out_;
     bool finishing_ = false;
 };

@@ -31,8 +31,8 @@ int64_t NowMs()
 
 bool ControlLoop::Start(std::string& error)
 {
-    epoll_ = UniqueFd(::epoll_create1(EPOLL_CLOEXEC));
-    wake_ = UniqueFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    epoll_ = Host::UniqueFd(::epoll_create1(EPOLL_CLOEXEC));
+    wake_ = Host::UniqueFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (!epoll_ || !wake_ || !Control(epoll_.Get(), EPOLL_CTL_ADD, wake_.Get(), EPOLLIN, WAKE_ID)) {
         error = std::string("cannot wait for sockets: ") + std::strerror(errno);
         return false;

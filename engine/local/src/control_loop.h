@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "host/scheduler.h"
-#include "unique_fd.h"
+#include "host/unique_fd.h"
 
 namespace OHOS::Pelago::Local {
 
@@ -68,8 +68,8 @@ private:
     std::thread::id thread_;
 
     // Of the loop's thread.
-    UniqueFd epoll_;
-    UniqueFd wake_;
+    Host::UniqueFd epoll_;
+    Host::UniqueFd wake_;
     Id lastId_ = 0;
     std::map<Id, Watched> watches_;
     std::map<std::pair<int64_t, Id>, Work> timers_; // by boot milliseconds

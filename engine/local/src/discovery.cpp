@@ -71,18 +71,19 @@ bool AddOnce(std::vector<sptr<IRemoteObject>>& listeners, const sptr<IRemoteObje
 
 void NearbyReports::Found(const sptr<IRemoteObject>& listener, const sptr<ShareDevice>& device)
 {
-    queue_.Post([listener, device] { SubscribeListenerProxy(listener).OnDeviceFound(device); });
+    queue_.Post([listener, device] { SubscribeListenerProxy(listener).OnDeviceFound(device); }, listener.GetRefPtr());
 }
 
 void NearbyReports::Lost(const sptr<IRemoteObject>& listener, const sptr<ShareDevice>& device)
 {
-    queue_.Post([listener, device] { SubscribeListenerProxy(listener).OnDeviceLost(device); });
+    queue_.Post([listener, device] { SubscribeListenerProxy(listener).OnDeviceLost(device); }, listener.GetRefPtr());
 }
 
 void NearbyReports::DiscoverResult(const sptr<IRemoteObject>& listener, int reason)
 {
     queue_.Post(
-        [listener, reason] { SubscribeListenerProxy(listener).OnDiscoverResult(LocalEngine::PUBLISH_ID, reason); });
+        [listener, reason] { SubscribeListenerProxy(listener).OnDiscoverResult(LocalEngine::PUBLISH_ID, reason); },
+        listener.GetRefPtr());
 }
 
 void NearbyReports::PublishResult(const sptr<IRemoteObject>& listener, int reason)
@@ -102,17 +103,22 @@ void NearbyReports::SwingStatus(const sptr<IRemoteObject>& listener, int code)
 
 bool NearbyReports::BeginAll(const sptr<IRemoteObject>& listener)
 {
-    {
-        std::lock_guard<std::mutex> lock(begun_->mutex);
-        if (!AddOnce(begun_->listeners, listener)) {
+    const auto isOver = [](const auto& one) { return one.expired(); };
+    begun_.erase(std::remove_if(begun_.begin(), begun_.end(), isOver), begun_.end());
+    for (const auto& one : begun_) {
+        if (const auto waiting = one.lock(); waiting != nullptr && *waiting == listener) {
             return false;
         }
     }
-    queue_.Post([begun = begun_, listener] {
-        std::lock_guard<std::mutex> lock(begun->mutex);
-        (void)Remove(begun->listeners, listener); // it was added above
-    });
+    const auto waiting = std::make_shared<const sptr<IRemoteObject>>(listener);
+    begun_.push_back(waiting);
+    queue_.Post([waiting] {}, listener.GetRefPtr()); // goes with it
     return true;
+}
+
+void NearbyReports::Forget(const sptr<IRemoteObject>& listener)
+{
+    queue_.Forget(listener.GetRefPtr());
 }
 
 void Discovery::Subscribe(const sptr<IRemoteObject>& listener)
@@ -121,10 +127,11 @@ void Discovery::Subscribe(const sptr<IRemoteObject>& listener)
     bool isNew = AddOnce(listeners_, listener);
     bool runs = Update();
     // Whoever asks faster than it listens would fill the memory with what it is told.
-    if (reports_->BeginAll(listener) || isNew) {
+    const bool isTold = reports_->BeginAll(listener) || isNew;
+    if (isTold) {
         TellAll(listener, runs ? DISCOVER_DONE : DISCOVER_FAILED);
     }
-    if (isFirst || peers_.empty()) {
+    if (isFirst || (isTold && peers_.empty())) {
         LookAtAll();
     }
 }
@@ -144,7 +151,8 @@ bool Discovery::UnSubscribe(const sptr<IRemoteObject>& listener)
     if (!Remove(listeners_, listener)) {
         return false;
     }
-    (void)Update(); // it has looked until now, or nobody could
+    reports_->Forget(listener); // who has stopped would take them for what a later start finds
+    (void)Update();             // it has looked until now, or nobody could
     return true;
 }
 
@@ -172,7 +180,7 @@ bool Discovery::Begin()
     const std::string& contacts = context_->config.contactsFile;
     contacts_.Load(contacts);
     bool mayWatch = !Host::Faults::Take("engine.watch");
-    UniqueFd fd(mayWatch ? ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK) : -1);
+    Host::UniqueFd fd(mayWatch ? ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK) : -1);
     std::string folder = "/proc/self/fd/" + std::to_string(context_->folder.Descriptor()) + "/.";
     folderWatch_ = fd ? ::inotify_add_watch(fd.Get(), folder.c_str(), FOLDER_EVENTS) : -1;
     watch_ = folderWatch_ < 0 ? 0 : context_->loop.Watch(fd.Get(), EPOLLIN, [this](uint32_t) { OnFolderEvents(); });
@@ -251,9 +259,10 @@ void Discovery::OnFolderEvent(const std::string& name, uint32_t what, bool isFol
 void Discovery::LookAtAll()
 {
     std::vector<std::string> ids = context_->folder.PublishedIds();
+    std::sort(ids.begin(), ids.end());
     std::vector<std::string> gone;
     for (const auto& [id, peer] : peers_) {
-        if (std::find(ids.begin(), ids.end(), id) == ids.end()) {
+        if (!std::binary_search(ids.begin(), ids.end(), id)) {
             gone.push_back(id);
         }
     }
@@ -286,7 +295,7 @@ void Discovery::Look(const std::string& id)
 
 void Discovery::Connect(const LocalDevice& device)
 {
-    UniqueFd socket;
+    Host::UniqueFd socket;
     switch (context_->folder.Connect(device.id, socket)) {
         case ConnectResult::CONNECTED:
             break;
@@ -305,7 +314,7 @@ void Discovery::Connect(const LocalDevice& device)
         return;
     }
     link->SetHandlers([this, id = device.id](FrameType, std::string_view,
-                          UniqueFd) { OnLinkEnd(std::string(id), "it speaks where it has nothing to say"); },
+                          Host::UniqueFd) { OnLinkEnd(std::string(id), "it speaks where it has nothing to say"); },
         // A copy: what the handler holds goes with the link.
         [this, id = device.id](const char* why) { OnLinkEnd(std::string(id), why); });
     link->Send(FrameType::WATCH);

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -27,17 +26,16 @@ public:
     void PublishResult(const sptr<IRemoteObject>& listener, int reason);
     void SwingStatus(const sptr<IRemoteObject>& listener, int code);
     // What is posted now is all that there is for a listener that may know some of it. False while it has not come to
-    // what was begun so before: that, and what followed, tells it everything, and nothing needs to be posted.
+    // what was begun so before: that, and what followed, tells it everything, and nothing needs to be posted. On the
+    // loop's thread.
     [[nodiscard]] bool BeginAll(const sptr<IRemoteObject>& listener);
+    // Drops what discovery has posted for a listener and what it has not heard yet.
+    void Forget(const sptr<IRemoteObject>& listener);
 
 private:
-    struct Begun {
-        std::mutex mutex;
-        std::vector<sptr<IRemoteObject>> listeners; // who have not come to it
-    };
-
     ListenerQueue queue_;
-    const std::shared_ptr<Begun> begun_ = std::make_shared<Begun>();
+    // Who have not come to it. What is posted owns them, so that none stays here when that was dropped unheard.
+    std::vector<std::weak_ptr<const sptr<IRemoteObject>>> begun_;
 };
 
 // How a swing of this device ends, as OnSwingStatus tells it.
@@ -117,7 +115,7 @@ private:
     std::vector<sptr<IRemoteObject>> swingListeners_;
     Contacts contacts_;
     std::map<std::string, Peer> peers_;
-    UniqueFd inotify_;
+    Host::UniqueFd inotify_;
     ControlLoop::Id watch_ = 0;
     int folderWatch_ = -1;
     std::map<std::string, ControlLoop::Id> lookingAgain_;

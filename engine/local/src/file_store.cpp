@@ -57,17 +57,17 @@ FileStore::~FileStore()
     }
 }
 
-UniqueFd FileStore::OpenNameless(std::string& hidden) const
+Host::UniqueFd FileStore::OpenNameless(std::string& hidden) const
 {
-    UniqueFd fd;
+    Host::UniqueFd fd;
     if (!Host::Faults::Take("engine.tmpfile")) {
-        fd = UniqueFd(::openat(directory_.Get(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, FILE_MODE));
+        fd = Host::UniqueFd(::openat(directory_.Get(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, FILE_MODE));
     }
     if (fd || errno == ENOSPC || errno == EDQUOT || errno == EACCES || errno == EMFILE || errno == ENFILE) {
         return fd;
     }
     hidden = HiddenName();
-    fd = UniqueFd(
+    fd = Host::UniqueFd(
         ::openat(directory_.Get(), hidden.c_str(), O_CREAT | O_EXCL | O_NOFOLLOW | O_RDWR | O_CLOEXEC, FILE_MODE));
     if (!fd) {
         hidden.clear();

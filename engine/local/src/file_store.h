@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "ending.h"
-#include "unique_fd.h"
+#include "host/unique_fd.h"
 
 namespace OHOS::Pelago::Local {
 
@@ -17,7 +17,7 @@ namespace OHOS::Pelago::Local {
 // copy, a receive that is done survives this process, not a loss of power.
 class FileStore {
 public:
-    explicit FileStore(UniqueFd directory) : directory_(std::move(directory))
+    explicit FileStore(Host::UniqueFd directory) : directory_(std::move(directory))
     {}
     ~FileStore();
     FileStore(const FileStore&) = delete;
@@ -32,17 +32,17 @@ public:
 
 private:
     struct File {
-        UniqueFd fd;
+        Host::UniqueFd fd;
         std::string name;   // that it is to have; that it has, once it is committed
         std::string hidden; // that it has until then; empty where it needs none
     };
 
-    [[nodiscard]] UniqueFd OpenNameless(std::string& hidden) const;
+    [[nodiscard]] Host::UniqueFd OpenNameless(std::string& hidden) const;
     [[nodiscard]] int Link(const File& file, const std::string& name) const; // 0 or errno
     [[nodiscard]] bool CommitOne(File& file, Outcome& failure) const;
     void TakeBack(size_t committed);
 
-    const UniqueFd directory_;
+    const Host::UniqueFd directory_;
     std::vector<File> files_;
 };
 

@@ -44,7 +44,7 @@ public:
         if (progress == nullptr || !IsWritableDirectory(directoryFd)) {
             return RECEIVER_BAD_ARGUMENT;
         }
-        UniqueFd own(::fcntl(directoryFd, F_DUPFD_CLOEXEC, 0));
+        Host::UniqueFd own(::fcntl(directoryFd, F_DUPFD_CLOEXEC, 0));
         if (!own) {
             return RECEIVER_BAD_ARGUMENT;
         }
@@ -97,7 +97,7 @@ Incoming::Incoming(std::shared_ptr<Context> context, std::shared_ptr<ListenerQue
 
 void Incoming::Ask(const RecvPreview& preview)
 {
-    channel_->SetHandlers([this](FrameType type, std::string_view body, UniqueFd) { OnFrame(type, body); },
+    channel_->SetHandlers([this](FrameType type, std::string_view body, Host::UniqueFd) { OnFrame(type, body); },
         [this](const char* why) { OnChannelEnd(why); });
     timer_ = context_->loop.After(std::clamp(offer_.timeoutMs, 1, TRANSMIT_TIMEOUT_MS), [this] {
         EndWith({Ending::NO_ANSWER, "nobody answered"});
@@ -166,7 +166,7 @@ void Incoming::OnChannelEnd(const char* why)
     EndWith(why == nullptr ? Outcome{Ending::LOST, "the sender has gone"} : Outcome{Ending::PROTOCOL, why});
 }
 
-int32_t Incoming::Accept(UniqueFd directory, const sptr<IReceiveProgress>& progress)
+int32_t Incoming::Accept(Host::UniqueFd directory, const sptr<IReceiveProgress>& progress)
 {
     if (state_ != State::OFFERED) {
         return RECEIVER_ENDED;
@@ -176,7 +176,7 @@ int32_t Incoming::Accept(UniqueFd directory, const sptr<IReceiveProgress>& progr
     }
     bytes_ = std::make_shared<Bytes>();
     bytes_->store = std::make_unique<FileStore>(std::move(directory));
-    UniqueFd forSender;
+    Host::UniqueFd forSender;
     context_->loop.CancelTimer(timer_);
     context_->receiving.insert(shared_from_this());
     state_ = State::ACCEPTED;
@@ -204,14 +204,14 @@ bool Incoming::Follow(const sptr<IReceiveProgress>& progress)
     return true;
 }
 
-bool Incoming::OpenByteSocket(UniqueFd& forSender)
+bool Incoming::OpenByteSocket(Host::UniqueFd& forSender)
 {
     std::array<int, 2> ends{};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
         return false;
     }
-    bytes_->socket = UniqueFd(ends[0]);
-    forSender = UniqueFd(ends[1]);
+    bytes_->socket = Host::UniqueFd(ends[0]);
+    forSender = Host::UniqueFd(ends[1]);
     // Smaller buffers are slower and nothing else.
     (void)::setsockopt(ends[1], SOL_SOCKET, SO_SNDBUF, &BYTE_SOCKET_BUFFER, sizeof(BYTE_SOCKET_BUFFER));
     return true;

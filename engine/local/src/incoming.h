@@ -33,7 +33,7 @@ public:
     }
 
     // As PelagoReceiver tells them.
-    [[nodiscard]] int32_t Accept(UniqueFd directory, const sptr<IReceiveProgress>& progress);
+    [[nodiscard]] int32_t Accept(Host::UniqueFd directory, const sptr<IReceiveProgress>& progress);
     [[nodiscard]] int32_t Refuse(int32_t reason);
     [[nodiscard]] int32_t Cancel();
 
@@ -52,7 +52,7 @@ private:
 
     // What the byte thread works on; shared so that the socket can be shut down under the thread.
     struct Bytes {
-        UniqueFd socket;
+        Host::UniqueFd socket;
         std::unique_ptr<FileStore> store;
         std::vector<std::string> names;
         Outcome outcome;
@@ -66,7 +66,7 @@ private:
     [[nodiscard]] bool IsOf(TransmitEventType event) const;
     void Show(const sptr<PelagoReceiver>& handle, const RecvPreview& preview) const;
     void OnShown();
-    [[nodiscard]] bool OpenByteSocket(UniqueFd& forSender);
+    [[nodiscard]] bool OpenByteSocket(Host::UniqueFd& forSender);
     [[nodiscard]] bool Follow(const sptr<IReceiveProgress>& progress);
     void StartBytes();
     void OnTaken(uint64_t taken);

@@ -16,15 +16,22 @@ public:
     ListenerQueue(std::shared_ptr<Activity> activity, const std::string& name)
         : activity_(std::move(activity)), queue_(Host::Scheduler::Instance().CreateQueue(name))
     {}
-    void Post(ControlLoop::Work work)
+    // `about`: by which Forget knows it.
+    void Post(ControlLoop::Work work, const void* about = nullptr)
     {
         // Without a thread nobody can be told; the scheduler has said so in the log.
-        (void)queue_->Post([activity = activity_, work = std::move(work)] {
+        auto task = [activity = activity_, work = std::move(work)] {
             if (activity->Enter()) {
                 work();
                 activity->Leave();
             }
-        });
+        };
+        (void)queue_->Post(std::move(task), 0, {about});
+    }
+    // Drops what waits and is about this.
+    void Forget(const void* about)
+    {
+        (void)queue_->CancelTagged(about); // most often nothing waits
     }
 
 private:

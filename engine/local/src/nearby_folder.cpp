@@ -97,7 +97,7 @@ bool NearbyFolder::Open(const std::string& path, std::string& error)
         error = WithReason("the nearby folder cannot be made");
         return false;
     }
-    UniqueFd folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    Host::UniqueFd folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     struct stat status {};
     if (!folder || ::fstat(folder.Get(), &status) != 0) {
         error = WithReason("the nearby folder cannot be opened");
@@ -129,18 +129,19 @@ std::string NearbyFolder::IdOf(std::string_view fileName)
     return IsDeviceId(id) ? std::string(id) : std::string();
 }
 
-UniqueFd NearbyFolder::TryLock() const
+Host::UniqueFd NearbyFolder::TryLock() const
 {
-    UniqueFd file(::openat(folder_.Get(), LOCK_FILE, O_CREAT | O_RDWR | O_NOFOLLOW | O_CLOEXEC, 0600));
+    Host::UniqueFd file(::openat(folder_.Get(), LOCK_FILE, O_CREAT | O_RDWR | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (file && ::flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
         file.Reset();
     }
     return file;
 }
 
-bool NearbyFolder::Serve(const std::string& id, std::string_view suffix, UniqueFd& listening, std::string& error) const
+bool NearbyFolder::Serve(
+    const std::string& id, std::string_view suffix, Host::UniqueFd& listening, std::string& error) const
 {
-    UniqueFd probe;
+    Host::UniqueFd probe;
     switch (Connect(id, probe, suffix)) {
         case ConnectResult::REFUSED:
             break;
@@ -153,7 +154,7 @@ bool NearbyFolder::Serve(const std::string& id, std::string_view suffix, UniqueF
             return false;
     }
     RemoveSocket(id, suffix);
-    UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    Host::UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     sockaddr_un address = AddressOf(folder_.Get(), id, suffix);
     if (!socket || ::bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
         ::listen(socket.Get(), WAITING_CONNECTIONS) != 0) {
@@ -169,9 +170,9 @@ void NearbyFolder::RemoveSocket(const std::string& id, std::string_view suffix) 
     (void)::unlinkat(folder_.Get(), (id + std::string(suffix)).c_str(), 0); // may never have been there
 }
 
-bool NearbyFolder::Publish(const LocalDevice& device, UniqueFd& listening, std::string& error) const
+bool NearbyFolder::Publish(const LocalDevice& device, Host::UniqueFd& listening, std::string& error) const
 {
-    UniqueFd socket;
+    Host::UniqueFd socket;
     if (!Serve(device.id, SOCKET_SUFFIX, socket, error)) {
         return false;
     }
@@ -188,7 +189,7 @@ bool NearbyFolder::WriteDescription(const LocalDevice& device, std::string& erro
 {
     std::string name = device.id + std::string(DESCRIPTION_SUFFIX);
     std::string temporary = "." + name;
-    UniqueFd file(
+    Host::UniqueFd file(
         ::openat(folder_.Get(), temporary.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, 0600));
     bool written = file && WriteAll(file.Get(), DescriptionText(device)) &&
                    ::renameat(folder_.Get(), temporary.c_str(), folder_.Get(), name.c_str()) == 0;
@@ -208,8 +209,8 @@ void NearbyFolder::Remove(const std::string& id) const
 
 void NearbyFolder::RemoveStale(const std::string& id) const
 {
-    UniqueFd lock = TryLock();
-    UniqueFd probe;
+    Host::UniqueFd lock = TryLock();
+    Host::UniqueFd probe;
     if (lock && Connect(id, probe) == ConnectResult::REFUSED) {
         Remove(id);
     }
@@ -218,9 +219,9 @@ void NearbyFolder::RemoveStale(const std::string& id) const
     }
 }
 
-ConnectResult NearbyFolder::Connect(const std::string& id, UniqueFd& socket, std::string_view suffix) const
+ConnectResult NearbyFolder::Connect(const std::string& id, Host::UniqueFd& socket, std::string_view suffix) const
 {
-    UniqueFd fresh(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    Host::UniqueFd fresh(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     sockaddr_un address = AddressOf(folder_.Get(), id, suffix);
     if (!fresh || ::connect(fresh.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
         switch (errno) {
@@ -246,7 +247,7 @@ std::vector<std::string> NearbyFolder::PublishedIds() const
     int copy = ::openat(folder_.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); // a reading position of its own
     DIR* folder = copy < 0 ? nullptr : ::fdopendir(copy);
     if (folder == nullptr) {
-        UniqueFd closing(copy);
+        Host::UniqueFd closing(copy);
         return ids;
     }
     while (const dirent* entry = ::readdir(folder)) {
@@ -290,7 +291,7 @@ pid_t OwnProcessOf(int socket)
 
 std::optional<std::string> ReadSmallFile(int folder, const char* name, size_t most)
 {
-    UniqueFd file(::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    Host::UniqueFd file(::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status {};
     if (!file || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return std::nullopt;

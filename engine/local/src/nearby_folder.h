@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/unique_fd.h"
 #include "local_engine.h"
-#include "unique_fd.h"
 
 namespace OHOS::Pelago::Local {
 
@@ -40,14 +40,14 @@ public:
     [[nodiscard]] static std::string IdOf(std::string_view fileName);
 
     // Held for as long as the descriptor lives. Empty while somebody else holds it.
-    [[nodiscard]] UniqueFd TryLock() const;
+    [[nodiscard]] Host::UniqueFd TryLock() const;
 
     // With the lock held: serves a socket of the device in place of one that nobody serves.
     [[nodiscard]] bool Serve(
-        const std::string& id, std::string_view suffix, UniqueFd& listening, std::string& error) const;
+        const std::string& id, std::string_view suffix, Host::UniqueFd& listening, std::string& error) const;
     void RemoveSocket(const std::string& id, std::string_view suffix) const;
     // The same for transfers, then shows the device's description.
-    [[nodiscard]] bool Publish(const LocalDevice& device, UniqueFd& listening, std::string& error) const;
+    [[nodiscard]] bool Publish(const LocalDevice& device, Host::UniqueFd& listening, std::string& error) const;
     // Puts a new description in the place of the old one.
     [[nodiscard]] bool WriteDescription(const LocalDevice& device, std::string& error) const;
     // Of a device that is ours.
@@ -58,13 +58,13 @@ public:
 
     // `socket` does not block.
     [[nodiscard]] ConnectResult Connect(
-        const std::string& id, UniqueFd& socket, std::string_view suffix = SOCKET_SUFFIX) const;
+        const std::string& id, Host::UniqueFd& socket, std::string_view suffix = SOCKET_SUFFIX) const;
     [[nodiscard]] std::vector<std::string> PublishedIds() const;
     // Nothing for a description that is missing, malformed or hostile, with the reason in `why`.
     [[nodiscard]] std::optional<LocalDevice> ReadDescription(const std::string& id, std::string& why) const;
 
 private:
-    UniqueFd folder_;
+    Host::UniqueFd folder_;
 };
 
 // The process at the other end of a connected Unix socket; -1 when it is not of our own user.

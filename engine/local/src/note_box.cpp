@@ -19,7 +19,7 @@ void NoteBox::Serve(LocalEngine::NoteListener listener)
     if (reception_.IsOpen()) {
         return;
     }
-    reception_.Open({[this](UniqueFd& listening, std::string& error) {
+    reception_.Open({[this](Host::UniqueFd& listening, std::string& error) {
                          return context_->folder.Serve(context_->device.id, NOTE_SUFFIX, listening, error);
                      },
         [this] { context_->folder.RemoveSocket(context_->device.id, NOTE_SUFFIX); },
@@ -55,7 +55,7 @@ Ending NoteBox::Take(const std::string& from, const std::string& note)
 
 std::shared_ptr<Channel> NoteBox::ConnectTo(const std::string& deviceId)
 {
-    UniqueFd socket;
+    Host::UniqueFd socket;
     if (!NearbyFolder::IsDeviceId(deviceId) || letters_.size() >= MAX_WAITING_NOTES) {
         return nullptr;
     }
@@ -80,7 +80,7 @@ void NoteBox::Send(const std::string& deviceId, const std::string& note, LocalEn
     }
     std::weak_ptr<Letter> weak = letter;
     letter->channel->SetHandlers(
-        [this, weak](FrameType type, std::string_view body, UniqueFd) {
+        [this, weak](FrameType type, std::string_view body, Host::UniqueFd) {
             auto outcome = type == FrameType::END ? DecodeOutcome(body) : std::nullopt;
             Conclude(weak.lock(), outcome.has_value() && outcome->ending == Ending::DONE);
         },

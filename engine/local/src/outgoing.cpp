@@ -128,7 +128,7 @@ void Outgoing::OnSwingConfirm(int32_t choice)
 
 void Outgoing::MakeOffer()
 {
-    UniqueFd socket;
+    Host::UniqueFd socket;
     bool connected =
         NearbyFolder::IsDeviceId(deviceId_) && context_->folder.Connect(deviceId_, socket) == ConnectResult::CONNECTED;
     channel_ = connected ? Channel::Open(context_->loop, std::move(socket), context_->config.unreadLimitMs) : nullptr;
@@ -137,7 +137,7 @@ void Outgoing::MakeOffer()
         return;
     }
     channel_->SetHandlers(
-        [this](FrameType type, std::string_view body, UniqueFd fd) { OnFrame(type, body, std::move(fd)); },
+        [this](FrameType type, std::string_view body, Host::UniqueFd fd) { OnFrame(type, body, std::move(fd)); },
         [this](const char* why) {
             End(why == nullptr ? Outcome{Ending::LOST, "the peer has gone"} : Outcome{Ending::PROTOCOL, why});
         });
@@ -154,7 +154,7 @@ void Outgoing::MakeOffer()
     timer_ = context_->loop.After(timeoutMs_, [this] { Abort({Ending::NO_ANSWER, "nobody answered"}); });
 }
 
-void Outgoing::OnFrame(FrameType type, std::string_view body, UniqueFd fd)
+void Outgoing::OnFrame(FrameType type, std::string_view body, Host::UniqueFd fd)
 {
     auto self = shared_from_this();
     switch (type) {
@@ -191,7 +191,7 @@ void Outgoing::OnShown()
     }
 }
 
-void Outgoing::OnAccept(UniqueFd socket)
+void Outgoing::OnAccept(Host::UniqueFd socket)
 {
     if (accepted_ || !socket || !IsByteSocket(socket.Get())) {
         Abort({Ending::PROTOCOL, "the receiver's answer is none"});

@@ -43,7 +43,7 @@ public:
 private:
     // What the byte thread works on; both sides hold it, so that the socket can be shut down under the thread.
     struct Bytes {
-        UniqueFd socket;
+        Host::UniqueFd socket;
         std::vector<Source> sources;
         uint64_t sent = 0;
     };
@@ -52,9 +52,9 @@ private:
     void AskUser();
     void OnSwingConfirm(int32_t choice);
     void MakeOffer();
-    void OnFrame(FrameType type, std::string_view body, UniqueFd fd);
+    void OnFrame(FrameType type, std::string_view body, Host::UniqueFd fd);
     void OnShown();
-    void OnAccept(UniqueFd socket);
+    void OnAccept(Host::UniqueFd socket);
     void OnTaken(std::string_view body);
     void OnEndFrame(std::string_view body);
     void OnBytesSent(const Outcome& outcome);

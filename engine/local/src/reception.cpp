@@ -27,7 +27,7 @@ void Reception::Open(Place place)
 void Reception::TryOpen(int attemptsLeft)
 {
     context_->loop.CancelTimer(timer_);
-    UniqueFd lock = context_->folder.TryLock();
+    Host::UniqueFd lock = context_->folder.TryLock();
     if (!lock && attemptsLeft > 0) {
         timer_ = context_->loop.After(LOCK_RETRY_MS, [this, attemptsLeft] {
             timer_ = 0;
@@ -65,7 +65,7 @@ void Reception::Close()
 
 void Reception::OnConnection()
 {
-    UniqueFd socket(::accept4(listening_.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    Host::UniqueFd socket(::accept4(listening_.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (socket) {
         Greet(std::move(socket));
         return;
@@ -87,7 +87,7 @@ bool Reception::HasRoomFor(pid_t process) const
     return guests_.size() < MAX_GUESTS && static_cast<size_t>(ofProcess) < MAX_GUESTS_OF_PROCESS;
 }
 
-void Reception::Greet(UniqueFd socket)
+void Reception::Greet(Host::UniqueFd socket)
 {
     const pid_t process = OwnProcessOf(socket.Get());
     if (process < 0 || !HasRoomFor(process)) {
@@ -100,7 +100,7 @@ void Reception::Greet(UniqueFd socket)
     }
     std::weak_ptr<Channel> weak = guest;
     guest->SetHandlers(
-        [this, weak](FrameType type, std::string_view body, UniqueFd) { OnFrame(weak.lock(), type, body); },
+        [this, weak](FrameType type, std::string_view body, Host::UniqueFd) { OnFrame(weak.lock(), type, body); },
         [this, weak](const char* why) { Dismiss(weak.lock(), why); });
     guests_[guest] = {
         process, context_->loop.After(FIRST_FRAME_MS, [this, weak] { Dismiss(weak.lock(), "it says nothing"); })};

@@ -28,7 +28,7 @@ public:
         std::function<Verdict(const std::shared_ptr<Channel>& guest, FrameType type, std::string_view body)>;
     // What stands in the folder while the socket is served. `serve` runs with the folder's lock held.
     struct Place {
-        std::function<bool(UniqueFd& listening, std::string& error)> serve;
+        std::function<bool(Host::UniqueFd& listening, std::string& error)> serve;
         std::function<void()> leave;
         std::function<void(bool served)> told;
     };
@@ -54,14 +54,14 @@ private:
     void TryOpen(int attemptsLeft);
     void OnConnection();
     [[nodiscard]] bool HasRoomFor(pid_t process) const;
-    void Greet(UniqueFd socket);
+    void Greet(Host::UniqueFd socket);
     void OnFrame(const std::shared_ptr<Channel>& guest, FrameType type, std::string_view body);
     void Dismiss(const std::shared_ptr<Channel>& guest, const char* why);
 
     const std::shared_ptr<Context> context_;
     const FirstFrame onFirst_;
     Place place_;
-    UniqueFd listening_;
+    Host::UniqueFd listening_;
     ControlLoop::Id watch_ = 0;
     ControlLoop::Id timer_ = 0;                        // for the lock, or for descriptors to accept with
     std::map<std::shared_ptr<Channel>, Guest> guests_; // those that stay, and those who have said nothing yet

@@ -65,7 +65,7 @@ std::optional<std::string> PathOf(const std::string& uri)
 }
 
 // Adds the file; false with the reason when it cannot be sent.
-[[nodiscard]] bool AddSource(UniqueFd fd, const std::string& name, std::vector<Source>& sources, Outcome& failure)
+[[nodiscard]] bool AddSource(Host::UniqueFd fd, const std::string& name, std::vector<Source>& sources, Outcome& failure)
 {
     struct stat status {};
     if (!fd || ::fstat(fd.Get(), &status) != 0) {
@@ -98,7 +98,7 @@ std::optional<std::vector<Source>> OpenSources(const SendBean& bean, Outcome& fa
         return std::nullopt;
     }
     for (const FileHolder& file : bean.uriList) {
-        if (!AddSource(UniqueFd(::fcntl(file.fileFd, F_DUPFD_CLOEXEC, 0)), file.fileName_, sources, failure)) {
+        if (!AddSource(Host::UniqueFd(::fcntl(file.fileFd, F_DUPFD_CLOEXEC, 0)), file.fileName_, sources, failure)) {
             return std::nullopt;
         }
     }
@@ -112,7 +112,7 @@ std::optional<std::vector<Source>> OpenSources(const DataBean& bean, Outcome& fa
         return std::nullopt;
     }
     for (const FileItem& item : bean.fileItems) {
-        UniqueFd fd = OpenUri(item.fileUri_, failure);
+        Host::UniqueFd fd = OpenUri(item.fileUri_, failure);
         std::string path = PathOf(item.fileUri_).value_or("");
         std::string name = item.fileName_.empty() ? path.substr(path.rfind('/') + 1) : item.fileName_;
         if (!fd || !AddSource(std::move(fd), name, sources, failure)) {
@@ -122,7 +122,7 @@ std::optional<std::vector<Source>> OpenSources(const DataBean& bean, Outcome& fa
     return sources;
 }
 
-UniqueFd OpenUri(const std::string& uri, Outcome& failure)
+Host::UniqueFd OpenUri(const std::string& uri, Outcome& failure)
 {
     if (IPCSkeleton::GetCallingUid() != ::getuid()) {
         failure = {Ending::NOT_ALLOWED, "the caller is another user: files of its own go by descriptor"};
@@ -133,7 +133,8 @@ UniqueFd OpenUri(const std::string& uri, Outcome& failure)
         failure = {Ending::BAD_SOURCE, "the URI is not file:// and an absolute path"};
         return {};
     }
-    UniqueFd fd(::open(path->c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)); // a FIFO must not hold us up
+    Host::UniqueFd fd(
+        ::open(path->c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)); // a FIFO must not hold us up
     if (!fd) {
         failure = {Ending::BAD_SOURCE, std::string("a file cannot be opened: ") + std::strerror(errno)};
     }

@@ -8,14 +8,14 @@
 
 #include "data_bean.h"
 #include "ending.h"
+#include "host/unique_fd.h"
 #include "send_bean.h"
-#include "unique_fd.h"
 
 namespace OHOS::Pelago::Local {
 
 // A regular file that is to be sent, from its beginning.
 struct Source {
-    UniqueFd fd; // our own; its offset is not used, so that the caller's does not move
+    Host::UniqueFd fd; // our own; its offset is not used, so that the caller's does not move
     std::string name;
     uint64_t size = 0; // bytes, as the file has them now, whatever the record says
 };
@@ -27,7 +27,7 @@ struct Source {
 
 // A URI is "file://" and a percent-encoded absolute path, and opened for callers of the daemon's own user alone: a
 // daemon that opened what it is told to would lend its rights to everybody who may talk to it.
-[[nodiscard]] UniqueFd OpenUri(const std::string& uri, Outcome& failure);
+[[nodiscard]] Host::UniqueFd OpenUri(const std::string& uri, Outcome& failure);
 
 } // namespace OHOS::Pelago::Local
 

@@ -50,7 +50,7 @@ void Visibility::Update()
     if (!wanted) {
         reception_.Close();
     } else if (!IsVisible()) {
-        reception_.Open({[this](UniqueFd& listening, std::string& error) {
+        reception_.Open({[this](Host::UniqueFd& listening, std::string& error) {
                              return context_->folder.Publish(context_->device, listening, error);
                          },
             [this] { context_->folder.Remove(context_->device.id); },

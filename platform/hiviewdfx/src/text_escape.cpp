@@ -31,7 +31,8 @@ constexpr CodeRange STEERING[] = {
     {0x3164, 0x3164},   // filler
     {0xFEFF, 0xFEFF},   // byte order mark
     {0xFFA0, 0xFFA0},   // filler
-    {0xFFF9, 0xFFFB},   // annotations
+    {0xFFF0, 0xFFFB},   // annotations, and what is kept free for more that is not seen
+    {0x1BCA0, 0x1BCA3}, // shorthand controls
     {0x1D173, 0x1D17A}, // musical controls
     {0xE0000, 0xE0FFF}, // tags
 };

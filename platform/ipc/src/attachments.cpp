@@ -97,9 +97,9 @@ RawBlock::~RawBlock()
     }
 }
 
-UniqueFd MakeSealedFile(const void* data, size_t size)
+Host::UniqueFd MakeSealedFile(const void* data, size_t size)
 {
-    UniqueFd file(::memfd_create("pelago-raw-data", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    Host::UniqueFd file(::memfd_create("pelago-raw-data", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     if (!file.IsOpen() || !WriteAll(file.Get(), static_cast<const uint8_t*>(data), size) ||
         ::fcntl(file.Get(), F_ADD_SEALS, SEALS) != 0) {
         file.Reset();

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <vector>
 
+#include "host/unique_fd.h"
 #include "message_parcel.h"
-#include "unique_fd.h"
 
 namespace OHOS::Ipc {
 
@@ -36,12 +36,12 @@ private:
 };
 
 // A memory file with these bytes, sealed; closed when it cannot be made.
-[[nodiscard]] UniqueFd MakeSealedFile(const void* data, size_t size);
+[[nodiscard]] Host::UniqueFd MakeSealedFile(const void* data, size_t size);
 
 // What a MessageParcel carries beside its bytes.
 struct Attachments {
     std::vector<sptr<IRemoteObject>> objects; // null: one that its process has let go
-    std::vector<UniqueFd> descriptors;        // closed: taken out, or lost on the way
+    std::vector<Host::UniqueFd> descriptors;  // closed: taken out, or lost on the way
     std::vector<RawBlock> rawBlocks;
 };
 

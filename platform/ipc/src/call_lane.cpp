@@ -22,7 +22,7 @@ std::chrono::microseconds Until(Clock::time_point deadline)
 
 } // namespace
 
-CallLane::CallLane(SocketLink& link, UniqueFd socket)
+CallLane::CallLane(SocketLink& link, Host::UniqueFd socket)
     : link_(&link), socket_(std::move(socket)), reader_(link.Limits(), link.Unfinished()), outbox_(link.QueuedBytes())
 {}
 

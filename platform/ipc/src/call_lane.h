@@ -21,7 +21,7 @@ class SocketLink;
 // handled.
 class CallLane : public Pollable {
 public:
-    CallLane(SocketLink& link, UniqueFd socket);
+    CallLane(SocketLink& link, Host::UniqueFd socket);
 
     // Sends, and waits `waitSeconds` for the reply. 0 with the reply, or an IpcError.
     [[nodiscard]] int Call(OutgoingMessage& request, int waitSeconds, IncomingMessage& reply);

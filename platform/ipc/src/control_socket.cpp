@@ -12,7 +12,7 @@ namespace OHOS::Ipc {
 
 namespace {
 
-Sending SendingOf(const ControlMessage& message, const std::vector<UniqueFd>& descriptors)
+Sending SendingOf(const ControlMessage& message, const std::vector<Host::UniqueFd>& descriptors)
 {
     // iovec serves reading too, and so has no const.
     return Sending({iovec{const_cast<ControlMessage*>(&message), sizeof(message)}, iovec{}, iovec{}}, descriptors);
@@ -20,7 +20,7 @@ Sending SendingOf(const ControlMessage& message, const std::vector<UniqueFd>& de
 
 } // namespace
 
-ControlSocket::ControlSocket(SocketLink& link, UniqueFd socket)
+ControlSocket::ControlSocket(SocketLink& link, Host::UniqueFd socket)
     : link_(link), socket_(std::move(socket)), outbox_(link.QueuedBytes())
 {}
 
@@ -61,9 +61,9 @@ EndReason ControlSocket::Overdue(Clock::time_point limit) const
 
 // ---- Sending
 
-Sending::State ControlSocket::Send(const ControlMessage& message, UniqueFd descriptor)
+Sending::State ControlSocket::Send(const ControlMessage& message, Host::UniqueFd descriptor)
 {
-    std::vector<UniqueFd> descriptors;
+    std::vector<Host::UniqueFd> descriptors;
     if (descriptor.IsOpen()) {
         descriptors.push_back(std::move(descriptor));
     }
@@ -98,7 +98,7 @@ void ControlSocket::SayGoodbye(EndReason why)
     ControlMessage goodbye;
     goodbye.kind = static_cast<uint32_t>(ControlKind::GOODBYE);
     goodbye.number = static_cast<uint64_t>(why);
-    const std::vector<UniqueFd> none;
+    const std::vector<Host::UniqueFd> none;
     std::lock_guard lock(mutex_);
     if (socket_.IsOpen() && outbox_.IsEmpty()) {
         (void)SendingOf(goodbye, none).Continue(socket_.Get()); // a courtesy: the end says the rest

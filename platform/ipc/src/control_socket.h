@@ -24,13 +24,13 @@ class SocketLink;
 class ControlSocket : public Pollable {
 public:
     // `link` outlives the watching, by owning it.
-    ControlSocket(SocketLink& link, UniqueFd socket);
+    ControlSocket(SocketLink& link, Host::UniqueFd socket);
 
     // Begins to listen. False when it cannot be watched.
     [[nodiscard]] bool Open();
     // Sends or queues, with at most one descriptor. GONE when the connection is at its end, or comes to it by this;
     // REFUSED, and nothing has happened, when the system does not take the descriptor.
-    Sending::State Send(const ControlMessage& message, UniqueFd descriptor = UniqueFd());
+    Sending::State Send(const ControlMessage& message, Host::UniqueFd descriptor = Host::UniqueFd());
     // Sends if it can be sent now: the last word.
     void SayGoodbye(EndReason why);
     // Ends the connection: the reader finds the end.

@@ -61,7 +61,7 @@ private:
     bool Connect()
     {
         const Ipc::LocalAddress address(path_);
-        socket_ = Ipc::UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        socket_ = Host::UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
         if (!address.IsValid() || !socket_.IsOpen() || !SetTimeouts(IPC_CONNECT_LIMIT.count()) ||
             Retry([&] { return ::connect(socket_.Get(), address.Get(), address.Size()); }) != 0) {
             return FailBySystem();
@@ -120,7 +120,7 @@ private:
     const std::string& path_;
     const IpcLimits& limits_;
     std::string& error_;
-    Ipc::UniqueFd socket_;
+    Host::UniqueFd socket_;
     Ipc::ControlMessage welcome_;
     Ipc::Caller daemon_; // without a token: it is nobody's client here
 };

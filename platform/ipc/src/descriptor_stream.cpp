@@ -76,14 +76,14 @@ void DescriptorStream::TakeDescriptors(msghdr& message)
         for (size_t offset = 0; offset < part->cmsg_len - CMSG_LEN(0); offset += sizeof(int)) {
             int received = -1;
             std::memcpy(&received, CMSG_DATA(part) + offset, sizeof(received));
-            UniqueFd taken(received);
+            Host::UniqueFd taken(received);
             if (ours) {
                 arrived_.push_back({std::move(taken), position_ - 1});
             }
         }
     }
     if ((message.msg_flags & MSG_CTRUNC) != 0) {
-        arrived_.push_back({UniqueFd(), position_ - 1}); // at least one was lost here
+        arrived_.push_back({Host::UniqueFd(), position_ - 1}); // at least one was lost here
     }
 }
 
@@ -93,14 +93,14 @@ size_t DescriptorStream::CountBefore(uint64_t position) const
         arrived_.begin(), arrived_.end(), [position](const Arrived& one) { return one.position < position; }));
 }
 
-std::vector<UniqueFd> DescriptorStream::TakeBefore(uint64_t position, size_t announced)
+std::vector<Host::UniqueFd> DescriptorStream::TakeBefore(uint64_t position, size_t announced)
 {
-    std::vector<UniqueFd> taken;
+    std::vector<Host::UniqueFd> taken;
     const auto count = static_cast<ptrdiff_t>(CountBefore(position)); // they come in the order of their positions
     bool lost = false;                                                // from there on nobody knows which is which
     for (auto one = arrived_.begin(); one != arrived_.begin() + count; ++one) {
         lost = lost || !one->fd.IsOpen();
-        taken.push_back(lost ? UniqueFd() : std::move(one->fd));
+        taken.push_back(lost ? Host::UniqueFd() : std::move(one->fd));
     }
     arrived_.erase(arrived_.begin(), arrived_.begin() + count);
     taken.resize(std::max(announced, taken.size()));

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "unique_fd.h"
+#include "host/unique_fd.h"
 
 namespace OHOS::Ipc {
 
@@ -51,11 +51,11 @@ public:
     [[nodiscard]] size_t CountBefore(uint64_t position) const;
     // Takes those that came with bytes before `position`, and fills up with closed ones to `announced`: those that this
     // process could not take because it may open no more, and all behind them, whose numbers are not known any more.
-    [[nodiscard]] std::vector<UniqueFd> TakeBefore(uint64_t position, size_t announced);
+    [[nodiscard]] std::vector<Host::UniqueFd> TakeBefore(uint64_t position, size_t announced);
 
 private:
     struct Arrived {
-        UniqueFd fd;       // closed: one or more were lost
+        Host::UniqueFd fd; // closed: one or more were lost
         uint64_t position; // of the last byte of its read
     };
 

@@ -58,7 +58,7 @@ public:
         directory_ = directory;
         root_ = stub;
         limits_ = limits;
-        links_ = Ipc::LinkRegistry::NewGroup(limits.connectionsPerUser);
+        links_ = Ipc::LinkRegistry::NewGroup(limits.connectionsPerUser, limits.connectionsPerProcess);
         if (std::all_of(sockets.begin(), sockets.end(), [&](const TokenSocket& row) { return Add(row, error); })) {
             return true;
         }

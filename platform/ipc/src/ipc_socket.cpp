@@ -66,7 +66,7 @@ uint32_t ProcessGeneration()
     return OpenSockets::Get().generation.load(std::memory_order_relaxed);
 }
 
-IpcSocket::IpcSocket(UniqueFd fd) : fd_(fd.Detach()), generation_(ProcessGeneration())
+IpcSocket::IpcSocket(Host::UniqueFd fd) : fd_(fd.Detach()), generation_(ProcessGeneration())
 {
     if (fd_ >= 0) {
         OpenSockets::Get().Add(fd_);
@@ -119,7 +119,7 @@ SocketPair SocketPair::Make()
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds.data()) != 0) {
         return {};
     }
-    return {UniqueFd(fds[0]), UniqueFd(fds[1])};
+    return {Host::UniqueFd(fds[0]), Host::UniqueFd(fds[1])};
 }
 
 bool IsLocalStream(int fd)

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "unique_fd.h"
+#include "host/unique_fd.h"
 
 namespace OHOS::Ipc {
 
@@ -17,7 +17,7 @@ namespace OHOS::Ipc {
 class IpcSocket {
 public:
     IpcSocket() = default;
-    explicit IpcSocket(UniqueFd fd);
+    explicit IpcSocket(Host::UniqueFd fd);
     IpcSocket(IpcSocket&& other) noexcept;
     IpcSocket& operator=(IpcSocket&& other) noexcept;
     ~IpcSocket();
@@ -45,8 +45,8 @@ private:
 
 // Two connected stream sockets; closed ones when no more can be opened.
 struct SocketPair {
-    UniqueFd ours;
-    UniqueFd theirs;
+    Host::UniqueFd ours;
+    Host::UniqueFd theirs;
 
     static SocketPair Make();
 };

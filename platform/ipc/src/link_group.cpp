@@ -6,19 +6,30 @@
 
 namespace OHOS::Ipc {
 
-LinkGroup::LinkGroup(size_t linksPerUser) : linksPerUser_(linksPerUser)
+LinkGroup::LinkGroup(size_t linksPerUser, size_t linksPerProcess)
+    : linksPerUser_(linksPerUser), linksPerProcess_(linksPerProcess)
 {}
 
 LinkGroup::~LinkGroup() = default;
 
 EndReason LinkGroup::Add(const sptr<SocketLink>& link)
 {
-    const uid_t uid = link->Peer().uid;
+    const auto [pid, uid] = std::pair(link->Peer().pid, link->Peer().uid);
     std::lock_guard lock(mutex_);
-    const auto ofUser = std::count_if(
-        links_.begin(), links_.end(), [uid](const sptr<SocketLink>& other) { return other->Peer().uid == uid; });
-    if (closed_ || static_cast<size_t>(ofUser) >= linksPerUser_) {
-        return closed_ ? EndReason::CLOSED : EndReason::TOO_MANY_CONNECTIONS;
+    if (closed_) {
+        return EndReason::CLOSED;
+    }
+    size_t ofUser = 0;
+    size_t ofProcess = 0;
+    for (const auto& other : links_) {
+        ofUser += other->Peer().uid == uid ? 1 : 0;
+        ofProcess += other->Peer().pid == pid ? 1 : 0;
+    }
+    if (ofUser >= linksPerUser_) {
+        return EndReason::TOO_MANY_CONNECTIONS;
+    }
+    if (ofProcess >= linksPerProcess_) {
+        return EndReason::TOO_MANY_CONNECTIONS_OF_PROCESS;
     }
     links_.push_back(link);
     return EndReason::NONE;

@@ -17,7 +17,7 @@ class SocketLink;
 // The connections of one owner: of a server, or of this process as a client. Keeps each until it has ended. Any thread.
 class LinkGroup {
 public:
-    explicit LinkGroup(size_t linksPerUser);
+    LinkGroup(size_t linksPerUser, size_t linksPerProcess);
     ~LinkGroup();
 
     // Takes the link in. NONE, or the reason why not.
@@ -32,6 +32,7 @@ public:
 
 private:
     const size_t linksPerUser_;
+    const size_t linksPerProcess_;
     mutable std::mutex mutex_;
     std::condition_variable removed_;
     // Guarded by mutex_.

@@ -11,16 +11,17 @@ namespace OHOS::Ipc {
 namespace {
 
 struct Registry {
-    const std::shared_ptr<LinkGroup> clients = std::make_shared<LinkGroup>(std::numeric_limits<size_t>::max());
+    static constexpr size_t UNLIMITED = std::numeric_limits<size_t>::max();
+    const std::shared_ptr<LinkGroup> clients = std::make_shared<LinkGroup>(UNLIMITED, UNLIMITED);
     std::mutex mutex;
     std::vector<std::weak_ptr<LinkGroup>> servers; // guarded by mutex
 };
 
 } // namespace
 
-std::shared_ptr<LinkGroup> LinkRegistry::NewGroup(size_t linksPerUser)
+std::shared_ptr<LinkGroup> LinkRegistry::NewGroup(size_t linksPerUser, size_t linksPerProcess)
 {
-    auto group = std::make_shared<LinkGroup>(linksPerUser);
+    auto group = std::make_shared<LinkGroup>(linksPerUser, linksPerProcess);
     auto& registry = PerProcess<Registry>::Get();
     std::lock_guard lock(registry.mutex);
     auto& servers = registry.servers;

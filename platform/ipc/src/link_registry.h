@@ -15,7 +15,7 @@ public:
     LinkRegistry() = delete;
 
     // For a server; listed for as long as the server keeps it.
-    [[nodiscard]] static std::shared_ptr<LinkGroup> NewGroup(size_t linksPerUser);
+    [[nodiscard]] static std::shared_ptr<LinkGroup> NewGroup(size_t linksPerUser, size_t linksPerProcess);
     // Of the connections that this process makes itself.
     [[nodiscard]] static std::shared_ptr<LinkGroup> Clients();
     [[nodiscard]] static std::vector<std::shared_ptr<LinkGroup>> Groups();

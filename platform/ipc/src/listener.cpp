@@ -31,7 +31,7 @@ void Refuse(int socket, EndReason why, const std::string& token)
 
 IpcSocket OpenReserve()
 {
-    return IpcSocket(UniqueFd(::open("/dev/null", O_RDONLY | O_CLOEXEC)));
+    return IpcSocket(Host::UniqueFd(::open("/dev/null", O_RDONLY | O_CLOEXEC)));
 }
 
 std::string Reason(const std::string& what, const std::string& path)
@@ -60,7 +60,7 @@ void Listener::RemoveFile()
 
 bool Listener::Open(std::string& error)
 {
-    UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    Host::UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!socket.IsOpen()) {
         error = Reason("open a socket for", path_);
         return false;
@@ -109,7 +109,7 @@ bool Listener::Bind(int socket, std::string& error)
 bool Listener::ReplaceUnserved(std::string& error) const
 {
     const LocalAddress address(path_);
-    const UniqueFd probe(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const Host::UniqueFd probe(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     struct stat file = {};
     if (::lstat(path_.c_str(), &file) != 0 || !S_ISSOCK(file.st_mode)) {
         error = "cannot make " + path_ + ": something else has this name";
@@ -143,7 +143,7 @@ bool Listener::OnReady(uint32_t)
         if (!reserve_.IsOpen()) {
             reserve_ = OpenReserve();
         }
-        UniqueFd socket(::accept4(socket_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        Host::UniqueFd socket(::accept4(socket_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (socket.IsOpen()) {
             Accept(std::move(socket));
         } else if (errno == EAGAIN || errno == EINVAL) {
@@ -155,7 +155,7 @@ bool Listener::OnReady(uint32_t)
     }
 }
 
-void Listener::Accept(UniqueFd socket)
+void Listener::Accept(Host::UniqueFd socket)
 {
     ucred credentials = {};
     socklen_t size = sizeof(credentials);
@@ -171,7 +171,7 @@ void Listener::Accept(UniqueFd socket)
 bool Listener::RefuseOne()
 {
     reserve_.Close();
-    const UniqueFd socket(::accept4(socket_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+    const Host::UniqueFd socket(::accept4(socket_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (socket.IsOpen()) {
         Refuse(socket.Get(), EndReason::OUT_OF_DESCRIPTORS, row_.name);
     }

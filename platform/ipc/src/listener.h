@@ -34,7 +34,7 @@ private:
 
     [[nodiscard]] bool Bind(int socket, std::string& error);
     [[nodiscard]] bool ReplaceUnserved(std::string& error) const;
-    void Accept(UniqueFd socket);
+    void Accept(Host::UniqueFd socket);
     [[nodiscard]] bool RefuseOne();
     void LookAgain();
     void RemoveFile();

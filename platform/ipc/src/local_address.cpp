@@ -17,7 +17,7 @@ LocalAddress::LocalAddress(const std::string& path)
     const size_t slash = path.rfind('/');
     const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
     const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-    folder_ = UniqueFd(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    folder_ = Host::UniqueFd(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     valid_ = folder_.IsOpen() && Set("/proc/self/fd/" + std::to_string(folder_.Get()) + '/' + name);
 }
 

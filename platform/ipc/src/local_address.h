@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "unique_fd.h"
+#include "host/unique_fd.h"
 
 namespace OHOS::Ipc {
 
@@ -34,7 +34,7 @@ public:
 private:
     [[nodiscard]] bool Set(const std::string& path);
 
-    UniqueFd folder_;
+    Host::UniqueFd folder_;
     sockaddr_un address_ = {};
     bool valid_ = false;
 };

@@ -20,7 +20,7 @@ namespace {
 // A message between the two sides: bytes and duplicated descriptors, and nothing else.
 struct Packet {
     std::vector<uint8_t> bytes;
-    std::vector<Ipc::UniqueFd> descriptors;
+    std::vector<Host::UniqueFd> descriptors;
 };
 
 Packet PacketOf(const Ipc::OutgoingMessage& message)
@@ -30,7 +30,7 @@ Packet PacketOf(const Ipc::OutgoingMessage& message)
         const auto* begin = static_cast<const uint8_t*>(part.iov_base);
         packet.bytes.insert(packet.bytes.end(), begin, begin + part.iov_len);
     }
-    for (const Ipc::UniqueFd& fd : message.Descriptors()) {
+    for (const Host::UniqueFd& fd : message.Descriptors()) {
         packet.descriptors.emplace_back(::fcntl(fd.Get(), F_DUPFD_CLOEXEC, 0));
     }
     return packet;

@@ -97,9 +97,9 @@ std::array<iovec, 3> OutgoingMessage::Bytes() const
         iovec{const_cast<uint8_t*>(parcel_->GetData()), parcel_->GetDataSize()}};
 }
 
-const std::vector<UniqueFd>& OutgoingMessage::Descriptors() const
+const std::vector<Host::UniqueFd>& OutgoingMessage::Descriptors() const
 {
-    static const std::vector<UniqueFd> none;
+    static const std::vector<Host::UniqueFd> none;
     return attached_ == nullptr ? none : attached_->descriptors;
 }
 

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "host/ipc_transport.h"
+#include "host/unique_fd.h"
 #include "link.h"
 #include "message_parcel.h"
-#include "unique_fd.h"
 #include "wire.h"
 
 namespace OHOS::Ipc {
@@ -54,7 +54,7 @@ public:
     // What to write: head, records, parcel. Valid until the message or the parcel changes.
     [[nodiscard]] std::array<iovec, 3> Bytes() const;
     // Of the parcel; empty without any.
-    [[nodiscard]] const std::vector<UniqueFd>& Descriptors() const;
+    [[nodiscard]] const std::vector<Host::UniqueFd>& Descriptors() const;
 
 private:
     [[nodiscard]] int PackObject(Link& link, const sptr<IRemoteObject>& object, size_t limit);
@@ -71,8 +71,8 @@ private:
 struct IncomingMessage {
     MessageHead head; // checked
     std::vector<ObjectRecord> records;
-    std::vector<UniqueFd> descriptors; // closed ones were lost on the way
-    ParcelBuffer bytes;                // of the parcel; none if it is empty
+    std::vector<Host::UniqueFd> descriptors; // closed ones were lost on the way
+    ParcelBuffer bytes;                      // of the parcel; none if it is empty
 
     // Makes room for the body of this head. False without memory.
     [[nodiscard]] bool Begin(const MessageHead& checkedHead);

@@ -99,7 +99,7 @@ sptr<IRemoteObject> MessageParcel::ReadRemoteObject()
 
 bool MessageParcel::WriteFileDescriptor(int fd)
 {
-    Ipc::UniqueFd duplicate(::fcntl(fd, F_DUPFD_CLOEXEC, 0));
+    Host::UniqueFd duplicate(::fcntl(fd, F_DUPFD_CLOEXEC, 0));
     if (!duplicate.IsOpen()) {
         return false;
     }
@@ -141,7 +141,7 @@ bool MessageParcel::WriteRawData(const void* data, size_t size)
 
 bool MessageParcel::WriteRawDataFile(const void* data, size_t size)
 {
-    Ipc::UniqueFd file = Ipc::MakeSealedFile(data, size);
+    Host::UniqueFd file = Ipc::MakeSealedFile(data, size);
     auto& descriptors = Attached().descriptors;
     if (!file.IsOpen() || !WriteUint64(Marked(DESCRIPTOR_MARK, descriptors.size()))) {
         return false;
@@ -166,7 +166,7 @@ const void* MessageParcel::ReadRawData(size_t size)
 
 const void* MessageParcel::ReadRawDataFile(size_t size)
 {
-    const Ipc::UniqueFd file(ReadFileDescriptor());
+    const Host::UniqueFd file(ReadFileDescriptor());
     if (!file.IsOpen()) {
         return nullptr;
     }

@@ -18,7 +18,7 @@ union ControlSpace {
     cmsghdr align;
 };
 
-void Attach(msghdr& message, ControlSpace& control, const UniqueFd* descriptors, size_t count)
+void Attach(msghdr& message, ControlSpace& control, const Host::UniqueFd* descriptors, size_t count)
 {
     const size_t size = count * sizeof(int);
     std::memset(&control, 0, CMSG_SPACE(size));

@@ -10,8 +10,8 @@
 #include <deque>
 #include <vector>
 
+#include "host/unique_fd.h"
 #include "message.h"
-#include "unique_fd.h"
 
 namespace OHOS::Ipc {
 
@@ -28,7 +28,7 @@ public:
 
     explicit Sending(const OutgoingMessage& message) : Sending(message.Bytes(), message.Descriptors())
     {}
-    Sending(const std::array<iovec, 3>& parts, const std::vector<UniqueFd>& descriptors)
+    Sending(const std::array<iovec, 3>& parts, const std::vector<Host::UniqueFd>& descriptors)
         : parts_(parts), descriptors_(&descriptors)
     {}
 
@@ -53,7 +53,7 @@ private:
     void Advance(size_t written);
 
     std::array<iovec, 3> parts_;
-    const std::vector<UniqueFd>* descriptors_;
+    const std::vector<Host::UniqueFd>* descriptors_;
     size_t descriptorsSent_ = 0;
     bool begun_ = false;
 };
@@ -63,7 +63,7 @@ struct Baggage {
     // Takes descriptors and objects out of the parcel.
     static Baggage Of(MessageParcel& parcel, GivenObjects given);
 
-    std::vector<UniqueFd> descriptors;
+    std::vector<Host::UniqueFd> descriptors;
     std::vector<sptr<IRemoteObject>> objects; // a release may not overtake the message that names them
     GivenObjects given;
 };

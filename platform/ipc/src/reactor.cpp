@@ -83,8 +83,8 @@ void Reactor::Start()
     if (started_) {
         return;
     }
-    epoll_ = IpcSocket(UniqueFd(::epoll_create1(EPOLL_CLOEXEC)));
-    timer_ = IpcSocket(UniqueFd(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)));
+    epoll_ = IpcSocket(Host::UniqueFd(::epoll_create1(EPOLL_CLOEXEC)));
+    timer_ = IpcSocket(Host::UniqueFd(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)));
     Ticket forGood = 0;
     if (!epoll_.IsOpen() || !timer_.IsOpen() || !Add(timer_.Get(), EPOLLIN, sptr<Alarm>::MakeSptr(*this), forGood)) {
         epoll_.Close();

@@ -11,7 +11,7 @@
 
 namespace OHOS::Ipc {
 
-ServedLane::ServedLane(SocketLink& link, UniqueFd socket)
+ServedLane::ServedLane(SocketLink& link, Host::UniqueFd socket)
     : link_(&link), socket_(std::move(socket)), reader_(link.Limits(), link.Unfinished()), outbox_(link.QueuedBytes())
 {}
 
@@ -190,7 +190,7 @@ ServedLane::Next ServedLane::ReplyRefused(const Answer& answer, bool begun)
     head.kind = static_cast<uint16_t>(MessageKind::REPLY);
     head.code = static_cast<uint32_t>(IPC_OUT_OF_DESCRIPTORS);
     head.sequence = answer.message.head.sequence;
-    const std::vector<UniqueFd> none;
+    const std::vector<Host::UniqueFd> none;
     Sending reply({iovec{&head, sizeof(head)}, iovec{}, iovec{}}, none);
     if (!begun && reply.Continue(socket_.Get()) == Sending::State::SENT) {
         return Next::GO_ON;

@@ -25,7 +25,7 @@ using Hold = std::shared_ptr<void>;
 // for what is said to be for any.
 class ServedLane : public Pollable {
 public:
-    ServedLane(SocketLink& link, UniqueFd socket);
+    ServedLane(SocketLink& link, Host::UniqueFd socket);
 
     // Begins to listen. False when it cannot be watched.
     [[nodiscard]] bool Open();

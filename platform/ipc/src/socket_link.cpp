@@ -27,7 +27,7 @@ private:
     const uint64_t object_;
 };
 
-SocketLink::SocketLink(std::shared_ptr<LinkGroup> group, UniqueFd control, const PeerName& peer,
+SocketLink::SocketLink(std::shared_ptr<LinkGroup> group, Host::UniqueFd control, const PeerName& peer,
     const Host::IpcLimits& limits, const sptr<IPCObjectStub>& root)
     : Link(peer.caller, limits.objectsPerConnection), group_(std::move(group)), token_(peer.token), limits_(limits),
       sendLimits_(limits), root_(root), control_(sptr<ControlSocket>::MakeSptr(*this, std::move(control))),
@@ -122,7 +122,7 @@ int SocketLink::CallThrough(CallLane& lane, OutgoingMessage& request, int waitSe
     return result;
 }
 
-int SocketLink::OfferLane(UniqueFd theirs)
+int SocketLink::OfferLane(Host::UniqueFd theirs)
 {
     ControlMessage lane;
     lane.kind = static_cast<uint32_t>(ControlKind::LANE);
@@ -173,7 +173,7 @@ void SocketLink::CloseIfUnused()
 
 // ---- What the control socket brings
 
-EndReason SocketLink::OnControlMessage(const ControlMessage& message, std::vector<UniqueFd> descriptors)
+EndReason SocketLink::OnControlMessage(const ControlMessage& message, std::vector<Host::UniqueFd> descriptors)
 {
     if (greeting_.IsRunning() || message.kind == static_cast<uint32_t>(ControlKind::HELLO)) {
         return OnHello(message);
@@ -213,9 +213,9 @@ EndReason SocketLink::OnHello(const ControlMessage& message)
     return EndReason::NONE;
 }
 
-EndReason SocketLink::OnLane(std::vector<UniqueFd> descriptors)
+EndReason SocketLink::OnLane(std::vector<Host::UniqueFd> descriptors)
 {
-    UniqueFd socket = std::move(descriptors.front());
+    Host::UniqueFd socket = std::move(descriptors.front());
     if (!socket.IsOpen()) {
         return EndReason::OUT_OF_DESCRIPTORS;
     }

@@ -33,8 +33,8 @@ struct PeerName {
 class SocketLink : public Link {
 public:
     // `root`: what the peer gets when it has said hello; null on the client's side, where the hello is over.
-    SocketLink(std::shared_ptr<LinkGroup> group, UniqueFd control, const PeerName& peer, const Host::IpcLimits& limits,
-        const sptr<IPCObjectStub>& root);
+    SocketLink(std::shared_ptr<LinkGroup> group, Host::UniqueFd control, const PeerName& peer,
+        const Host::IpcLimits& limits, const sptr<IPCObjectStub>& root);
 
     // Joins the group and begins to listen. False when that is impossible: then it has been ended, with its line in the
     // log.
@@ -86,7 +86,7 @@ public:
         return unfinished_;
     }
     // Gives the peer its end of a new lane. 0, or an IpcError.
-    [[nodiscard]] int OfferLane(UniqueFd theirs);
+    [[nodiscard]] int OfferLane(Host::UniqueFd theirs);
     // Something stands half-way: it is looked at when its time is up.
     void WatchDeadline();
     void LaneEnded(const ServedLane& lane);
@@ -96,7 +96,7 @@ public:
         return endReason_ != EndReason::NONE;
     }
     // What the control socket brings. NONE, or what is wrong with it.
-    [[nodiscard]] EndReason OnControlMessage(const ControlMessage& message, std::vector<UniqueFd> descriptors);
+    [[nodiscard]] EndReason OnControlMessage(const ControlMessage& message, std::vector<Host::UniqueFd> descriptors);
     void OnControlEnd();
 
 private:
@@ -109,7 +109,7 @@ private:
     };
 
     [[nodiscard]] EndReason OnHello(const ControlMessage& message);
-    [[nodiscard]] EndReason OnLane(std::vector<UniqueFd> descriptors);
+    [[nodiscard]] EndReason OnLane(std::vector<Host::UniqueFd> descriptors);
     [[nodiscard]] EndReason OnRelease(const ControlMessage& message);
 
     [[nodiscard]] int CallThrough(CallLane& lane, OutgoingMessage& request, int waitSeconds, MessageParcel& reply);

@@ -27,6 +27,7 @@ constexpr std::array<const char*, static_cast<size_t>(EndReason::COUNT)> TEXTS =
     "the peer has no identity here",
     "no more descriptors may be opened",
     "too much was begun and not finished",
+    "too many connections of this process",
 };
 
 } // namespace

@@ -101,6 +101,7 @@ enum class EndReason : uint32_t {
     NO_CREDENTIALS = 17,
     OUT_OF_DESCRIPTORS = 18,
     TOO_MUCH_UNFINISHED = 19,
+    TOO_MANY_CONNECTIONS_OF_PROCESS = 20,
     COUNT,
 };
 // For the log and for errors.

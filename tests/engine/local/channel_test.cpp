@@ -1,8 +1,3 @@
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <array>
-
 #include "channel.h"
 #include "ending.h"
 #include "engine_world.h"
@@ -40,34 +35,24 @@ std::string EndFrame(Ending ending, FrameType type = FrameType::END)
 
 class ChannelTest : public EngineTest {
 protected:
-    // A device M that is no engine: what it says is the case's.
-    void ServeM()
-    {
-        served_ = Serve("M");
-        MakePair();
-    }
-    void MakePair()
+    // A socket for bytes, as a receiver gives one away; nobody reads from its other end.
+    Host::UniqueFd ForBytes()
     {
         std::array<int, 2> pair{};
-        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()), 0);
-        ours = UniqueFd(pair[0]); // of the bytes; nobody reads from it
-        theirs = UniqueFd(pair[1]);
+        EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()), 0);
+        ours_ = Host::UniqueFd(pair[0]);
+        return Host::UniqueFd(pair[1]);
     }
-    UniqueFd NextAtM() const
+    RawSocket NextAtM() const
     {
-        UniqueFd next;
-        EXPECT_TRUE(WaitUntil([&] {
-            next.Reset(::accept4(served_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
-            return static_cast<bool>(next);
-        }));
-        return next;
+        int next = -1;
+        EXPECT_TRUE(WaitUntil([&] { return (next = ::accept4(served_.Get(), nullptr, nullptr, SOCK_CLOEXEC)) >= 0; }));
+        return RawSocket(next);
     }
-
-    UniqueFd ours;
-    UniqueFd theirs;
 
 private:
-    UniqueFd served_;
+    const Host::UniqueFd served_ = Serve("M"); // a device that is no engine: what it says is the case's
+    Host::UniqueFd ours_;
 };
 
 // Every one of these ends its own connection, and the next device notices nothing.
@@ -112,18 +97,18 @@ TEST_F(ChannelTest, BytesThatAreNoConversationEndTheConnection)
         {"a note of 4 GiB", NoteFrame(BodyWriter().Text("A").U32(0xFFFFFFFF)), NOTE_SUFFIX},
     };
     for (const auto& row : ROWS) {
-        UniqueFd guest = Connect("B", row.suffix);
-        SendRaw(guest.Get(), row.bytes);
-        AwaitClose(guest.Get());
+        const RawSocket guest = Connect("B", row.suffix);
+        guest.Send(Bytes() + row.bytes);
+        EXPECT_TRUE(guest.AtEnd()) << row.what;
         auto idle = [this] { return b->engine.Counters().offers + b->engine.Counters().accepted == 0; };
         EXPECT_TRUE(WaitUntil(idle)) << row.what;
     }
     EXPECT_EQ(notes.Text(), "");
-    UniqueFd half = Connect("B");
-    SendRaw(half.Get(), OfferFrame({}).substr(0, 20)); // and stays
-    UniqueFd carrier = Connect("B");
-    SendRaw(carrier.Get(), MakeFrame(FrameType::WATCH), half.Get()); // a descriptor that nobody asked for
-    AwaitClose(carrier.Get());
+    const RawSocket half = Connect("B");
+    half.Send(Bytes() + OfferFrame({}).substr(0, 20)); // and stays
+    const RawSocket carrier = Connect("B");
+    carrier.Send(Bytes() + MakeFrame(FrameType::WATCH), {STDERR_FILENO}); // a descriptor that nobody asked for
+    EXPECT_TRUE(carrier.AtEnd());
 
     a->Send(sending, "B", {MakeFile("good", 1000)});
     sending.heard->Await("end: success");
@@ -136,14 +121,14 @@ TEST_F(ChannelTest, ASenderThatSpeaksAsItCannotEndsItsOfferAsAnError)
 {
     Start();
     b->Publish();
-    UniqueFd refuses = Connect("B");
-    SendRaw(refuses.Get(), OfferFrame({{"a", 1}}) + EndFrame(Ending::REFUSED, FrameType::ABORT));
+    const RawSocket refuses = Connect("B");
+    refuses.Send(Bytes() + OfferFrame({{"a", 1}}) + EndFrame(Ending::REFUSED, FrameType::ABORT));
     b->offers.Await("error 3005");
-    UniqueFd twice = Connect("B");
-    SendRaw(twice.Get(), OfferFrame({{"a", 1}}));
+    const RawSocket twice = Connect("B");
+    twice.Send(Bytes() + OfferFrame({{"a", 1}}));
     b->offers.Await("offer from ", 2);
     EXPECT_EQ(b->Accept(), RECEIVER_OK);
-    SendRaw(twice.Get(), MakeFrame(FrameType::FINISH) + MakeFrame(FrameType::FINISH));
+    twice.Send(Bytes() + MakeFrame(FrameType::FINISH) + MakeFrame(FrameType::FINISH));
     b->progress.Await("result 7");
 }
 
@@ -151,39 +136,37 @@ TEST_F(ChannelTest, ASenderThatSpeaksAsItCannotEndsItsOfferAsAnError)
 TEST_F(ChannelTest, AReceiverThatLiesEndsTheTransferAsAnError)
 {
     Start();
-    ServeM();
     const auto path = MakeFile("file", 1000);
-    UniqueFd regular(::dup(STDERR_FILENO));
+    const Host::UniqueFd bytes = ForBytes();
     const std::string SHOWN = MakeFrame(FrameType::SHOWN);
     const std::string ACCEPT = MakeFrame(FrameType::ACCEPT);
     const struct {
         const char* what;
         std::string bytes;
-        int fd = -1;
+        std::vector<int> descriptors = {};
         const char* ending = "end: error 3005";
     } ROWS[] = {
-        {"refuses", EndFrame(Ending::REFUSED), -1, "end: status 1009"},
-        {"hangs up", "", -1, "end: error 3001"},
+        {"refuses", EndFrame(Ending::REFUSED), {}, "end: status 1009"},
+        {"hangs up", "", {}, "end: error 3001"},
         {"is done at once", EndFrame(Ending::DONE)},
         {"ends without saying how", MakeFrame(FrameType::END, std::string(8, '\x7F'))},
         {"ends in a way that cannot travel", EndFrame(Ending::LOST)},
         {"cancels in our name", EndFrame(Ending::CANCELLED_BY_SENDER)},
         {"shows it twice", SHOWN + SHOWN},
-        {"gives a descriptor with a word", SHOWN, regular.Get()},
+        {"gives a descriptor with a word", SHOWN, {STDERR_FILENO}},
         {"accepts without a socket", ACCEPT},
-        {"accepts with something else", ACCEPT, regular.Get()},
+        {"accepts with something else", ACCEPT, {STDERR_FILENO}},
         {"took before it accepted", TakenFrame(0)},
-        {"took more than there is", ACCEPT + TakenFrame(1001), theirs.Get()},
+        {"took more than there is", ACCEPT + TakenFrame(1001), {bytes.Get()}},
         {"offers", MakeFrame(FrameType::OFFER, "x")},
     };
     for (const auto& row : ROWS) {
         sending = Sending();
         a->Send(sending, "M", {path});
-        UniqueFd peer = NextAtM();
+        std::optional<RawSocket> peer(NextAtM());
+        peer->Send(Bytes() + row.bytes, row.descriptors);
         if (row.bytes.empty()) {
-            (void)::shutdown(peer.Get(), SHUT_RDWR);
-        } else {
-            SendRaw(peer.Get(), row.bytes, row.fd);
+            peer.reset();
         }
         sending.heard->Await("end: ");
         EXPECT_EQ(sending.heard->Count(row.ending), 1U) << row.what << "\n" << sending.heard->Text();
@@ -193,9 +176,7 @@ TEST_F(ChannelTest, AReceiverThatLiesEndsTheTransferAsAnError)
 // A peer that stops in the middle, and stays: each side ends the transfer by itself.
 TEST_F(ChannelTest, APeerThatStandsStillEndsTheTransferAtTheOtherSide)
 {
-    constexpr size_t BIG = 6'000'000; // which sockets do not hold
     Start(300);
-    ServeM();
     const struct {
         size_t size;
         std::string once;
@@ -208,50 +189,47 @@ TEST_F(ChannelTest, APeerThatStandsStillEndsTheTransferAtTheOtherSide)
     };
     for (const auto& row : ROWS) {
         sending = Sending();
-        MakePair();
         a->Send(sending, "M", {MakeFile("file", row.size)});
-        UniqueFd peer = NextAtM();
-        SendRaw(peer.Get(), MakeFrame(FrameType::ACCEPT) + row.once, theirs.Get());
+        const RawSocket peer = NextAtM();
+        peer.Send(Bytes() + MakeFrame(FrameType::ACCEPT) + row.once, {ForBytes().Get()});
         EXPECT_TRUE(WaitUntil([&] {
-            SendRaw(peer.Get(), row.always);
+            peer.Send(Bytes() + row.always);
             return sending.heard->Count("end: ") > 0;
         }));
         sending.heard->Await("end: error 3001 the receiver stands still");
     }
     sending = Sending(); // our cancel is not answered, but with a word that was on its way
-    MakePair();
     a->Send(sending, "M", {MakeFile("file", 10)});
-    UniqueFd cancelled = NextAtM();
-    SendRaw(cancelled.Get(), MakeFrame(FrameType::ACCEPT), theirs.Get());
+    const RawSocket cancelled = NextAtM();
+    cancelled.Send(Bytes() + MakeFrame(FrameType::ACCEPT), {ForBytes().Get()});
     sending.heard->Await("code 6");
     sending.handle->Cancel();
-    SendRaw(cancelled.Get(), TakenFrame(5));
+    cancelled.Send(Bytes() + TakenFrame(5));
 
     b = std::make_unique<TestDevice>(root, "C", 300);
     b->acceptAll = true;
     b->Publish();
-    UniqueFd silent = Connect("C");
-    SendRaw(silent.Get(), OfferFrame({{"a", 1}}));
+    const RawSocket silent = Connect("C");
+    silent.Send(Bytes() + OfferFrame({{"a", 1}}));
     b->progress.Await("result 3");
-    UniqueFd unfinished = Connect("C"); // a text needs no bytes, but it needs the last word
-    SendRaw(unfinished.Get(), OfferFrame({}));
+    const RawSocket unfinished = Connect("C"); // a text needs no bytes, but it needs the last word
+    unfinished.Send(Bytes() + OfferFrame({}));
     b->progress.Await("result 3", 2);
     EXPECT_TRUE(b->Received().empty());
-    AwaitClose(cancelled.Get());
+    EXPECT_TRUE(cancelled.AtEnd());
 }
 
 TEST_F(ChannelTest, APeerThatReadsNothingIsGivenUpAndHoldsNoStopUp)
 {
     Start(300);
-    ServeM();
     const std::string uri = "file://" + MakeFile("file", 10).string();
     a->SendUri(sending, "M", uri, 900'000);
-    UniqueFd deaf = NextAtM();
+    const RawSocket deaf = NextAtM();
     sending.heard->Await("end: error 3005 reads nothing");
     Sending unanswered; // its last word lingers when the engine stops
     unanswered.timeoutMs = 1;
     a->SendUri(unanswered, "M", uri, 900'000);
-    UniqueFd also = NextAtM();
+    const RawSocket also = NextAtM();
     unanswered.heard->Await("end: status 1013");
 }
 

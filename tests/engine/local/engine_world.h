@@ -2,15 +2,8 @@
 #define PELAGO_TESTS_ENGINE_WORLD_H
 
 #include <fcntl.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <atomic>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <map>
@@ -18,24 +11,22 @@
 #include <mutex>
 #include <random>
 #include <sstream>
-#include <string>
 #include <thread>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "engine_handles.h"
 #include "engine_listener_proxies.h"
+#include "folders.h"
 #include "host/faults.h"
+#include "host/unique_fd.h"
 #include "local_engine.h"
 #include "message_parcel.h"
 #include "nearby_folder.h"
-#include "unique_fd.h"
+#include "raw_peer.h"
 #include "wait_until.h"
 
 namespace OHOS::Pelago {
 
-namespace fs = std::filesystem;
+inline constexpr size_t BIG = 6'000'000; // more than sockets and pipes hold
 
 // What somebody heard, line by line. Any thread.
 class Journal {
@@ -89,6 +80,15 @@ struct Sending {
 inline LocalDevice DeviceOf(const std::string& id)
 {
     return {id, id + "'s name", 1, "hash-" + id, CAPABILITY_BYTES};
+}
+
+inline sptr<ShareDevice> Tapped(const std::string& id)
+{
+    sptr<ShareDevice> device = new ShareDevice();
+    device->SetDeviceId(id);
+    device->SetDeviceName("what the tap said");
+    device->discoveredBy_ = Discoverer::TAP;
+    return device;
 }
 
 template <typename Code>
@@ -223,7 +223,7 @@ public:
     }
     [[nodiscard]] int32_t Accept()
     {
-        Local::UniqueFd directory(::open(inbox.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        Host::UniqueFd directory(::open(inbox.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         return Offer()->Accept(
             directory.Get(), Hearing<ReceiveProgressProxy>(
                                  [this](uint32_t code, MessageParcel& data) { HearProgress(progress, code, data); }));
@@ -239,7 +239,7 @@ public:
     void Send(Sending& sending, const std::string& to, const std::vector<fs::path>& files, const std::string& name = {})
     {
         SendBean bean;
-        std::vector<Local::UniqueFd> owned;
+        std::vector<Host::UniqueFd> owned;
         for (const fs::path& path : files) {
             owned.emplace_back(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
             FileHolder holder;
@@ -370,42 +370,11 @@ inline void WriteFile(const fs::path& path, const std::string& text)
     std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
 }
 
-inline void SendRaw(int socket, const std::string& bytes, int fd = -1)
-{
-    iovec part{const_cast<char*>(bytes.data()), bytes.size()};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    *CMSG_FIRSTHDR(&message) = {CMSG_LEN(sizeof(int)), SOL_SOCKET, SCM_RIGHTS};
-    std::memcpy(CMSG_DATA(CMSG_FIRSTHDR(&message)), &fd, sizeof(fd));
-    message.msg_controllen = fd < 0 ? 0 : control.size();
-    (void)::sendmsg(socket, &message, MSG_NOSIGNAL); // an engine that has hung up already is what is asked for
-}
-
-// Reads until the other end closes.
-inline void AwaitClose(int socket)
-{
-    std::array<char, 4096> bytes;
-    EXPECT_TRUE(WaitUntil([&] {
-        ssize_t count = 0;
-        while ((count = ::recv(socket, bytes.data(), bytes.size(), MSG_DONTWAIT)) > 0) {
-        }
-        return count == 0 || errno != EAGAIN;
-    })) << "the other end did not close";
-}
-
 // A folder of its own, two devices in it, and a process that is afterwards as it was before.
 class EngineTest : public testing::Test {
 protected:
     EngineTest()
     {
-        std::string pattern = fs::temp_directory_path() / "pelago-engine-XXXXXX";
-        EXPECT_NE(::mkdtemp(pattern.data()), nullptr);
-        root = pattern;
-        nearby = root / "nearby";
         std::string error;
         EXPECT_TRUE(folder.Open(nearby, error)) << error;
         descriptors_ = OpenDescriptors().size();
@@ -416,9 +385,8 @@ protected:
             << testing::PrintToString(OpenDescriptors());
         folder.RemoveSocket("M", Local::SOCKET_SUFFIX); // the one that is no engine
         EXPECT_TRUE(WaitUntil([this] {                  // only the lock is left
-            return std::distance(fs::directory_iterator(nearby), fs::directory_iterator()) <= 1;
+            return CountEntries(nearby) <= 1;
         }));
-        fs::remove_all(root);
     }
     void TearDown() override
     {
@@ -436,12 +404,6 @@ protected:
         b = nullptr;
         a = std::make_unique<TestDevice>(root, "A", limitMs);
         b = std::make_unique<TestDevice>(root, "B");
-    }
-    // From now on the reports of progress, and what follows them, wait until `held` is false.
-    void Hold()
-    {
-        held = true;
-        sending.onProgress = [this] { EXPECT_TRUE(WaitUntil([this] { return !held; })); };
     }
     // A sends to B, which shows it.
     void Offer(const std::vector<fs::path>& files)
@@ -507,22 +469,21 @@ protected:
         return root / name;
     }
     // A plain socket in the place of a device's, and a plain connection to one.
-    [[nodiscard]] Local::UniqueFd Serve(const std::string& id, std::string_view suffix = Local::SOCKET_SUFFIX) const
+    [[nodiscard]] Host::UniqueFd Serve(const std::string& id, std::string_view suffix = Local::SOCKET_SUFFIX) const
     {
-        Local::UniqueFd listening;
+        Host::UniqueFd listening;
         std::string error;
         EXPECT_TRUE(folder.Serve(id, suffix, listening, error)) << error;
         return listening;
     }
-    [[nodiscard]] Local::UniqueFd Connect(const std::string& id, std::string_view suffix = Local::SOCKET_SUFFIX) const
+    [[nodiscard]] RawSocket Connect(const std::string& id, std::string_view suffix = Local::SOCKET_SUFFIX) const
     {
-        Local::UniqueFd socket;
-        EXPECT_EQ(folder.Connect(id, socket, suffix), Local::ConnectResult::CONNECTED);
-        return socket;
+        return RawSocket::Connect(nearby / (id + std::string(suffix)));
     }
 
-    fs::path root;
-    fs::path nearby;
+    const TestFolder testFolder;
+    const fs::path root = testFolder.path;
+    const fs::path nearby = root / "nearby";
     Local::NearbyFolder folder;
     std::unique_ptr<TestDevice> a;
     std::unique_ptr<TestDevice> b;

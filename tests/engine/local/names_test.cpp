@@ -9,7 +9,7 @@ using std::string_literals::operator""s;
 
 namespace {
 
-TEST(FileNamesTest, ANameIsTakenAsItIsOrRefusedWithAReason)
+TEST(FileNamesTest, ANameIsTakenAsItIsOrRefusedWithAReasonAndANumberedOneStaysShortEnough)
 {
     const std::pair<std::string, std::string> ROWS[] = {
         // the name, and a part of its fault
@@ -29,10 +29,7 @@ TEST(FileNamesTest, ANameIsTakenAsItIsOrRefusedWithAReason)
         EXPECT_EQ(fault == nullptr, wanted.empty()) << name;
         EXPECT_NE(std::string(fault == nullptr ? "" : fault).find(wanted), std::string::npos) << name;
     }
-}
 
-TEST(FileNamesTest, ANumberGoesBeforeTheExtensionAndTheNameStaysShortEnough)
-{
     EXPECT_EQ(NumberedName("photo.jpg", 2), "photo (2).jpg");
     EXPECT_EQ(NumberedName("README", 3), "README (3)");
     EXPECT_EQ(NumberedName("a.tar.gz", 2), "a.tar (2).gz");

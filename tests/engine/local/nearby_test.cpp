@@ -1,5 +1,4 @@
 #include "engine_world.h"
-#include "host/faults.h"
 
 using namespace OHOS;
 using namespace OHOS::Pelago;
@@ -17,11 +16,8 @@ TEST_F(NearbyTest, ADeviceIsFoundWhileItIsPublishedAndVisible)
     a->Subscribe(); // again: all of them anew
     a->nearby.Await("found B", 2);
     EXPECT_EQ(a->engine.Counters().subscribers, 1U);
-    sptr<ShareDevice> tapped = new ShareDevice(); // its flags are added, reported and cleared
-    tapped->SetDeviceId("B");
-    tapped->discoveredBy_ = Discoverer::TAP;
     EXPECT_FALSE(a->engine.ClearDiscovererFlag("C", Discoverer::TAP));
-    EXPECT_TRUE(a->engine.OnCollabDeviceFound(tapped, a->subscriber, 0));
+    EXPECT_TRUE(a->engine.OnCollabDeviceFound(Tapped("B"), a->subscriber, 0)); // its flags are added and reported
     a->nearby.Await("found B 'B's name' contact 0 flags 3");
     EXPECT_TRUE(a->engine.ClearDiscovererFlag("B", Discoverer::TAP));
 
@@ -68,7 +64,7 @@ TEST_F(NearbyTest, AContactThatChangesIsFoundAgainAndLostAsItWasFoundLast)
 TEST_F(NearbyTest, AnIdIsNeverServedTwiceAndALockThatIsHeldIsWaitedFor)
 {
     Start();
-    Local::UniqueFd lock = folder.TryLock();
+    Host::UniqueFd lock = folder.TryLock();
     ASSERT_TRUE(lock);
     b->Publish("");
     EXPECT_FALSE(b->engine.Counters().published);
@@ -80,7 +76,7 @@ TEST_F(NearbyTest, AnIdIsNeverServedTwiceAndALockThatIsHeldIsWaitedFor)
     EXPECT_TRUE(fs::exists(nearby / "B.sock"));
 
     auto served = Serve("A"); // by somebody who is too busy to answer
-    std::vector<Local::UniqueFd> waiting(1);
+    std::vector<Host::UniqueFd> waiting(1);
     while (folder.Connect("A", waiting.back()) == Local::ConnectResult::CONNECTED) {
         waiting.emplace_back();
     }

@@ -58,6 +58,10 @@ TEST(WantTest, TravelsWholeOrNotAtAll)
     EXPECT_EQ(*read, FullWant());
     EXPECT_EQ(whole.ReadInt32(), 77);
     EXPECT_NE(Want(*read).SetParam("int", 8), *read);
+    EXPECT_TRUE(
+        read->GetIntParam("bool", 9) == 9 && !read->GetBoolParam("text", false) && read->GetStringParam("int").empty())
+        << "another type gives the default";
+    EXPECT_EQ(Want().SetParam("text", static_cast<const char*>(nullptr)).GetStringParam("text"), "");
     for (size_t size = 0; size < whole.GetDataSize() - 4; ++size) {
         Parcel part;
         ASSERT_TRUE(part.ParseFrom(whole.GetData(), size));
@@ -66,7 +70,7 @@ TEST(WantTest, TravelsWholeOrNotAtAll)
     }
 }
 
-TEST(WantParamsTest, TheWireIsFixedAndHostileBytesGiveNull)
+TEST(WantParamsTest, TheWireIsFixedHostileBytesGiveNullAndSetsNestAsDeepAsAllowed)
 {
     WantParams params;
     params.SetParam("m", "v");
@@ -93,18 +97,15 @@ TEST(WantParamsTest, TheWireIsFixedAndHostileBytesGiveNull)
         deep += Bytes(1, "k", 4);
     }
     EXPECT_FALSE(IsParameterSet(deep + Bytes(0)));
-}
 
-TEST(WantParamsTest, NestsAsDeepAsAllowedAndNoDeeper)
-{
-    WantParams params;
+    WantParams nested;
     for (int depth = 1; depth <= WantParams::MAX_DEPTH + 1; ++depth) {
-        Parcel parcel;
+        Parcel each;
         const bool allowed = depth <= WantParams::MAX_DEPTH;
-        EXPECT_EQ(params.Marshalling(parcel), allowed) << depth;
-        const std::unique_ptr<WantParams> read(WantParams::Unmarshalling(parcel));
-        EXPECT_EQ(read != nullptr && *read == params, allowed) << depth;
-        params.SetParam("in", WantParams(params));
+        EXPECT_EQ(nested.Marshalling(each), allowed) << depth;
+        const std::unique_ptr<WantParams> read(WantParams::Unmarshalling(each));
+        EXPECT_EQ(read != nullptr && *read == nested, allowed) << depth;
+        nested.SetParam("in", WantParams(nested));
     }
 }
 

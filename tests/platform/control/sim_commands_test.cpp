@@ -1,15 +1,11 @@
 // The words of `pelago sim`, what a device remembers, and applications that attach.
-#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
-#include <string>
 #include <utility>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "device_memory.h"
+#include "folders.h"
 #include "host/ability_host.h"
 #include "host/ability_registry.h"
 #include "host/application_host.h"
@@ -31,15 +27,9 @@ class SimTest : public testing::Test {
 protected:
     SimTest()
     {
-        std::string name = testing::TempDir() + "sim.XXXXXX";
-        folder = ::mkdtemp(name.data());
         EXPECT_TRUE(Scheduler::Instance().UseManualTime());
         EXPECT_TRUE(device.Configure({"Blue phone", "udid", "phone", folder.string()}));
         SetOwnTokenId(TokenId::OWNER);
-    }
-    ~SimTest() override
-    {
-        fs::remove_all(folder);
     }
     ControlResult Result(const std::string& line)
     {
@@ -55,7 +45,8 @@ protected:
     }
 
     Device& device = Device::Instance();
-    fs::path folder;
+    const Pelago::TestFolder testFolder;
+    const fs::path folder = testFolder.path;
     const sptr<DeviceControl> control = new DeviceControl();
 };
 
@@ -83,6 +74,7 @@ TEST_F(SimTest, WordsThatCannotBeMeantAreAnsweredAndChangeNothing)
     EXPECT_EQ(MemoryOf(device.Snapshot()), before);
     SetOwnTokenId(TokenId::APP);
     EXPECT_EQ(Result("wifi off"), ControlResult::PERMISSION_DENIED);
+    EXPECT_EQ(control->Watch(new IPCObjectStub()), ControlResult::PERMISSION_DENIED);
 }
 
 TEST_F(SimTest, SetUpEndsWithTheAnswerInPlaceForTheUserThatIsMeant)
@@ -152,18 +144,6 @@ TEST_F(SimTest, ApplicationAttachesIsShownFocusedAndLeavesWithItsProcess)
         ASSERT_TRUE(device.AttachApplication({static_cast<int32_t>(pid), 0, "many"}));
     }
     EXPECT_FALSE(device.AttachApplication({4242, 0, "one too many"}));
-}
-
-TEST_F(SimTest, WatchersAreLimited)
-{
-    class Watcher : public ControlWatcherStub {
-        void OnChanged(const std::string&) override
-        {}
-    };
-    for (size_t i = 0; i < DeviceControl::MAX_WATCHERS; ++i) {
-        ASSERT_EQ(control->Watch(new Watcher()), ControlResult::DONE);
-    }
-    EXPECT_EQ(control->Watch(new Watcher()), ControlResult::LIMIT);
 }
 
 } // namespace

@@ -1,13 +1,11 @@
 // The settings table, as the service's helper and the device's own tools see it.
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "data_ability_observer_stub.h"
 #include "datashare_helper.h"
+#include "folders.h"
 #include "host/device.h"
 #include "host/host_settings.h"
 #include "host/scheduler.h"
@@ -26,12 +24,7 @@ protected:
     SettingsTest()
     {
         EXPECT_TRUE(Scheduler::Instance().UseManualTime());
-        EXPECT_NE(mkdtemp(root.data()), nullptr);
-        EXPECT_TRUE(device.Configure({"", "", "phone", root}));
-    }
-    ~SettingsTest() override
-    {
-        std::filesystem::remove_all(root);
+        EXPECT_TRUE(device.Configure({"", "", "phone", home.path}));
     }
     static std::shared_ptr<DataShareHelper> Helper()
     {
@@ -68,7 +61,7 @@ protected:
 
     Device& device = Device::Instance();
     const std::string global = HostSettings::UriOf("some_key");
-    std::string root = testing::TempDir() + "settings.XXXXXX";
+    const Pelago::TestFolder home;
 };
 
 TEST_F(SettingsTest, RowIsInsertedOnceThenUpdatedAndReadAtItsPlaceOnly)
@@ -118,6 +111,14 @@ TEST_F(SettingsTest, OnlyTheTablesAndColumnsOfSettingsExist)
     EXPECT_EQ(Query(global, *DataSharePredicates().EqualTo("1 = 1 OR KEYWORD", "x")), nullptr);
     EXPECT_EQ(Query(global, {}, "count(*)"), nullptr);
     EXPECT_EQ(Insert(global, "x", "VALUE) VALUES ('x'); --"), E_ERROR);
+}
+
+TEST_F(SettingsTest, ADamagedFileGivesErrors)
+{
+    std::ofstream(home.path / "settings.db") << std::string(8192, 'x');
+    EXPECT_EQ(Rows(global), -1);
+    EXPECT_TRUE(Update(global, "2") == E_ERROR && Insert(global, "2") == E_ERROR);
+    EXPECT_FALSE(HostSettings::Put("some_key", "2") || HostSettings::List() || HostSettings::SeedFreshDevice({}));
 }
 
 struct Watcher final : public AAFwk::DataAbilityObserverStub {

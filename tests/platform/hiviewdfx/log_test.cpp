@@ -1,7 +1,6 @@
 #include "hilog/log.h"
 
 #include <cerrno>
-#include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/wait.h>

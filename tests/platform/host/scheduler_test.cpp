@@ -26,11 +26,6 @@ using Queue = std::shared_ptr<TaskQueue>;
 // Manual time: what ran stands in `story_`, one character a task.
 class SchedulerTest : public testing::Test {
 protected:
-    SchedulerTest()
-    {
-        EXPECT_TRUE(time_.UseManualTime());
-    }
-
     void Tell(const Queue& queue, char what, int64_t delayMs = 0)
     {
         EXPECT_NE(queue->Post([this, what] { story_ += what; }, delayMs), 0U);
@@ -48,6 +43,7 @@ protected:
     }
 
     Scheduler& time_ = Scheduler::Instance();
+    const bool manual_ = time_.UseManualTime();
     std::string story_;
     Queue one_ = time_.CreateQueue("one");
     Queue two_ = time_.CreateQueue("two");
@@ -285,11 +281,12 @@ TEST_F(SchedulerThreadedTest, WhatCannotBeStartedRefusesOneTaskOnly)
 TEST_F(SchedulerThreadedTest, StressLosesNothing)
 {
     std::atomic<int> alive = 0;
-    auto poster = [&alive](Queue queue, uint64_t self) {
+    std::atomic<int> ran = 0;
+    auto poster = [&alive, &ran](Queue queue, uint64_t self) {
         for (int i = 0; i < 2000; ++i) {
             ++alive;
             std::shared_ptr<void> counted(nullptr, [&alive](void*) { --alive; });
-            const TaskId id = queue->Post([counted] {}, i % 2 == 0 ? LONG_MS : i % 5, {nullptr, self});
+            const TaskId id = queue->Post([counted, &ran] { ++ran; }, i % 2 == 0 ? LONG_MS : i % 5, {nullptr, self});
             if (i % 3 == 0) {
                 queue->Cancel(id);
             } else if (i % 50 == 0) {
@@ -305,10 +302,14 @@ TEST_F(SchedulerThreadedTest, StressLosesNothing)
         }
         if (stops) {
             queue->Stop();
+        } else {
+            posters.clear();      // joins
+            RunOn(*queue, [] {}); // behind all that is due
         }
     }
     EXPECT_TRUE(time_.Shutdown(PATIENCE_MS));
     EXPECT_EQ(alive, 0);
+    EXPECT_GT(ran, 0);
 }
 
 } // namespace

@@ -2,28 +2,24 @@
 #define TESTS_PLATFORM_IPC_IPC_SCENE_H
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <csignal>
-#include <filesystem>
 #include <functional>
 #include <future>
-#include <iterator>
 #include <map>
 #include <mutex>
-#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "folders.h"
 #include "hilog/host_log.h"
 #include "host/ipc_transport.h"
 #include "ipc_object_stub.h"
@@ -31,6 +27,8 @@
 #include "wait_until.h"
 
 namespace OHOS {
+
+using Pelago::CountDescriptors;
 
 // What a handler has written is there for its caller, and for whoever is told of the call by a baton. The thread
 // sanitizer does not see that a socket puts things in order, so both ends pass through here.
@@ -246,11 +244,6 @@ inline int CallWith(const sptr<IRemoteObject>& object, uint32_t code, const std:
     return call.Send(object, code);
 }
 
-inline size_t CountDescriptors()
-{
-    const std::filesystem::directory_iterator all("/proc/self/fd");
-    return static_cast<size_t>(std::distance(begin(all), end(all)));
-}
 inline size_t CountErrors(const std::string& text)
 {
     size_t count = 0;
@@ -287,12 +280,6 @@ inline std::string TakeText(MessageParcel& parcel)
 // connection, no object, no descriptor, and no error line in the log that the test did not announce.
 class IpcScene : public testing::Test {
 protected:
-    IpcScene()
-    {
-        std::string pattern = testing::TempDir() + "ipcXXXXXX";
-        directory = ::mkdtemp(pattern.data());
-        Host::ClearLog();
-    }
     ~IpcScene() override
     {
         Stop();
@@ -309,7 +296,6 @@ protected:
             announced += times;
         }
         EXPECT_EQ(CountErrors(""), announced);
-        (void)::rmdir(directory.c_str());
     }
 
     // Serves "owner" (token 1) and "app" (token 4).
@@ -342,6 +328,17 @@ protected:
         EXPECT_EQ(Host::ConnectToDaemon(Path(name), error), nullptr);
         return error;
     }
+    // From now on this process may open only so many more, until it gets back what this returns.
+    static rlimit LimitDescriptors(rlim_t more)
+    {
+        rlimit old = {};
+        EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &old), 0);
+        const int next = ::dup(STDERR_FILENO);
+        (void)::close(next);
+        const rlimit few = {static_cast<rlim_t>(next) + more, old.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+        return old;
+    }
     void ExpectErrors(const std::string& text, size_t times = 1)
     {
         announced_[text] += times;
@@ -349,7 +346,8 @@ protected:
 
     sptr<ScriptedStub> service = new ScriptedStub;
     Host::IpcServer server;
-    std::string directory;
+    const Pelago::TestFolder folder;
+    const std::string directory = folder.path;
 
 private:
     const size_t descriptorsBefore_ = CountDescriptors();

@@ -1,7 +1,5 @@
 #include "host/loopback.h"
 
-#include <unistd.h>
-
 #include <stdexcept>
 
 #include "ipc_scene.h"

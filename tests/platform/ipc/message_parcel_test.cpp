@@ -1,10 +1,5 @@
 #include "message_parcel.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
-#include <array>
 #include <tuple>
 
 #include "ipc_scene.h"
@@ -27,9 +22,8 @@ TEST(MessageParcelTest, ObjectsAndDescriptorsHaveFrozenBytesAndLeaveOtherFieldsA
                     parcel.WriteFileDescriptor(fd) && parcel.WriteFileDescriptor(fd) &&
                     parcel.WriteRemoteObject(second) && parcel.WriteRawData("raw", 3));
         (void)::close(fd);
-        EXPECT_EQ(Bytes(parcel.GetData(), parcel.GetData() + parcel.GetDataSize()),
-            Hex("02000000 61006200 00000000 2a4f424a 00000000 2446442a"
-                "00000000 2446442a 01000000 2a4f424a 01000000 03000000 72617700"));
+        EXPECT_EQ(BytesOf(parcel), Hex("02000000 61006200 00000000 2a4f424a 00000000 2446442a"
+                                       "00000000 2446442a 01000000 2a4f424a 01000000 03000000 72617700"));
 
         EXPECT_EQ(parcel.ReadRemoteObject(), nullptr) << "a token is next";
         EXPECT_EQ(parcel.ReadFileDescriptor(), -1);

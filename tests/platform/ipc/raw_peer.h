@@ -12,14 +12,11 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdint>
-#include <string>
 #include <utility>
-#include <vector>
+
+#include "bytes.h"
 
 namespace OHOS {
-
-using Bytes = std::vector<uint8_t>;
 
 // The bytes of the wire, put together by hand: a client in another language.
 struct RawHead {
@@ -72,29 +69,19 @@ inline Bytes Control(uint32_t kind, uint64_t id, uint64_t number)
 {
     return Raw(uint32_t{0x43474c50}, kind, id, number, uint64_t{0}, uint64_t{0});
 }
-// Of pairs of hexadecimal digits.
-inline Bytes Hex(const std::string& digits)
-{
-    Bytes bytes;
-    for (size_t i = 0; i < digits.size(); i += digits[i] == ' ' ? 1 : 2) {
-        if (digits[i] != ' ') {
-            bytes.push_back(static_cast<uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
-        }
-    }
-    return bytes;
-}
 // HELLO of version 1 with the limits that a client has by default.
 inline Bytes Hello()
 {
     return Hex("504c4743 01000000 0000000000000000 0100000000000000 00004000 00040000 00100000 40000000");
 }
 
-// A stream socket to a daemon that does just what it is told. Reading waits two seconds at most.
+// A stream socket to a daemon that does just what it is told. Neither way it waits for more
+// than twenty seconds.
 class RawSocket {
 public:
     explicit RawSocket(int fd) : fd_(fd)
     {
-        const timeval limit = {2, 0};
+        const timeval limit = {20, 0};
         EXPECT_EQ(::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit)), 0);
         EXPECT_EQ(::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit)), 0);
     }

@@ -1,10 +1,3 @@
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <array>
 
 #include "ipc_scene.h"
 #include "raw_peer.h"
@@ -38,18 +31,6 @@ protected:
         EXPECT_TRUE(call.data.SetMaxCapacity(size) && call.data.WriteBuffer(bytes.data(), size));
         return call.Send(root, 1, flags);
     }
-    // From now on this process may open no more, until it gets back what this returns.
-    static rlimit ForbidDescriptors()
-    {
-        rlimit old = {};
-        EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &old), 0);
-        const int highest = ::dup(STDERR_FILENO);
-        (void)::close(highest);
-        const rlimit none = {static_cast<rlim_t>(highest), old.rlim_max};
-        EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-        return old;
-    }
-
     std::atomic<size_t> waiting{0};
     Gate goOn;
     std::vector<sptr<IRemoteObject>> kept;
@@ -201,19 +182,23 @@ TEST_F(LimitsTest, WhatAPeerFills)
     }
 }
 
-TEST_F(LimitsTest, ConnectionsOfAUser)
+class ConnectionLimits : public LimitsTest, public testing::WithParamInterface<std::string> {};
+
+TEST_P(ConnectionLimits, OfWhoever)
 {
     Host::IpcLimits limits;
-    limits.connectionsPerUser = 2;
+    (GetParam() == "user" ? limits.connectionsPerUser : limits.connectionsPerProcess) = 2;
     Serve(limits);
     std::vector<sptr<IRemoteObject>> roots{Connect(), Connect()};
-    ExpectErrors("too many connections of this user");
-    EXPECT_EQ(Refusal(), "cannot connect to " + Path("owner") + ": too many connections of this user");
+    ExpectErrors("too many connections of this " + GetParam());
+    EXPECT_EQ(Refusal(), "cannot connect to " + Path("owner") + ": too many connections of this " + GetParam());
     EXPECT_EQ(CallPlain(roots[0], 1), 0);
     roots.pop_back();
     EXPECT_TRUE(Eventually([this] { return server.Connections().size() == 1; }));
     EXPECT_EQ(CallPlain(Connect(), 1), 0);
 }
+
+INSTANTIATE_TEST_SUITE_P(IsTheirOwn, ConnectionLimits, testing::Values("user", "process"));
 
 TEST_F(LimitsTest, OneWayBytesTowardsAPeerThatDoesNotRead)
 {
@@ -238,23 +223,6 @@ TEST_F(LimitsTest, OneWayBytesTowardsAPeerThatDoesNotRead)
     EXPECT_EQ(Host::CountIpc().requests, before + sent + 1);
 }
 
-// A process without descriptors left refuses, says so, and recovers.
-TEST_F(LimitsTest, DescriptorsOfTheProcess)
-{
-    Serve();
-    const sptr<IRemoteObject> root = Connect();
-    EXPECT_EQ(CallPlain(root, 1), 0);
-    const RawClient early(Path("app"));
-    EXPECT_EQ(early.Ask(Message({})).size(), 32U);
-    const rlimit old = ForbidDescriptors();
-    EXPECT_EQ(early.Ask(Message({32, 1, 0, 0, 1, 1, 1, 2}), 32, {STDERR_FILENO}).size(), 32U) << "it is missing there";
-    EXPECT_EQ(CallPlain(root, 1), 0) << "a call needs none";
-    MessageParcel data;
-    EXPECT_FALSE(data.WriteFileDescriptor(STDERR_FILENO));
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &old), 0);
-    EXPECT_EQ(CallPlain(Connect(), 1), 0);
-}
-
 // What the IPC itself needs for good, and what a lane needs: without it the attempt fails, and the next one succeeds.
 TEST_F(LimitsTest, DescriptorsOfAClientAtItsBeginning)
 {
@@ -262,7 +230,7 @@ TEST_F(LimitsTest, DescriptorsOfAClientAtItsBeginning)
     GTEST_SKIP() << "its run-time library looks at a pointer through a pipe, which needs descriptors";
 #endif
     ClientProcess client([this](const Baton&) {
-        const rlimit old = ForbidDescriptors();
+        const rlimit old = LimitDescriptors(0);
         rlimit some = {};
         ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &some), 0);
         for (const char* missing : {"socket", "epoll set", "timer"}) {

@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include "ipc_scene.h"
 
 // A daemon and real client processes that die, hang, fork and leave at every moment.

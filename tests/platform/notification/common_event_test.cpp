@@ -58,10 +58,6 @@ public:
 
 class CommonEventTest : public testing::Test {
 protected:
-    CommonEventTest()
-    {
-        EXPECT_TRUE(Scheduler::Instance().UseManualTime());
-    }
     std::string Heard()
     {
         EXPECT_TRUE(Scheduler::Instance().Settle());
@@ -72,6 +68,7 @@ protected:
         return CommonEventManager::PublishCommonEvent(Event(RING, code));
     }
 
+    const bool manual = Scheduler::Instance().UseManualTime();
     CommonEvents& events = CommonEvents::Instance();
     std::shared_ptr<Subscriber> subscriber = std::make_shared<Subscriber>();
 };

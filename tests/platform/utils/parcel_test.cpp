@@ -5,26 +5,10 @@
 #include <gtest/gtest.h>
 #include <tuple>
 
+#include "bytes.h"
+
 namespace OHOS {
 namespace {
-
-using Bytes = std::vector<uint8_t>;
-
-Bytes BytesOf(const Parcel& parcel)
-{
-    return Bytes(parcel.GetData(), parcel.GetData() + parcel.GetDataSize());
-}
-
-// "01000000 61" and the like; blanks are for people.
-Bytes Hex(std::string text)
-{
-    text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
-    Bytes bytes;
-    for (size_t i = 0; i < text.size(); i += 2) {
-        bytes.push_back(static_cast<uint8_t>(std::stoul(text.substr(i, 2), nullptr, 16)));
-    }
-    return bytes;
-}
 
 // Reads a value into a variable that held something else; true if it came, false if the variable still holds that.
 template <typename T, typename Read>

@@ -1,7 +1,4 @@
 // Counts, capacities and descriptors of the records that carry payloads.
-#include <tuple>
-
-#include <gtest/gtest.h>
 
 #include "message_parcel.h"
 #include "samples.h"
@@ -18,18 +15,14 @@ SendBean BeanOf(size_t files)
     return bean;
 }
 
-TEST(SendBeanLimits, OneFileMoreThanTheMostIsNotWritten)
-{
-    MessageParcel parcel;
-    LogTap tap;
-    EXPECT_FALSE(BeanOf(MAX_SHARED_FILES + 1).WriteToParcel(parcel));
-    EXPECT_EQ(tap.Take(), LinesOf(Log::SHARE_NAPI, {"The number of files exceeds the upper limit."}));
-}
-
 // What was read before a failure stays in the record, and is the reader's.
-TEST(SendBeanLimits, CountsThatAreNotTrueAreRefusedWithoutAWord)
+TEST(SendBeanLimits, OneFileMoreThanTheMostIsNotWrittenAndCountsThatAreNotTrueAreRefusedWithoutAWord)
 {
-    const size_t before = OpenDescriptors();
+    MessageParcel full;
+    LogTap written;
+    EXPECT_FALSE(BeanOf(MAX_SHARED_FILES + 1).WriteToParcel(full));
+    EXPECT_EQ(written.Take(), LinesOf(Log::SHARE_NAPI, {"The number of files exceeds the upper limit."}));
+    const size_t before = CountDescriptors();
     for (const auto& [count, arrived] : {std::pair{501, 0U}, {-1, 0U}, {INT32_MAX, 0U}, {INT32_MIN, 0U}, {3, 2U}}) {
         SCOPED_TRACE(count);
         LogTap tap;
@@ -44,7 +37,7 @@ TEST(SendBeanLimits, CountsThatAreNotTrueAreRefusedWithoutAWord)
         EXPECT_EQ(tap.Take(), Lines());
         CloseFiles(bean);
     }
-    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(CountDescriptors(), before);
 }
 
 TEST(DataBeanLimits, TheReaderGoesByTotalNum)

@@ -1,10 +1,7 @@
 // What records answer, apart from travelling.
-#include <memory>
-#include <string>
 #include <utility>
 
-#include <gtest/gtest.h>
-
+#include "bytes.h"
 #include "message_parcel.h"
 #include "samples.h"
 
@@ -25,7 +22,7 @@ TEST(ShareDeviceInfoValues, AnEngineStatusIsShownAsAState)
     }
 }
 
-TEST(ShareDeviceInfoValues, TheMergeIdIsTheContactsUnlessThereIsNone)
+TEST(ShareDeviceInfoValues, TheMergeIdIsTheContactsUnlessThereIsNoneAndDiscoverersComeAndGoAsBits)
 {
     ShareDeviceInfo info;
     EXPECT_EQ(info.GetMergeId(), "DeviceIdentity");
@@ -33,12 +30,8 @@ TEST(ShareDeviceInfoValues, TheMergeIdIsTheContactsUnlessThereIsNone)
     EXPECT_EQ(info.GetMergeId(), "-2147483648");
     EXPECT_FALSE(ContactInfo::IsContactIdValid(INT32_MIN) || ContactInfo::IsContactIdValid(0));
     EXPECT_TRUE(ContactInfo::IsContactIdValid(1));
-}
 
-TEST(ShareDeviceInfoValues, DiscoverersComeAndGoAsBitsAndInTheLog)
-{
     LogTap tap;
-    ShareDeviceInfo info;
     info.SetDiscoveredBy(Discoverer::ORDINARY | Discoverer::SWING);
     EXPECT_TRUE(info.IsContainDiscoverer(Discoverer::SWING | Discoverer::TAP));
     EXPECT_FALSE(info.IsContainDiscoverer(Discoverer::TAP));
@@ -48,7 +41,7 @@ TEST(ShareDeviceInfoValues, DiscoverersComeAndGoAsBitsAndInTheLog)
         LinesOf(Log::SHARE, {"SetDiscoveredBy 5", "DelDiscoverer, old 5, del 6", "DelDiscoverer exit, new 1"}));
 }
 
-TEST(ShareDeviceValues, BecomesWhatClientsSee)
+TEST(OtherValues, ADeviceBecomesWhatClientsSeeAndWhatIsReadDiffersInTwoValues)
 {
     sptr<ShareDevice> device = MakeSptr<ShareDevice>(Sample<ShareDevice>());
     device->nearbyVersion = 9; // is not taken over
@@ -62,14 +55,11 @@ TEST(ShareDeviceValues, BecomesWhatClientsSee)
     const auto bytesOf = [](const ShareDeviceInfo& info) {
         MessageParcel parcel;
         EXPECT_TRUE(info.WriteToParcel(parcel));
-        return std::string(reinterpret_cast<const char*>(parcel.GetData()), parcel.GetDataSize());
+        return BytesOf(parcel);
     };
     EXPECT_EQ(bytesOf(ShareDeviceInfo::ConvertToShareDeviceInfo(device)), bytesOf(expected));
     EXPECT_EQ(bytesOf(ShareDeviceInfo::ConvertToShareDeviceInfo(nullptr)), bytesOf(ShareDeviceInfo()));
-}
 
-TEST(OtherValues, AReadPreviewsDeviceStatusIsOneAndAForeignTabletIsKnownToDevicesOnly)
-{
     MessageParcel parcel;
     ASSERT_TRUE(Sample<RecvPreview>().WriteToParcel(parcel)); // whose own is 9
     RecvPreview preview;

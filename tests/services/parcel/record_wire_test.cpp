@@ -1,19 +1,13 @@
 // What every record owes on its way through a parcel, one set of cases for all of them.
 #include <fstream>
 #include <set>
-#include <string>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "log_tap.h"
+#include "bytes.h"
 #include "message_parcel.h"
 #include "samples.h"
 
 namespace OHOS::Pelago {
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 constexpr uint32_t SENTINEL = 0xC0FFEE;
 
@@ -29,28 +23,15 @@ struct Frozen {
             } else if (line.rfind("    read ", 0) == 0) {
                 onRead.push_back(line.substr(9));
             } else {
-                AddBytes(line.substr(0, line.find('#')));
+                const Bytes more = Hex(line.substr(0, line.find('#')));
+                bytes.insert(bytes.end(), more.begin(), more.end());
             }
         }
     }
-    void AddBytes(const std::string& digits)
-    {
-        for (size_t i = 0; i + 1 < digits.size(); i += digits[i] == ' ' ? 1 : 2) {
-            if (digits[i] != ' ') {
-                bytes.push_back(static_cast<uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
-            }
-        }
-    }
-
     Bytes bytes;
     Lines onWrite;
     Lines onRead;
 };
-
-Bytes BytesOf(const Parcel& parcel)
-{
-    return Bytes(parcel.GetData(), parcel.GetData() + parcel.GetDataSize());
-}
 
 // The error lines of many attempts. Each place in the source counts once: some fields share their words.
 class ErrorsByPlace {
@@ -102,7 +83,7 @@ TYPED_TEST(RecordWire, TravelsAsFrozenAndIsReadToItsEnd)
 // Cut at every word, which is more often than at every field.
 TYPED_TEST(RecordWire, CutAnywhereReadsAsFailureAndLeaksNoDescriptor)
 {
-    const size_t before = OpenDescriptors();
+    const size_t before = CountDescriptors();
     ErrorsByPlace errors;
     for (size_t cut = 0; cut < this->frozen_.bytes.size(); cut += 4) {
         SCOPED_TRACE(cut);
@@ -115,7 +96,7 @@ TYPED_TEST(RecordWire, CutAnywhereReadsAsFailureAndLeaksNoDescriptor)
         errors.Collect();
     }
     EXPECT_EQ(errors.said, this->frozen_.onRead);
-    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(CountDescriptors(), before);
 }
 
 // Images make room for themselves.

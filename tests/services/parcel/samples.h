@@ -6,15 +6,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstddef>
-#include <filesystem>
-#include <iterator>
-#include <string>
 #include <tuple>
 #include <type_traits>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "bytes_info.h"
 #include "contact_info.h"
@@ -22,6 +15,7 @@
 #include "file_holder.h"
 #include "file_item.h"
 #include "filled.h"
+#include "folders.h"
 #include "log_tap.h"
 #include "recv_preview.h"
 #include "send_bean.h"
@@ -36,13 +30,6 @@ inline int SomeFile()
 {
     static const int fd = open("/dev/null", O_RDONLY | O_CLOEXEC);
     return fd;
-}
-
-inline size_t OpenDescriptors()
-{
-    (void)SomeFile(); // is not to be counted only the second time
-    const std::filesystem::directory_iterator all("/proc/self/fd");
-    return static_cast<size_t>(std::distance(begin(all), end(all)));
 }
 
 // What a reader owes for a record that it has read, whole or not.

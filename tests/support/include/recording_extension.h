@@ -1,17 +1,14 @@
 #ifndef PELAGO_TESTS_RECORDING_EXTENSION_H
 #define PELAGO_TESTS_RECORDING_EXTENSION_H
 
+#include <sstream>
 #include <type_traits>
-#include <utility>
 #include <variant>
-
-#include <gtest/gtest.h>
 
 #include "host/ability_host.h"
 #include "host/ability_registry.h"
 #include "host/device.h"
 #include "host/extension_host.h"
-#include "host/loopback.h"
 #include "recording_client.h"
 #include "transfer/corvane_share_manager.h"
 
@@ -29,20 +26,17 @@ public:
 private:
     static std::string TextOf(const AAFwk::WantParams::Value& value)
     {
-        return std::visit(
-            [](const auto& held) -> std::string {
-                using Held = std::decay_t<decltype(held)>;
-                if constexpr (std::is_same_v<Held, bool>) {
-                    return held ? "true" : "false";
-                } else if constexpr (std::is_same_v<Held, std::string>) {
-                    return held;
-                } else if constexpr (std::is_integral_v<Held>) {
-                    return std::to_string(held);
-                } else {
-                    return "{}";
-                }
-            },
-            value);
+        std::ostringstream text;
+        const auto write = [&text](const auto& held) {
+            if constexpr (std::is_class_v<std::decay_t<decltype(held)>> &&
+                          !std::is_convertible_v<decltype(held), std::string>) {
+                text << "{}";
+            } else {
+                text << std::boolalpha << held;
+            }
+        };
+        std::visit(write, value);
+        return text.str();
     }
     void OnStart(const AAFwk::Want& want) override
     {

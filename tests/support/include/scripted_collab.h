@@ -3,8 +3,6 @@
 
 #include <functional>
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "collab_backend.h"
 #include "host/scheduler.h"

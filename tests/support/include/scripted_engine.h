@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
-#include <string>
-#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -135,7 +133,7 @@ public:
     }
     bool Publish(const sptr<IPublishListener>& listener) override
     {
-        return Keep(publish_, new PublishListenerProxy(listener->AsObject()), "Publish");
+        return Keep(publish_, sptr<PublishListenerProxy>::MakeSptr(listener->AsObject()), "Publish");
     }
     bool UnPublish(int, const sptr<IPublishListener>&) override
     {
@@ -143,7 +141,7 @@ public:
     }
     bool RegisterReceiveListener(const sptr<PelagoReceiveListener>& listener) override
     {
-        return Keep(receive_, new ReceiveListenerProxy(listener->AsObject()), "RegisterReceiveListener");
+        return Keep(receive_, sptr<ReceiveListenerProxy>::MakeSptr(listener->AsObject()), "RegisterReceiveListener");
     }
     bool UnRegisterReceiveListener(const sptr<PelagoReceiveListener>&) override
     {
@@ -151,7 +149,7 @@ public:
     }
     bool Subscribe(const sptr<ISubscribeListener>& listener) override
     {
-        return Keep(subscribe_, new SubscribeListenerProxy(listener->AsObject()), "Subscribe");
+        return Keep(subscribe_, sptr<SubscribeListenerProxy>::MakeSptr(listener->AsObject()), "Subscribe");
     }
     bool UnSubscribe(int subscribeId, const sptr<ISubscribeListener>&) override
     {
@@ -159,7 +157,7 @@ public:
     }
     bool SwingSubscribe(const sptr<ISubscribeListener>& listener) override
     {
-        return Keep(swing_, new SubscribeListenerProxy(listener->AsObject()), "SwingSubscribe");
+        return Keep(swing_, sptr<SubscribeListenerProxy>::MakeSptr(listener->AsObject()), "SwingSubscribe");
     }
     bool SwingUnSubscribe(const sptr<ISubscribeListener>&) override
     {

@@ -1,19 +1,12 @@
 #ifndef PELAGO_TESTS_SERVICE_FIXTURE_H
 #define PELAGO_TESTS_SERVICE_FIXTURE_H
 
-#include <filesystem>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "core/trellis_service.h"
+#include "folders.h"
 #include "host/ability_host.h"
 #include "host/device.h"
 #include "host/faults.h"
 #include "host/host_settings.h"
-#include "host/scheduler.h"
 #include "recording_client.h"
 #include "scripted_collab.h"
 #include "scripted_engine.h"
@@ -121,7 +114,7 @@ private:
     std::shared_ptr<ScriptedEngine> engine_;
     std::shared_ptr<ScriptedCollab> collab_;
     std::vector<std::string> allowedErrors_;
-    std::filesystem::path root_;
+    const TestFolder root_;
     uint64_t firstLogSeq_ = 0;
     size_t descriptors_ = 0;
     pid_t nextPid_ = 4000;
@@ -133,8 +126,6 @@ ShareDevice Peer(const std::string& id, int32_t contactId = 0, const std::string
 
 // What a client would pass to send to an entry of its list.
 ShareDeviceInfo Entry(const std::string& id, uint32_t discoveredBy = 1);
-
-size_t CountDescriptors();
 
 } // namespace OHOS::Pelago
 

@@ -1,6 +1,5 @@
 #include "service_fixture.h"
 
-#include <algorithm>
 #include <fstream>
 
 #include "discovery/cache_map_manager.h"
@@ -10,8 +9,6 @@
 
 namespace OHOS::Pelago {
 namespace {
-
-namespace fs = std::filesystem;
 
 // Error lines that ordinary work writes: a miss that is the usual answer, a good event at error level.
 const char* const ERRORS_BY_DESIGN[] = {
@@ -32,28 +29,20 @@ bool ContainsAny(const std::string& text, const std::vector<std::string>& parts)
 
 } // namespace
 
-size_t CountDescriptors()
-{
-    return static_cast<size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
-}
-
 void ServiceFixture::SetUp()
 {
     ASSERT_TRUE(Host::Scheduler::Instance().UseManualTime());
     Host::SetLogLevel(LOG_DEBUG);
     Host::SetWallClock([] { return Host::Scheduler::Instance().WallTimeMs(); });
     firstLogSeq_ = Host::LastLogSeq();
-    std::string pattern = testing::TempDir() + "pelago.XXXXXX";
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    root_ = pattern;
-    ASSERT_TRUE(Host::Device::Instance().Configure({"Blue phone", std::string(64, 'A'), "phone", root_}));
+    ASSERT_TRUE(Host::Device::Instance().Configure({"Blue phone", std::string(64, 'A'), "phone", root_.path}));
     RuntimeEnv::Install(
-        {root_, [] { return Host::Scheduler::Instance().WallTimeMs(); }, Host::Scheduler::StartDetached});
+        {root_.path, [] { return Host::Scheduler::Instance().WallTimeMs(); }, Host::Scheduler::StartDetached});
     ASSERT_TRUE(Host::Device::Instance().PutUser({OTHER_USER, Host::UserType::ORDINARY, true, {}}));
     for (int user : {USER, OTHER_USER}) {
         fs::create_directories(StateFile(user).parent_path());
     }
-    fs::create_directories(root_ / "data/service/el1/public/pelago");
+    fs::create_directories(root_.path / "data/service/el1/public/pelago");
     ASSERT_TRUE(Host::HostSettings::SeedFreshDevice({USER, OTHER_USER}));
     engine_ = std::make_shared<ScriptedEngine>();
     DelayedRefSingleton<ShareClient>::GetInstance().InstallBackend(engine_);
@@ -76,7 +65,6 @@ void ServiceFixture::TearDown()
     Synfold::InstallCollabBackend(nullptr);
     collab_.reset();
     EXPECT_LE(CountDescriptors(), descriptors_);
-    fs::remove_all(root_);
 }
 
 void ServiceFixture::CheckErrorLines() const

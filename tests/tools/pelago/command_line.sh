@@ -74,5 +74,6 @@ completed "state" wait-for --timeout 3 st
 completed "none refuse stuck" sim wifi fail ""
 completed "--once" app --on-knock a b --onc
 
-ends 0 "red" pelago up --name Red
-ends 2 "pelago -d red ..." pelago off
+ends 0 "red-b" pelago up --name 'Red$(b)"'
+ends 2 "pelago -d red-b ..." pelago off
+completed 'Red\$(b)\"' send a --to '"R' # and runs nothing

@@ -1,8 +1,5 @@
 // Who is told: registration, removal and death of clients and of the hubs of the share API.
 
-#include <map>
-#include <sstream>
-
 #include "recording_extension.h"
 #include "service_fixture.h"
 

@@ -2,9 +2,7 @@
 
 #include <future>
 #include <random>
-#include <thread>
 
-#include "host/ability_host.h"
 #include "runtime_env.h"
 #include "tap/tap_scene.h"
 
@@ -51,8 +49,8 @@ std::vector<std::future<void>> StartCallers(const Calls& calls, const ShareSwitc
 
 TEST(ServiceThreads, OfEverybodyMeetTheRunnersAndTheStop)
 {
-    std::string root = testing::TempDir() + "threads.XXXXXX";
-    ASSERT_NE(mkdtemp(root.data()), nullptr);
+    const TestFolder folder;
+    const std::string root = folder.path;
     std::filesystem::create_directories(root + "/data/service/el2/100/pelago");
     ASSERT_TRUE(Host::Device::Instance().Configure({"", "", "phone", root}));
     RuntimeEnv::Install({root, nullptr, Host::Scheduler::StartDetached});
@@ -111,7 +109,6 @@ TEST(ServiceThreads, OfEverybodyMeetTheRunnersAndTheStop)
     EXPECT_STREQ(ShareSwitchManager::BrokenInvariant(held->GetSnapshot()), nullptr);
     EXPECT_FALSE(held->SetShareEnableWithConfirm(1, 2, false, false, false));
     Synfold::InstallCollabBackend(nullptr);
-    std::filesystem::remove_all(root);
 }
 
 } // namespace

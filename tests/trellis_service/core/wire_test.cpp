@@ -3,9 +3,8 @@
 
 #include <tuple>
 
-#include "callback_stubs.h"
+#include "bytes.h"
 #include "core/trellis_callback_proxy.h"
-#include "engine_handles.h"
 #include "hilog/host_log.h"
 #include "remote_call.h"
 #include "service_fixture.h"
@@ -17,13 +16,6 @@ namespace OHOS::Pelago {
 namespace {
 
 using namespace std::string_literals;
-using Bytes = std::vector<uint8_t>;
-
-Bytes BytesOf(const Parcel& parcel)
-{
-    return Bytes(parcel.GetData(), parcel.GetData() + parcel.GetDataSize());
-}
-
 // A callee that keeps the request and answers what it is told to.
 class CapturingObject : public IPCObjectStub {
 public:
@@ -120,6 +112,7 @@ TEST_F(Wires, OfAClientsRequests)
         {10, [&] { (void)service.StopConnect(); }}, {11, [&] { (void)service.GetSendingUserList(); }},
         {19, [&] { (void)service.GetReceiverActionCallback(); }}, {20, [&] { (void)service.GetPreviewData(); }},
         {21, [&] { (void)service.GetAllUserList(); }}, {22, [&] { (void)service.GetAccountInfo(); }},
+        {5, [&] { (void)service.RegisterTrellisCallback(nullptr); }},
         {32, [&] { (void)service.RegisterShareApiCallback(nullptr); }},
         {33, [&] { (void)service.UnregisterShareApiCallback(nullptr); }}, // nothing is handed on: the service decides
         {36, [&] { (void)service.IsFocusPidsRegisterSwing(); }}};

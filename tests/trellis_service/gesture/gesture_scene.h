@@ -2,7 +2,6 @@
 #define PELAGO_TESTS_GESTURE_SCENE_H
 
 #include "gesture/corvane_share_callback_manager.h"
-#include "host/ability_host.h"
 #include "sharing_scene.h"
 
 namespace OHOS::Pelago {

@@ -1,8 +1,5 @@
 // Which application hears of a knock or a gesture, and what is left of one that dies.
 
-#include <map>
-#include <sstream>
-
 #include "gesture/share_focus_listener.h"
 #include "gesture_scene.h"
 #include "hilog/host_log.h"

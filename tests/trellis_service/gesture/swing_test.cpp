@@ -1,8 +1,5 @@
 // A swing, from the gesture to the transfer: what is cached, shown and sent, and how it ends.
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "filled.h"
 #include "gesture_scene.h"
 #include "transfer/descriptor_ledger.h"

@@ -1,9 +1,6 @@
 #include "switch_scene.h"
 
-#include <algorithm>
 #include <cctype>
-#include <functional>
-#include <map>
 #include <regex>
 #include <sstream>
 

@@ -1,10 +1,7 @@
 #ifndef PELAGO_TESTS_SWITCH_SCENE_H
 #define PELAGO_TESTS_SWITCH_SCENE_H
 
-#include <memory>
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "hilog/host_log.h"
 #include "service_fixture.h"

@@ -1,7 +1,6 @@
 // The sending side of a tap, from the first touch to the end: what each event does, a tick before its time and at it.
 
 #include "tap_scene.h"
-#include "transfer/corvane_share_manager.h"
 
 namespace OHOS::Pelago {
 namespace {

@@ -1,6 +1,5 @@
 #include "tap_scene.h"
 
-#include <algorithm>
 #include <regex>
 
 #include "hilog/host_log.h"

@@ -1,8 +1,5 @@
 // Whatever becomes of a request with files, the process is left with the descriptors that it had before.
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "message_parcel.h"
 #include "transfer/descriptor_ledger.h"
 #include "transfer_scene.h"

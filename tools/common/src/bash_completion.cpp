@@ -9,14 +9,21 @@ namespace {
 // What does not depend on the program: finds out which verb, whose value and which of the verb's own words is being
 // typed, and offers what goes there. `@` stands for the program; `_@_takes`, `_@_offers` come from its parser.
 constexpr const char* ENGINE = R"bash(
-# Offers each line of the input that begins with what was typed, quoted as bash needs it.
+# Offers each line of the input that begins with what was typed, quoted as bash needs it there: a name may be a command.
 _@_offer() {
-    local line
-    while read -r line; do
+    local line typed special
+    while IFS= read -r line; do
+        typed=$cur
         case $cur in
-            [\"\']*) [[ $line == "${cur:1}"* ]] && COMPREPLY+=("$line") ;;
-            *) printf -v line %q "$line"; [[ $line == "$cur"* ]] && COMPREPLY+=("$line") ;;
+            \'*) line=${line//\'/"'\\''"} typed=${cur:1} ;;
+            \"*)
+                [[ $line != *!* ]] || continue # history is looked up there, and nothing keeps it from that
+                for special in \\ \" \$ \`; do line=${line//"$special"/"\\$special"}; done
+                typed=${cur:1}
+                ;;
+            *) printf -v line %q "$line" ;;
         esac
+        [[ $line == "$typed"* ]] && COMPREPLY+=("$line")
     done
 }
 

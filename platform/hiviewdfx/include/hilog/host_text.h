@@ -13,7 +13,8 @@ enum class EscapeStyle {
 };
 
 // In both styles: control characters, the marks that turn the direction of writing, line and paragraph separators, and
-// characters that cannot be seen, with which one name passes for another. JSON loses nothing by it.
+// characters that cannot be seen, with which one name passes for another, but for the joiners and variants that words
+// and emoji are made of. JSON loses nothing by it.
 void AppendEscaped(std::string& out, std::string_view text, EscapeStyle style);
 
 [[nodiscard]] std::string EscapeForTerminal(std::string_view text);

@@ -22,6 +22,7 @@ struct IpcLimits {
     size_t objectsPerConnection = 4096;                  // that one side holds of the other
     size_t lanesPerConnection = 64;                      // in each direction
     size_t connectionsPerUser = 1024;                    // by uid
+    size_t connectionsPerProcess = 256;                  // by pid
     size_t queuedBytesPerConnection = size_t{8} << 20;   // written, and not yet taken by the peer's socket
     std::chrono::milliseconds unfinishedMessage{10'000}; // from the first byte of a message to its last
     // Of all messages that have begun to arrive and are not whole: what their heads announce, and the descriptors that
