@@ -100,6 +100,7 @@ void AddAnswer(CLI::App& app, const char* name, const std::map<std::string, Answ
 {
     answer = answers.at(usual);
     std::vector<std::string> words;
+    words.reserve(answers.size());
     for (const auto& [word, meaning] : answers) {
         words.push_back(word);
     }

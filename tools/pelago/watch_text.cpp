@@ -298,7 +298,7 @@ std::vector<std::string> WatchText::Changes(const std::string& section, const cJ
     std::vector<std::string> changes;
     for (const auto& [label, text] : now) {
         if (auto told = before.find(label); told == before.end() || told->second != text) {
-            changes.push_back(label + ": " + text);
+            changes.emplace_back(label).append(": ").append(text);
         }
     }
     for (const auto& [label, text] : before) {

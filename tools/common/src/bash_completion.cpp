@@ -121,7 +121,7 @@ std::string Row(const std::string& verb, const std::vector<std::string>& words, 
 {
     std::string pattern;
     for (const std::string& word : words) {
-        pattern += (pattern.empty() ? "" : " | ") + verb + "\" " + word + "\"";
+        pattern.append(pattern.empty() ? "" : " | ").append(verb).append("\" ").append(word).append("\"");
     }
     return "        " + pattern + ") " + what + " ;;\n";
 }
