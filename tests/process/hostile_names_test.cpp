@@ -40,6 +40,11 @@ bool IsShown(const std::string& name)
     return IsUtf8(name) && name.size() <= MAX_TEXT;
 }
 
+std::unique_ptr<cJSON, void (*)(cJSON*)> Parsed(const std::string& text)
+{
+    return {cJSON_Parse(text.c_str()), cJSON_Delete};
+}
+
 std::string JsonString(const std::string& text)
 {
     std::string out = "\"";
@@ -139,7 +144,7 @@ TEST_F(HostileNames, StandInTheFolderOrAreRefusedAndAreHarmlessAtEverySink)
     std::istringstream lines(Said({"-j", "nearby"}));
     std::map<std::string, std::string> peers; // name and contact by id
     for (std::string line; std::getline(lines, line);) {
-        std::unique_ptr<cJSON, void (*)(cJSON*)> json(cJSON_Parse(line.c_str()), cJSON_Delete);
+        const auto json = Parsed(line);
         const cJSON* peer = cJSON_GetObjectItem(cJSON_GetObjectItem(json.get(), "data"), "peer");
         ASSERT_NE(peer, nullptr) << line;
         const auto text = [peer](const char* key) { return std::string(cJSON_GetObjectItem(peer, key)->valuestring); };
@@ -163,7 +168,7 @@ TEST_F(HostileNames, StandInTheFolderOrAreRefusedAndAreHarmlessAtEverySink)
     }
     for (const char* sink : {"status", "dump", "log", "events"}) {
         (void)Said({sink});
-        EXPECT_TRUE(cJSON_Parse(Said({"-j", sink}).c_str())) << sink;
+        EXPECT_NE(Parsed(Said({"-j", sink})), nullptr) << sink;
     }
     const fs::path in = NewFolder("in");
     size_t arrived = 0;
