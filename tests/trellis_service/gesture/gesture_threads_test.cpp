@@ -99,7 +99,10 @@ TEST_F(GestureThreads, OfEveryRoadMeetAndLeaveNothing)
         [](int32_t) { Gesture(); },
         [](int32_t i) { Register(1 + i % PIDS, 2 + i % 2); },
         [](int32_t i) { Manager().ApiCallbackDeath(1 + i % PIDS); },
-        [](int32_t i) { (void)Manager().DelShareEventCallback(1 + i % PIDS, -1, 2); },
+        [](int32_t i) {
+            (void)Manager().DelShareApiCallback(1 + i % 3);
+            (void)Manager().DelShareEventCallback(1 + i % PIDS, -1, 2);
+        },
         [](int32_t i) { i % 2 == 0 ? CacheFiles() : CacheText(); },
         [](int32_t i) { i % 4 == 0 ? (void)TrellisService::SwingSendFail(Device("phone"), i) : Send(); },
         [&](int32_t i) {

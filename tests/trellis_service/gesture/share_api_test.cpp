@@ -1,5 +1,6 @@
 // Which application hears of a knock or a gesture, and what is left of one that dies.
 
+#include "gesture/share_api_callback_proxy.h"
 #include "gesture/share_focus_listener.h"
 #include "gesture_scene.h"
 #include "hilog/host_log.h"
@@ -85,7 +86,6 @@ TEST_F(ShareApi, TellsTheNewestCallbackOfThoseInFrontAndOfNobodyElse)
             for (const auto& [name, app] : apps) {
                 const bool mine = hears[0] == name;
                 EXPECT_EQ(app->TakeHeard(), mine ? Lines{std::to_string(event) + hears.substr(1) + " -1 c"} : Lines());
-                (void)(*app)->UnregisterShareEventCallback(event, -1); // may be gone
                 Die(*app);
             }
             Host::Device::Instance().SetForegroundApplications({});
@@ -97,8 +97,8 @@ TEST_F(ShareApi, TellsTheNewestCallbackOfThoseInFrontAndOfNobodyElse)
 
 TEST_F(ShareApi, RefusesForOneReasonAtATime)
 {
-    AllowError(
-        "ShareApiCallback not found.", "Invalid eventId", "cbId 2 not found.", "callback is null.", "Duplicate cbId");
+    AllowError("ShareApiCallback not found.", "Invalid eventId", "cbId 2 not found.", "callback is null.",
+        "Duplicate cbId", "callback is null!");
     auto app = NewApp();
     auto stranger = NewClient(Host::TokenId::APP);
     const std::pair<std::function<bool()>, const char*> rows[] = {
@@ -109,6 +109,8 @@ TEST_F(ShareApi, RefusesForOneReasonAtATime)
         {[&] { return app->Want(KNOCK, 1), (*app)->UnregisterShareEventCallback(KNOCK, 2); }, "cbId 2 not found."},
         {[&] { return Manager().AddShareApiCallback(9, nullptr); }, "pid 9 failed, callback is null."},
         {[&] { return Manager().IsPidRegistered(9, {1}); }, "Invalid eventId 9"},
+        {[&] { return (*app)->RegisterShareApiCallback(new ShareApiCallbackProxy((*app)->AsObject())); },
+            "callback is null!"}, // one of the service's own
     };
     for (const auto& [request, why] : rows) {
         EXPECT_FALSE(request());

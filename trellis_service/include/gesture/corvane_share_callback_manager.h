@@ -33,6 +33,9 @@ inline constexpr int32_t GESTURES = 3; // "gesturesShare"
 // One per process (DelayedSingleton), set up by the service in OnStart, dropped when it stops: whoever still works with
 // it holds it. Any thread. An application is called synchronously with the callbacks' mutex held, so one that hangs
 // costs the others its wait time. A dead process is known by its death alone; it does not watch who has the focus.
+//
+// Implemented in corvane_share_callback_registration.cpp (who is registered) and
+// corvane_share_callback_notification.cpp (who is told).
 class CorvaneShareCallbackManager : public std::enable_shared_from_this<CorvaneShareCallbackManager> {
 public:
     static constexpr size_t MAX_CALLBACK_IDS = 1024; // that a process may ask for one event with
@@ -42,7 +45,7 @@ public:
 
     // Remembers the callback object of a process, in place of an older one. False for null.
     [[nodiscard]] bool AddShareApiCallback(int32_t pid, const sptr<PelagoApiCallback>& callback);
-    // Forgets it, and leaves the events that the process asked for. Always true.
+    // Forgets it, and leaves the events that the process asked for, until it takes them back or dies. Always true.
     [[nodiscard]] bool DelShareApiCallback(int32_t pid);
     // Remembers that callback `cbId` of a process wants event `eventId`; asked again it is the newest. A gesture that
     // waits is offered to the process at once, on another thread: std::system_error when that cannot be started.
@@ -110,8 +113,12 @@ private:
     void StoreApiCallback(int32_t pid, const sptr<PelagoApiCallback>& callback, const sptr<IRemoteObject>& object);
     void RegisterDeath(int32_t pid, const sptr<PelagoApiCallback>& callback);
     void UnregisterDeath(const sptr<PelagoApiCallback>& callback);
+    void EndKeptWatch(int32_t pid) SHARE_REQUIRES(registrationMutex_);
     void ForgetIfDead(int32_t pid, const sptr<PelagoApiCallback>& callback);
     sptr<PelagoApiCallback> FindApiCallback(int32_t pid) const;
+    // The callback object of the process that now wants the event; null, and said in the log, when it is refused.
+    sptr<PelagoApiCallback> StoreEventCallback(int32_t pid, int32_t cbId, int32_t eventId);
+    bool WantsEvents(int32_t pid) const;
 
     // The registrations for an event; null, and said in the log, for an unknown one.
     EventCallbacks* FindEvent(int32_t eventId);
@@ -141,9 +148,11 @@ private:
     wptr<TrellisService> trellisServicePtr_ SHARE_GUARDED_BY(mutex_);
     std::shared_ptr<ShareRadarDfx> lastRadar_ SHARE_GUARDED_BY(mutex_); // of the device that came last
 
-    // A callback object and the watch over it come and go together. Taken before apiMutex_ and deathMutex_, and never
-    // with knockSubscriptionMutex_.
+    // A callback object and the watch over it come and go together, but for those that their processes took back while
+    // they wanted events: these are watched until the process registers another or dies. Taken before the mutexes of
+    // the registrations, apiMutex_ and deathMutex_, and never with knockSubscriptionMutex_.
     Mutex registrationMutex_{"CorvaneShareCallbackManager::registrationMutex_", LockRank::EVENT_SUBSCRIPTION};
+    std::map<int32_t, sptr<PelagoApiCallback>> keptWatches_ SHARE_GUARDED_BY(registrationMutex_);
 
     // The callback object of each process, never null; and how many, for who may not wait for an application.
     mutable Mutex apiMutex_{"CorvaneShareCallbackManager::apiMutex_", LockRank::API_CALLBACKS};
@@ -154,10 +163,11 @@ private:
     mutable Mutex deathMutex_{"CorvaneShareCallbackManager::deathMutex_", LockRank::LEAF};
     std::map<sptr<IRemoteObject>, sptr<IRemoteObject::DeathRecipient>> deathRecipients_ SHARE_GUARDED_BY(deathMutex_);
 
-    // The processes that a remembered gesture is still to be offered to, each once, and whether a thread does so.
+    // The processes that a remembered gesture is still to be offered to, each once, and what the thread that does so
+    // holds: it is gone with the thread, however that ends.
     Mutex replayQueueMutex_{"CorvaneShareCallbackManager::replayQueueMutex_", LockRank::LEAF};
     std::deque<int32_t> replayPids_ SHARE_GUARDED_BY(replayQueueMutex_);
-    bool replaying_ SHARE_GUARDED_BY(replayQueueMutex_) = false;
+    std::weak_ptr<const char> replayer_ SHARE_GUARDED_BY(replayQueueMutex_);
 
     // Held while the subscription for knocks is brought in line with the registrations, so that the last decision is
     // the one that stands. Taken before the mutex of the registrations, which is never held across the request.

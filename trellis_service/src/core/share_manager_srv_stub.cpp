@@ -1,5 +1,8 @@
 #include "core/share_manager_srv_stub.h"
 
+#include <unistd.h>
+
+#include "ipc_skeleton.h"
 #include "permission.h"
 #include "share_log.h"
 #include "transfer/descriptor_ledger.h"
@@ -57,11 +60,16 @@ int32_t ReadText(MessageParcel& data, std::string& text, const char* failure)
     return 0;
 }
 
-// Null when the request names no object, or one of a kind that the broker does not know.
+// Null when the request names no object, or one of a kind that the broker does not know. An object of ours that another
+// process sends back to us is none either: it never dies, and what is registered with it would outlive whoever did so.
 template <typename Callback>
 sptr<Callback> ReadCallback(MessageParcel& data)
 {
-    return iface_cast<Callback>(data.ReadRemoteObject());
+    sptr<IRemoteObject> object = data.ReadRemoteObject();
+    if (object != nullptr && !object->IsProxyObject() && IPCSkeleton::GetCallingPid() != ::getpid()) {
+        object = nullptr;
+    }
+    return iface_cast<Callback>(object);
 }
 
 int32_t RefuseNullCallback()

@@ -1,24 +1,17 @@
 #include "gesture/corvane_share_callback_manager.h"
 
-#include <algorithm>
 #include <new>
 #include <utility>
 
 #include "common_utils.h"
 #include "core/trellis_service.h"
-#include "runtime_env.h"
-#include "transmit_param.h"
 
+// Who is registered: callback objects, the deaths of their processes, the events that they want and the subscriptions
+// that follow from them.
 namespace OHOS::Pelago {
 namespace {
 
 constexpr int32_t ALL_CALLBACKS = -1;
-
-// How a tap fails that no application wants, and what telemetry calls the two ways to get there.
-constexpr int32_t MOTION_STATE_FAILED = 0;
-constexpr int32_t ERROR_NO_APPLICATION = 1203;
-constexpr int32_t RADAR_NO_APPLICATION = 445317123;
-constexpr int32_t RADAR_NO_CALLBACK = 445317124;
 
 unsigned long ForLog(uint64_t value)
 {
@@ -60,20 +53,6 @@ sptr<TrellisService> CorvaneShareCallbackManager::Service() const
     return service;
 }
 
-std::shared_ptr<ShareRadarDfx> CorvaneShareCallbackManager::Radar() const
-{
-    MutexLock lock(mutex_);
-    return lastRadar_;
-}
-
-void CorvaneShareCallbackManager::ReportKnockFailure(int32_t result, int32_t errorCode) const
-{
-    if (const std::shared_ptr<ShareRadarDfx> radar = Radar(); radar != nullptr) {
-        radar->ReportShareRadarInfo(
-            "CorvaneShareCallbackManager::NotifyUserKnock", RadarStage::TAP, result, RadarState::END, errorCode);
-    }
-}
-
 bool CorvaneShareCallbackManager::AddShareApiCallback(int32_t pid, const sptr<PelagoApiCallback>& callback)
 {
     if (callback == nullptr) {
@@ -106,6 +85,7 @@ void CorvaneShareCallbackManager::StoreApiCallback(
         old = std::exchange(stored, callback);
         apiCallbackCount_ = apiCallbacks_.size();
     }
+    EndKeptWatch(pid); // who dies before the next line is found dead by the caller
     RegisterDeath(pid, callback);
     if (old == nullptr) {
         SHARE_LOGI(Log::SERVICE, "New Api Callback, exit");
@@ -115,6 +95,7 @@ void CorvaneShareCallbackManager::StoreApiCallback(
     }
 }
 
+// The death of a process that leaves events behind is still to be heard: nothing else would ever end them.
 bool CorvaneShareCallbackManager::DelShareApiCallback(int32_t pid)
 {
     MutexLock registration(registrationMutex_);
@@ -128,10 +109,32 @@ bool CorvaneShareCallbackManager::DelShareApiCallback(int32_t pid)
             apiCallbackCount_ = apiCallbacks_.size();
         }
     }
-    if (callback != nullptr) {
+    if (callback != nullptr && WantsEvents(pid)) {
+        keptWatches_[pid] = callback;
+    } else if (callback != nullptr) {
         UnregisterDeath(callback);
     }
     return true;
+}
+
+bool CorvaneShareCallbackManager::WantsEvents(int32_t pid) const
+{
+    for (const EventCallbacks* event : {&knockCallbacks, &swingCallbacks}) {
+        RecursiveLock lock(event->mutex);
+        if (event->callbacks.count(pid) != 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void CorvaneShareCallbackManager::EndKeptWatch(int32_t pid)
+{
+    const auto found = keptWatches_.find(pid);
+    if (found != keptWatches_.end()) {
+        UnregisterDeath(found->second);
+        keptWatches_.erase(found);
+    }
 }
 
 // A callback of this process has no death of its own, and is kept all the same.
@@ -209,20 +212,14 @@ CorvaneShareCallbackManager::EventCallbacks* CorvaneShareCallbackManager::FindEv
     return nullptr;
 }
 
-// An unknown process is said before an unknown event.
 bool CorvaneShareCallbackManager::AddShareEventCallback(int32_t pid, int32_t cbId, int32_t eventId)
 {
-    const sptr<PelagoApiCallback> callback = FindApiCallback(pid);
+    const sptr<PelagoApiCallback> callback = StoreEventCallback(pid, cbId, eventId);
     if (callback == nullptr) {
-        SHARE_LOGE(Log::SERVICE, "AddShareEventCallback pid %{public}d failed, ShareApiCallback not found.", pid);
-        return false;
-    }
-    EventCallbacks* event = FindEvent(eventId);
-    if (event == nullptr || !AddCallback(*event, pid, cbId)) {
         return false;
     }
     ForgetIfDead(pid, callback);
-    if (event == &knockCallbacks) {
+    if (eventId == ShareEvent::KNOCK) {
         TryToSubscribeKnock();
         return true;
     }
@@ -231,36 +228,18 @@ bool CorvaneShareCallbackManager::AddShareEventCallback(int32_t pid, int32_t cbI
     return true;
 }
 
-// One thread replays to all who wait: replays come one after another anyway, and who floods us with registrations gets
-// no thread for each. It begins behind this lock, so that it finds who it was started for.
-void CorvaneShareCallbackManager::ReplaySwing(int32_t pid)
+// An unknown process is said before an unknown event. The callback object cannot go before its event is there to be
+// seen.
+sptr<PelagoApiCallback> CorvaneShareCallbackManager::StoreEventCallback(int32_t pid, int32_t cbId, int32_t eventId)
 {
-    MutexLock lock(replayQueueMutex_);
-    if (!replaying_) {
-        RuntimeEnv::StartDetached("SwingReplay", [self = shared_from_this()] { self->ReplayToAll(); });
-        replaying_ = true;
+    MutexLock registration(registrationMutex_);
+    const sptr<PelagoApiCallback> callback = FindApiCallback(pid);
+    if (callback == nullptr) {
+        SHARE_LOGE(Log::SERVICE, "AddShareEventCallback pid %{public}d failed, ShareApiCallback not found.", pid);
+        return nullptr;
     }
-    if (std::find(replayPids_.begin(), replayPids_.end(), pid) == replayPids_.end()) {
-        replayPids_.push_back(pid);
-    }
-}
-
-void CorvaneShareCallbackManager::ReplayToAll()
-{
-    for (int32_t pid = 0; NextReplay(pid);) {
-        TryToConsumeSwingCache(pid);
-    }
-}
-
-bool CorvaneShareCallbackManager::NextReplay(int32_t& pid)
-{
-    MutexLock lock(replayQueueMutex_);
-    replaying_ = !replayPids_.empty();
-    if (replaying_) {
-        pid = replayPids_.front();
-        replayPids_.pop_front();
-    }
-    return replaying_;
+    EventCallbacks* event = FindEvent(eventId);
+    return event != nullptr && AddCallback(*event, pid, cbId) ? callback : nullptr;
 }
 
 // A callback id that is there already becomes the newest registration: that is meant.
@@ -331,6 +310,10 @@ void CorvaneShareCallbackManager::ApiCallbackDeath(int32_t pid)
             ALL_CALLBACKS, pid, eventId);
         (void)DelShareEventCallback(pid, ALL_CALLBACKS, eventId);
     }
+    {
+        MutexLock registration(registrationMutex_);
+        EndKeptWatch(pid);
+    }
     if (const sptr<TrellisService> service = Service(); service != nullptr) {
         service->DownloadingDie(pid);
     }
@@ -376,166 +359,6 @@ void CorvaneShareCallbackManager::TryToSubscribeSwing()
     if (const sptr<TrellisService> service = Service(); service != nullptr) {
         (void)service->RegisterSwingSubscribeListener();
     }
-}
-
-void CorvaneShareCallbackManager::TryToConsumeSwingCache(int32_t pid)
-{
-    if (const sptr<TrellisService> service = Service(); service != nullptr) {
-        service->TryToConsumeSwingCache(pid);
-    }
-}
-
-bool CorvaneShareCallbackManager::IsPidRegistered(int32_t eventId, const std::vector<int32_t>& pids)
-{
-    if (pids.empty()) {
-        return false;
-    }
-    const EventCallbacks* event = FindEvent(eventId);
-    if (event == nullptr) {
-        return false;
-    }
-    RecursiveLock lock(event->mutex);
-    for (const int32_t pid : pids) {
-        if (event->callbacks.count(pid) != 0) {
-            SHARE_LOGI(Log::SERVICE, "Pid %{public}d Registered event %{public}s.", pid, event->eventName);
-            return true;
-        }
-        SHARE_LOGI(Log::SERVICE, "Pid %{public}d not Registered event %{public}s.", pid, event->eventName);
-    }
-    return false;
-}
-
-std::vector<int32_t> CorvaneShareCallbackManager::MatchPids(
-    const EventCallbacks& event, const std::vector<int32_t>& pids, const char* source)
-{
-    std::vector<int32_t> matched;
-    RecursiveLock lock(event.mutex);
-    for (const int32_t pid : pids) {
-        if (event.callbacks.count(pid) != 0) {
-            SHARE_LOGI(Log::SERVICE, "GetMatched%{public}sPid %{public}d from knock cbs.", source, pid);
-            matched.push_back(pid);
-        }
-    }
-    return matched;
-}
-
-std::vector<int32_t> CorvaneShareCallbackManager::GetMatchedFocusedPids(
-    int32_t eventId, const std::vector<int32_t>& queryPids)
-{
-    std::vector<int32_t> matched;
-    if (eventId == ShareEvent::KNOCK) {
-        matched = MatchPids(knockCallbacks, queryPids, "Focused");
-    }
-    if (eventId == ShareEvent::KNOCK && matched.empty()) {
-        const sptr<TrellisService> service = Service();
-        if (service == nullptr) {
-            return matched;
-        }
-        std::vector<int32_t> foreground;
-        service->UpdateAlternativePidsByForeground(foreground);
-        matched = MatchPids(knockCallbacks, foreground, "Foreground");
-    }
-    SHARE_LOGI(Log::SERVICE, "GetMatchedPids exit, eventId %{public}d, matchedPids %{public}lu.", eventId,
-        ForLog(matched.size()));
-    return matched;
-}
-
-void CorvaneShareCallbackManager::NotifyUserDeviceFound(
-    ShareDeviceInfo& device, const std::vector<int32_t>& focusedPids, const std::shared_ptr<ShareRadarDfx>& radar)
-{
-    {
-        MutexLock lock(mutex_);
-        lastRadar_ = radar;
-    }
-    if (device.IsContainDiscoverer(Discoverer::TAP)) {
-        NotifyUserKnock(device, focusedPids);
-    } else if (device.IsContainDiscoverer(Discoverer::SWING)) {
-        NotifyUserSwing(device, focusedPids);
-    }
-}
-
-void CorvaneShareCallbackManager::AppendCallbacks(
-    const EventCallbacks& event, const std::vector<int32_t>& pids, std::vector<AlternativeCb>& alternativeCbs)
-{
-    RecursiveLock lock(event.mutex);
-    for (const int32_t pid : pids) {
-        const auto found = event.callbacks.find(pid);
-        if (found == event.callbacks.end()) {
-            continue;
-        }
-        for (const auto& [cbId, timeStamp] : found->second) {
-            alternativeCbs.emplace_back(pid, cbId, timeStamp);
-        }
-    }
-}
-
-// The foreground is asked for, and a knock fails, with no lock held.
-void CorvaneShareCallbackManager::NotifyUserKnock(ShareDeviceInfo& device, const std::vector<int32_t>& focusedPids)
-{
-    std::vector<AlternativeCb> alternativeCbs;
-    AppendCallbacks(knockCallbacks, focusedPids, alternativeCbs);
-    if (alternativeCbs.empty()) {
-        SHARE_LOGE(Log::SERVICE, "alternativeCbs empty!");
-        UpdateAlternativeCbsByForeground(alternativeCbs);
-    }
-    if (alternativeCbs.empty()) {
-        SHARE_LOGE(Log::SERVICE, "alternativeCbs still empty!");
-        ReportKnockFailure(RadarResult::REFUSED, RADAR_NO_APPLICATION);
-        if (const sptr<TrellisService> service = Service(); service != nullptr) {
-            service->HandleOnMotionState(
-                static_cast<int32_t>(TransmitEventType::TAP), MOTION_STATE_FAILED, ERROR_NO_APPLICATION);
-        }
-        return;
-    }
-    // Nobody fails a tap whose application has no callback: its time-out does.
-    if (!TellNewest(ShareEvent::KNOCK, alternativeCbs, device)) {
-        ReportKnockFailure(RadarResult::FAILED, RADAR_NO_CALLBACK);
-    }
-}
-
-void CorvaneShareCallbackManager::UpdateAlternativeCbsByForeground(std::vector<AlternativeCb>& alternativeCbs)
-{
-    const sptr<TrellisService> service = Service();
-    if (service == nullptr) {
-        return;
-    }
-    std::vector<int32_t> foreground;
-    service->UpdateAlternativePidsByForeground(foreground);
-    AppendCallbacks(knockCallbacks, foreground, alternativeCbs);
-}
-
-// The foreground does not stand in for the focus here, and nobody reports the miss: a gesture that finds nobody is
-// remembered before it gets this far.
-void CorvaneShareCallbackManager::NotifyUserSwing(ShareDeviceInfo& device, const std::vector<int32_t>& focusedPids)
-{
-    std::vector<AlternativeCb> alternativeCbs;
-    AppendCallbacks(swingCallbacks, focusedPids, alternativeCbs);
-    if (alternativeCbs.empty()) {
-        SHARE_LOGE(Log::SERVICE, "alternativeCbs empty!.");
-        return;
-    }
-    (void)TellNewest(ShareEvent::GESTURES, alternativeCbs, device); // a missing callback is logged
-}
-
-// Of equal times the first counts, and none that is 0: no process is then found.
-bool CorvaneShareCallbackManager::TellNewest(
-    int32_t eventId, const std::vector<AlternativeCb>& alternativeCbs, const ShareDeviceInfo& device)
-{
-    AlternativeCb newest{0, ALL_CALLBACKS, 0};
-    for (const AlternativeCb& candidate : alternativeCbs) {
-        if (std::get<uint64_t>(candidate) > std::get<uint64_t>(newest)) {
-            newest = candidate;
-        }
-    }
-    const auto& [pid, cbId, timeStamp] = newest;
-    MutexLock lock(apiMutex_);
-    const auto found = apiCallbacks_.find(pid);
-    if (found == apiCallbacks_.end()) {
-        SHARE_LOGE(Log::SERVICE, "pid %{public}d cannot find PelagoApiCallback!.", pid);
-        return false;
-    }
-    found->second->OnShareEventOccurred(eventId, cbId, device);
-    return true;
 }
 
 CorvaneShareCallbackManager::Sizes CorvaneShareCallbackManager::GetSizes() const
