@@ -41,7 +41,7 @@ public:
     virtual void OnError(const std::string& info, int errorCode) = 0;
     virtual void OnCorvaneIdHeadImageReceive(const std::string& deviceId, const std::string& headImage) = 0;
     virtual void OnTotalFileLength(int length) = 0;
-    virtual void OnSpeed(int speed) = 0; // KiB a second // KiB per second
+    virtual void OnSpeed(int speed) = 0; // KiB a second
     virtual void OnRecvSuccess() = 0;
     virtual void OnMessageReceive(std::string message) = 0;
     virtual void OnImportProgress(int8_t percent) = 0;

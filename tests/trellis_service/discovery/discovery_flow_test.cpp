@@ -136,6 +136,10 @@ TEST_F(Discovery, KeepsALostDeviceForItsSend)
     EXPECT_FALSE(IsDisappeared("phone"));
     EXPECT_EQ(Success("phone").size(), 1U); // the end, and no loss
     EXPECT_EQ(Lost(Peer("phone")), Lines{"OnDeviceLost phone"});
+    (void)Found(Peer("phone"));
+    (void)SendText("phone");
+    TrellisService::OnDeviceNewStateRetrieve(Entry("phone")); // an end has begun, and asks no more
+    EXPECT_EQ(Lost(Peer("phone")), Lines{"OnDeviceLost phone"});
 }
 
 TEST_F(Discovery, HandsTappedDevicesToTheEngineAndSeesThemComeBack)

@@ -220,15 +220,22 @@ TEST_F(Sending, AnEndInsideTheStartLeavesTheDeviceFree)
 TEST_F(Sending, AMemberThatStartsAfterTheDecisionIsCancelledAtOnce)
 {
     Find({"a", "b", "c"}, 42);
-    Engine().whenStarted = [this](ScriptedTransfer& transfer) {
-        if (transfer.deviceId == "b") {
-            Engine().TransferTo("a")->callback->OnProgess(1);
-        }
-    };
     AllowError("cancelDtcpSender is not found, cancel fail"); // those that had not started
-    EXPECT_EQ(SendText("42"), "SendBytes a, SendBytes b, Cancel b, SendBytes c, Cancel c");
-    EXPECT_EQ(StateOf("c") + " " + Records(), "6/105 2/103 1 1 1");
-    (void)Success("a");
+    for (const char* andThen : {"nothing", "the winner ends", "the loser begins too"}) {
+        Engine().whenStarted = [this, andThen = std::string(andThen)](ScriptedTransfer& transfer) {
+            if (transfer.deviceId == "b") {
+                Engine().TransferTo("a")->callback->OnProgess(1);
+                if (andThen == "the winner ends") {
+                    Engine().TransferTo("a")->callback->OnSuccess("", {});
+                } else if (andThen == "the loser begins too") {
+                    transfer.callback->OnProgess(1);
+                }
+            }
+        };
+        EXPECT_EQ(SendText("42"), "SendBytes a, SendBytes b, Cancel b, SendBytes c, Cancel c") << andThen;
+        (void)Success("a");
+        EXPECT_EQ(StateOf("c") + " " + Records(), "6/105 3/107 0 0 0") << andThen;
+    }
     Engine().whenStarted = nullptr;
     EXPECT_EQ(SendAgain("42"), "SendBytes a, SendBytes b, SendBytes c"); // success has cleared what was decided
 }

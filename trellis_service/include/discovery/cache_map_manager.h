@@ -68,6 +68,9 @@ public:
     static std::optional<ShareDeviceInfo> GetSendingDevice(const std::string& deviceId);
     // False when the device is in no send.
     static bool ChangeSendingDeviceDisappearState(const std::string& deviceId, bool disappeared);
+    // The device's send ends and has asked for the last time whether the device was lost: it holds back no loss from
+    // here on, though its record stays a moment longer. Asked and said under MergeDeviceMutex.
+    static void EndHold(const std::string& deviceId);
     // Always empty: clients have been told so from the beginning and show their own sends.
     static std::vector<ShareDeviceInfo> GetSendingDeviceList();
 
@@ -122,12 +125,16 @@ public:
     static std::optional<ShareDeviceInfo> LeaveMergeDevice(const ShareDeviceInfo& device);
     // The physical members of the device's entry: those in view, then those that only their send keeps.
     static std::vector<ShareDeviceInfo> GetShareDeviceInfoList(const ShareDeviceInfo& device);
+    // A lost device whose send holds it stays: its record and its entry note the loss. False when no send holds it, or
+    // one that ends.
+    [[nodiscard]] static bool HoldLostDevice(const ShareDeviceInfo& device);
     // True once in a send: the caller is the one to cancel the other members.
     static bool CancelOtherMergeDevice(const ShareDeviceInfo& device);
-    // Whether the send of the device's entry has been decided: the other members have been cancelled.
-    [[nodiscard]] static bool IsCancelOther(const ShareDeviceInfo& device);
-    // Whether the send of the entry has been decided for another member than `member`, or for none.
-    [[nodiscard]] static bool HasLostSend(const ShareDeviceInfo& member);
+    // How often that was true for the device's entry, 0 when it is in none.
+    [[nodiscard]] static int32_t CountDecisions(const ShareDeviceInfo& device);
+    // Whether a send of the entry has been decided since there were `decisions`, and not by `member`. A transfer that
+    // has ended meanwhile still counts.
+    [[nodiscard]] static bool HasLostSend(const ShareDeviceInfo& member, int32_t decisions);
     // For callers that must decide and act in one step. Outside the locks of all other maps here; recursive.
     static RecursiveMutex& MergeDeviceMutex();
 
@@ -155,6 +162,11 @@ public:
 private:
     friend struct StaticState; // the fresh process state of tests
 
+    struct SendingDevice {
+        ShareDeviceInfo record;
+        bool isEnding = false; // holds back no loss
+    };
+
     // A request and what keeps its descriptors open.
     struct HeldSendBean {
         SendBean bean;
@@ -168,6 +180,7 @@ private:
     static void AppendKnown(const std::vector<std::string>& deviceIds, std::vector<ShareDeviceInfo>& found,
         std::vector<std::string>& missing);
     static void AppendSending(const std::vector<std::string>& deviceIds, std::vector<ShareDeviceInfo>& found);
+    [[nodiscard]] static bool IsHeldBySend(const std::string& deviceId);
     static void FillFromEntry(const ShareMergeInfo& entry, ShareDeviceInfo& view);
     static void FoldMembers(const ShareMergeInfo& entry, bool typeFromFirst, ShareDeviceInfo& view);
 
@@ -184,7 +197,7 @@ private:
 
     // Devices in a send.
     static Mutex sendingDeviceMutex_;
-    static std::map<std::string, ShareDeviceInfo> sendingDeviceMap_ SHARE_GUARDED_BY(sendingDeviceMutex_);
+    static std::map<std::string, SendingDevice> sendingDeviceMap_ SHARE_GUARDED_BY(sendingDeviceMutex_);
 
     // Requests and handles of running sends.
     static LockedMap<HeldSendBean> sendBeanMap_;

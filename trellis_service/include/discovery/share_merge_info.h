@@ -117,10 +117,6 @@ public:
     {
         return deviceList_;
     }
-    const std::string& GetTargetDeviceId() const
-    {
-        return targetDeviceId_;
-    }
     bool GetIsCancelOther() const
     {
         return isCancelOther_;
@@ -128,6 +124,21 @@ public:
     void SetIsCancelOther(bool isCancelOther)
     {
         isCancelOther_ = isCancelOther;
+    }
+    // How many sends have been decided, and by which member the last one: it transfers, or has refused for all. Both
+    // outlive the send.
+    int32_t GetDecisions() const
+    {
+        return decisions_;
+    }
+    const std::string& GetDecidedBy() const
+    {
+        return decidedBy_;
+    }
+    void CountDecision(const std::string& deviceId)
+    {
+        decidedBy_ = deviceId;
+        ++decisions_;
     }
     bool GetIsOHDevice() const
     {
@@ -157,6 +168,8 @@ private:
     std::vector<std::string> deviceList_;
     std::string targetDeviceId_; // the member that transfers; empty until one has begun
     bool isCancelOther_ = false; // the other members of this send have been cancelled
+    int32_t decisions_ = 0;
+    std::string decidedBy_;
     bool isOHDevice_ = true;
 };
 

@@ -30,7 +30,7 @@ void LogNotSending()
 Mutex CacheMapManager::allDeviceMutex_("allDeviceMutex_", LockRank::DEVICES);
 IndexedMap<ShareDeviceInfo> CacheMapManager::allDeviceMap_;
 Mutex CacheMapManager::sendingDeviceMutex_("sendingDeviceMutex_", LockRank::DEVICES);
-std::map<std::string, ShareDeviceInfo> CacheMapManager::sendingDeviceMap_;
+std::map<std::string, CacheMapManager::SendingDevice> CacheMapManager::sendingDeviceMap_;
 
 void CacheMapManager::InsertToAllDeviceMap(
     const ShareDeviceInfo& device, int eventCode, int deviceState, int percent, int speed)
@@ -132,7 +132,7 @@ std::optional<ShareDeviceInfo> CacheMapManager::RestoreDiscoverer(const std::str
 bool CacheMapManager::InsertToSendingDeviceMap(const ShareDeviceInfo& device)
 {
     MutexLock lock(sendingDeviceMutex_);
-    if (!sendingDeviceMap_.try_emplace(device.deviceId, device).second) {
+    if (!sendingDeviceMap_.try_emplace(device.deviceId, SendingDevice{device}).second) {
         SHARE_LOGE(Log::SERVICE, "InsertToSendingDeviceMap failed");
         return false;
     }
@@ -148,7 +148,7 @@ bool CacheMapManager::SetStatus(const std::string& deviceId, int eventCode, int 
         LogNotSending();
         return false;
     }
-    auto& record = found->second;
+    auto& record = found->second.record;
     record.eventCode = eventCode == KEEP ? record.eventCode : eventCode;
     record.deviceState = deviceState == KEEP ? record.deviceState : deviceState;
     record.percent = percent == KEEP ? record.percent : percent;
@@ -176,7 +176,7 @@ std::optional<ShareDeviceInfo> CacheMapManager::GetSendingDevice(const std::stri
 {
     MutexLock lock(sendingDeviceMutex_);
     auto found = sendingDeviceMap_.find(deviceId);
-    return CopyOf(found == sendingDeviceMap_.end() ? nullptr : &found->second);
+    return CopyOf(found == sendingDeviceMap_.end() ? nullptr : &found->second.record);
 }
 
 bool CacheMapManager::ChangeSendingDeviceDisappearState(const std::string& deviceId, bool disappeared)
@@ -188,8 +188,23 @@ bool CacheMapManager::ChangeSendingDeviceDisappearState(const std::string& devic
         LogNotSending();
         return false;
     }
-    found->second.isDisappeared = disappeared;
+    found->second.record.isDisappeared = disappeared;
     return true;
+}
+
+void CacheMapManager::EndHold(const std::string& deviceId)
+{
+    MutexLock lock(sendingDeviceMutex_);
+    if (auto found = sendingDeviceMap_.find(deviceId); found != sendingDeviceMap_.end()) {
+        found->second.isEnding = true;
+    }
+}
+
+bool CacheMapManager::IsHeldBySend(const std::string& deviceId)
+{
+    MutexLock lock(sendingDeviceMutex_);
+    auto found = sendingDeviceMap_.find(deviceId);
+    return found != sendingDeviceMap_.end() && !found->second.isEnding;
 }
 
 std::vector<ShareDeviceInfo> CacheMapManager::GetSendingDeviceList()

@@ -193,6 +193,18 @@ std::optional<ShareDeviceInfo> CacheMapManager::LeaveMergeDevice(const ShareDevi
     return lastView;
 }
 
+// One step, as is the question of an ending send whether there was a loss: one of the two sees the other.
+bool CacheMapManager::HoldLostDevice(const ShareDeviceInfo& device)
+{
+    RecursiveLock lock(mergeDeviceMutex_);
+    if (!IsHeldBySend(device.deviceId)) {
+        return false;
+    }
+    (void)ChangeSendingDeviceDisappearState(device.deviceId, true); // it may just have ended
+    (void)ChangeMergeDeviceDisappearState(device, true);            // or have no entry
+    return true;
+}
+
 std::vector<ShareDeviceInfo> CacheMapManager::GetShareDeviceInfoList(const ShareDeviceInfo& device)
 {
     RecursiveLock lock(mergeDeviceMutex_);
@@ -227,7 +239,7 @@ void CacheMapManager::AppendSending(const std::vector<std::string>& deviceIds, s
     for (const auto& deviceId : deviceIds) {
         auto sending = sendingDeviceMap_.find(deviceId);
         if (sending != sendingDeviceMap_.end()) {
-            found.push_back(sending->second);
+            found.push_back(sending->second.record);
         }
     }
 }
@@ -246,22 +258,23 @@ bool CacheMapManager::CancelOtherMergeDevice(const ShareDeviceInfo& device)
         return false;
     }
     entry->second.SetIsCancelOther(true);
+    entry->second.CountDecision(device.deviceId);
     return true;
 }
 
-bool CacheMapManager::IsCancelOther(const ShareDeviceInfo& device)
+int32_t CacheMapManager::CountDecisions(const ShareDeviceInfo& device)
 {
     RecursiveLock lock(mergeDeviceMutex_);
     auto entry = mergeDeviceMap_.Find(device);
-    return entry != mergeDeviceMap_.End() && entry->second.GetIsCancelOther();
+    return entry == mergeDeviceMap_.End() ? 0 : entry->second.GetDecisions();
 }
 
-bool CacheMapManager::HasLostSend(const ShareDeviceInfo& member)
+bool CacheMapManager::HasLostSend(const ShareDeviceInfo& member, int32_t decisions)
 {
     RecursiveLock lock(mergeDeviceMutex_);
     auto entry = mergeDeviceMap_.Find(member);
-    return entry != mergeDeviceMap_.End() && entry->second.GetIsCancelOther() &&
-           entry->second.GetTargetDeviceId() != member.GetDeviceId();
+    return entry != mergeDeviceMap_.End() && entry->second.GetDecisions() > decisions &&
+           entry->second.GetDecidedBy() != member.deviceId;
 }
 
 } // namespace OHOS::Pelago

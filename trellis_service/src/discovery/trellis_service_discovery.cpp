@@ -230,11 +230,8 @@ void TrellisService::DeviceLost(const ShareDeviceInfo& device)
 void TrellisService::HandleOnDeviceLost(const ShareDeviceInfo& device)
 {
     CacheMapManager::RemoveFromAllDeviceMap(device.deviceId);
-    if (CacheMapManager::InSendingList(device.deviceId)) {
-        // The send holds the device until it ends; only then do clients hear of the loss.
-        (void)CacheMapManager::ChangeSendingDeviceDisappearState(device.deviceId, true); // it may just have ended
-        (void)CacheMapManager::ChangeMergeDeviceDisappearState(device, true);            // or have no entry
-        return;
+    if (CacheMapManager::HoldLostDevice(device)) {
+        return; // until its send ends: only then do clients hear of the loss
     }
     const auto view = CacheMapManager::LeaveMergeDevice(device);
     if (!view) {

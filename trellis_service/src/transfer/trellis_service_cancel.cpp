@@ -78,6 +78,7 @@ void TrellisService::OnDeviceNewStateRetrieve(const ShareDeviceInfo& device)
         RecursiveLock lock(CacheMapManager::MergeDeviceMutex());
         if (!CacheMapManager::IsMergeDeviceDisappear(device)) {
             SHARE_LOGI(Log::SERVICE, "noNeedDisappear");
+            CacheMapManager::EndHold(device.deviceId); // a loss from here on goes its own way, or nobody would tell it
             return;
         }
         if (!CacheMapManager::IsOneInMergeDevice(device)) {

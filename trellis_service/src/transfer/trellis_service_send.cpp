@@ -231,7 +231,7 @@ template <typename Payload>
 bool TrellisService::SendToMembers(Payload& payload, const ShareDeviceInfo& device, const ContactReporter& report)
 {
     std::vector<ShareDeviceInfo> members = CacheMapManager::GetShareDeviceInfoList(device);
-    bool decidedBefore = CacheMapManager::IsCancelOther(device);
+    int32_t decisions = CacheMapManager::CountDecisions(device);
     for (size_t i = 0; i < members.size(); ++i) {
         const ShareDeviceInfo& member = members[i];
         report(member, members.size());
@@ -242,7 +242,7 @@ bool TrellisService::SendToMembers(Payload& payload, const ShareDeviceInfo& devi
         }
         bool running = StartTransfer(payload, member, member.deviceId, TransmitEventType::ORDINARY);
         // The send may have been decided while a later member was being started, too late to cancel it with the rest.
-        if (running && i > 0 && !decidedBefore && CacheMapManager::HasLostSend(member)) {
+        if (running && i > 0 && CacheMapManager::HasLostSend(member, decisions)) {
             (void)CancelMember(member, false); // its transfer may have ended by itself
         }
     }
