@@ -285,12 +285,12 @@ const Story USERS[] = {
 
 // The first use. A device that is being set up, with an unlocked user: the last step is "set ota 1 100".
 const Story FIRST_USES[] = {
-    {"the user agrees", {{"set ota - 100"},
+    {"the user agrees", {{"set ota - 100; set service 1"},
         {"boot", "0,0,0 | none | = / -,-,- | none | quiet",
             "isOtaFinished not ready, curr userId: 100.|Oobe not ready."},
         {"set agreed 1 100; set enhance 0; set ota 1 100", "1,2,1 | = | = | 1,2 | show 2, permit 1 | 1 | 0",
             "HandleOnAgreeCollaborationOobeEnable invoked|IsValidPath failed enter.|~file path is not real path!|"
-            "!Dialog"}}},
+            "!Dialog|!EnableSemiWifiAndBluetooth invoked."}}},
     {"the user declines, the device had agreed, and sees the dialog when asking", {
         {"set ota - 100; boot; set agreed 0 100; set enhance 1"},
         {"set ota 1 100", "0,0,0 | = | = / -,-,- | none | quiet",
@@ -335,14 +335,15 @@ const Story FIRST_USES[] = {
         {"set ota - 100; boot 0,0,0; set service 1; set enhance 1; set agreed 0 100"},
         {"set ota 1 100", "0,0,0 | = | = / -,-,0 | 0,0 | quiet",
             "EnableSemiWifiAndBluetooth invoked.|!EnableSemiWifi invoked|!EnableBluetoothToRestrictMode invoked"}}},
+    {"no radio without the collaboration framework", {
+        {"set ota - 100; boot 0,0,0; wifi off; set enhance 1; set agreed 0 100"},
+        {"set ota 1 100", "0,0,0 | = | = / -,-,0 | 0,0 | quiet", "!EnableSemiWifiAndBluetooth invoked."}}},
     {"no radio in airplane mode", {
         {"set ota - 100; boot 0,0,0; wifi off; set service 1; set enhance 1; set agreed 0 100; set airplane 1"},
         {"set ota 1 100", "0,0,0 | = | = / -,-,0 | 0,0 | quiet",
             "airPlaneMode, can not EnableSemiWifi or EnableBluetoothToRestrictMode|!EnableSemiWifi invoked"}}},
     {"a refused Bluetooth waits for its ability to go", {
-        {
-            ""
-            "set ota - 100; boot 0,0,0; bluetooth off; set service 1; set enhance 1; set agreed 0 100; "
+        {"set ota - 100; boot 0,0,0; bluetooth off; set service 1; set enhance 1; set agreed 0 100; "
             "fail bluetooth.EnableBluetoothToRestrictMode"},
         {"set ota 1 100", "0,0,0 retry | = | = / -,-,0 | 0,0 | - | 0 | 1"}}},
 };

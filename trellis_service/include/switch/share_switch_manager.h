@@ -161,6 +161,9 @@ public:
     void HandleOnPackageDataCleared();
     void HandleOnSwingOn();
     void HandleOnSwingOff();
+    // Held from the look at the air-gesture switch in the settings until the switch has heard of it: so what the switch
+    // itself writes there meanwhile is never taken for the user's word.
+    RecursiveMutex& SharedItemsMutex();
     // The ten minutes of the timed type are over; on the timer's thread. Looks again, since the state may have moved
     // on.
     void ExcuteSwitchDetectableStateScheduledTask();
@@ -172,8 +175,8 @@ public:
     // rests.
     static const char* BrokenInvariant(const Snapshot& snapshot);
 
-    // Files and settings. On the runner, and in the road of SetShareAccountPermission; there is no lock on the files.
-    // All results are logged where they fail.
+    // Files and settings. On the runner, and in the road of SetShareAccountPermission; sharedItemsMutex_ keeps the two
+    // apart. All results are logged where they fail.
 
     // Reads the state file of a verified user. A primary user without one gets one, of the older file's content or of
     // zeros; the older file is removed. False: nothing read; the outputs are then untouched, or zeros when a file could
@@ -339,6 +342,10 @@ private:
     // Held across the registration of a helper's observers: nothing on an observer's road takes it.
     Mutex oobeHelperMutex_{"ShareSwitchManager::oobeHelperMutex_", LockRank::OOBE_HELPERS};
     std::map<int32_t, std::shared_ptr<ShareOobeHelper>> oobeHelperMap_ SHARE_GUARDED_BY(oobeHelperMutex_);
+
+    // Held while memory, settings and file are brought to agree about what other threads change too: the account
+    // permission and the swing state. Nothing that is called with it held waits for another thread of ours.
+    RecursiveMutex sharedItemsMutex_{"ShareSwitchManager::sharedItemsMutex_", LockRank::OOBE_HELPERS};
 
     // Covers the test and set alone.
     Mutex initMutex_{"ShareSwitchManager::initMutex_", LockRank::LEAF};

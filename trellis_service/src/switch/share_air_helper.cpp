@@ -38,13 +38,15 @@ void ShareAirHelper::ShareAirObserver::OnChange()
         SHARE_LOGE(Log::SERVICE, "shareAirHelper_ is nullptr");
         return;
     }
+    const auto shareSwitch = DelayedSingleton<ShareSwitchManager>::GetInstance();
+    RecursiveLock lock(shareSwitch->SharedItemsMutex());
     std::string airState;
     (void)Settings().GetStringValue(key_, airState); // logged; reads as no state at all
     SHARE_LOGI(Log::SERVICE, "airState is %{public}s.", airState.c_str());
     if (Is(airState, SWING_STATE_ON)) {
-        DelayedSingleton<ShareSwitchManager>::GetInstance()->HandleOnSwingOn();
+        shareSwitch->HandleOnSwingOn();
     } else if (Is(airState, SWING_STATE_OFF)) {
-        DelayedSingleton<ShareSwitchManager>::GetInstance()->HandleOnSwingOff();
+        shareSwitch->HandleOnSwingOff();
     } else if (!Is(airState, SWING_STATE_SUSPENDED)) { // which only the switch itself writes
         SHARE_LOGE(Log::SERVICE, "airState error");
         return;

@@ -99,6 +99,7 @@ bool ShareSwitchManager::EnableByRequest(int32_t detectableType)
     }
     UpdateShareSwitchState(STATE_SHARE_ENABLE, detectableType, true);
     EnableSwingByShare();
+    RecursiveLock lock(sharedItemsMutex_); // a client's own word, meanwhile, must not be undone by the one read here
     // The engine takes the permission only while sharing is on. Cannot fail but in being queued, which is logged.
     (void)SetShareAccountPermission(accountPermission_, false);
     return true;
@@ -420,6 +421,7 @@ void ShareSwitchManager::InitSwingState()
             helper->UnRegisterDataChangeListener(); // released under this event: nobody else takes it back
         }
     }
+    RecursiveLock lock(sharedItemsMutex_);
     int swingState = SWING_STATE_OFF;
     if (GetSwingStateInfoFromSettings(swingState)) {
         swingState_ = swingState;
@@ -449,6 +451,7 @@ void ShareSwitchManager::EnableSwingByShare()
 
 void ShareSwitchManager::MoveSwingState(SwingState from, SwingState to)
 {
+    RecursiveLock lock(sharedItemsMutex_);
     int32_t expected = from;
     if (swingState_.compare_exchange_strong(expected, to)) {
         PutShareStateInfoToSettings(SWITCH_TYPE_AIR, to, true);
@@ -471,6 +474,11 @@ void ShareSwitchManager::HandleOnSwingOn()
     }
     const int32_t lastType = LastShareSwitchState().detectableType;
     Request({STATE_SHARE_ENABLE, lastType == UNDETECTABLE ? DETECTABLE_SWING : lastType});
+}
+
+RecursiveMutex& ShareSwitchManager::SharedItemsMutex()
+{
+    return sharedItemsMutex_;
 }
 
 void ShareSwitchManager::HandleOnSwingOff()

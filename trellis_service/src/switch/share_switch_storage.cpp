@@ -181,6 +181,7 @@ bool ShareSwitchManager::PutShareStateInfoToFileWithUserId(
 
 void ShareSwitchManager::SaveStateFile(int32_t enableState, int32_t detectableType)
 {
+    RecursiveLock lock(sharedItemsMutex_); // a client may be patching its permission into the file
     // Logged. File and memory then stay apart until the next transition, which writes all of the file again.
     (void)PutShareStateInfoToFileWithUserId(enableState, detectableType, accountPermission_, localUserId_);
 }

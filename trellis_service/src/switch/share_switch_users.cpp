@@ -115,6 +115,7 @@ void ShareSwitchManager::InitLocalVerifiedForegroundUser()
         SHARE_LOGE(Log::SERVICE, "dataShare not ready");
         return;
     }
+    RecursiveLock lock(sharedItemsMutex_); // a client's permission that is on its way goes to one user's places
     localUserId_ = userId;
     isPrivateUser_ = CommonUtils::IsUserPrivacy(userId);
     SHARE_LOGI(Log::SERVICE, "userId: %{public}d, isPrivate: %{public}d", userId, isPrivateUser_.load());
@@ -252,6 +253,7 @@ bool ShareSwitchManager::SetShareAccountPermission(int accountPermission, bool i
         SHARE_LOGE(Log::SERVICE, "SetShareAccountPermission paramter error.");
         return false;
     }
+    RecursiveLock lock(sharedItemsMutex_);
     accountPermission_ = accountPermission;
     PutShareStateInfoToSettings(SWITCH_TYPE_PERMISSION, accountPermission, !isUserSwitch);
     if (!isUserSwitch) {
