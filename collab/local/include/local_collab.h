@@ -120,7 +120,7 @@ public:
     // A note that the carrier has brought.
     void OnNote(const std::string& peer, const std::string& note);
     // Plays one event, with any text. `done` gets, on the queue, what the service gave back; RESULT_NOT_CALLED when it
-    // has not registered for it.
+    // has not registered for it, and at once when this is closed.
     void Play(CollabEvent event, const std::string& text, const std::function<void(int32_t result)>& done);
 
     [[nodiscard]] CollabView View() const;

@@ -7,7 +7,6 @@
 #include "gesture/swing_adapter.h"
 #include "share_client.h"
 #include "switch/share_switch_manager.h"
-#include "tap/motion_messages.h"
 #include "tap/motion_receiver_callback.h"
 #include "tap/motion_sender_callback.h"
 #include "transfer/corvane_share_manager.h"
@@ -24,7 +23,6 @@ using Synfold::DevicePickerClient;
 constexpr uint32_t MOTION_REQUEST_CODE = 8; // the sender's registration with the framework
 constexpr int32_t REQUEST_OK = 0;
 constexpr int32_t MOTION_FAILED = 0;
-constexpr int32_t SWING_FAILED = 8; // the framework's step
 
 // What an engine's state of a tap is to the machine of a side; nothing for one that means nothing there. The same
 // numbers say other things on the other side.
@@ -66,12 +64,11 @@ bool IsSwing(int32_t trans)
 }
 
 // Of a swing only its failure means anything here.
-void TellOfSwing(NudgeRole role, int32_t state, int32_t errorCode)
+void TellOfSwing(int32_t role, int32_t state, int32_t errorCode)
 {
     if (state == MOTION_FAILED) {
         CorvaneShareManager::StartFailedNotificationForNudge(errorCode);
-        DelayedSingleton<SwingAdapter>::GetInstance()->SwingPublishService(
-            static_cast<int32_t>(role), SWING_FAILED, "");
+        DelayedSingleton<SwingAdapter>::GetInstance()->SwingPublishService(role, SwingService::STATE_FAILED, "");
     }
 }
 
@@ -178,7 +175,7 @@ void TrellisService::HandleOnMotionState(int32_t trans, int32_t state, int32_t e
 {
     SHARE_LOGI(Log::SERVICE, "trans %{public}d state %{public}d error %{public}d", trans, state, errorCode);
     if (IsSwing(trans)) {
-        TellOfSwing(NudgeRole::SENDER, state, errorCode);
+        TellOfSwing(SwingService::ROLE_SENDER, state, errorCode);
         return;
     }
     MutexLock lock(motionSenderMutex_);
@@ -194,7 +191,7 @@ void TrellisService::HandleOnMotionState(int32_t trans, int32_t state, int32_t e
 void TrellisService::HandleOnMotionReceiverState(int32_t trans, int32_t state, int32_t errorCode)
 {
     if (IsSwing(trans)) {
-        TellOfSwing(NudgeRole::RECEIVER, state, errorCode);
+        TellOfSwing(SwingService::ROLE_RECEIVER, state, errorCode);
         return;
     }
     MutexLock lock(motionReceiverMutex_);
