@@ -16,14 +16,14 @@
 #include "channel.h"
 #include "compose.h"
 #include "context.h"
-#include "discovery.h"
 #include "engine_listener_proxies.h"
 #include "frame.h"
 #include "hilog/host_log.h"
-#include "incoming.h"
 #include "ipc_object_stub.h"
+#include "nearby_reports.h"
 #include "note_box.h"
 #include "offer.h"
+#include "offer_inbox.h"
 #include "targets.h"
 #include "visibility.h"
 
@@ -344,7 +344,7 @@ private:
     const std::shared_ptr<Context> context_;
     const std::shared_ptr<NearbyReports> reports_;
     Visibility visibility_;
-    Inbox inbox_;
+    OfferInbox inbox_;
     NoteBox notes_;
     std::shared_ptr<Channel> channel_;
     Host::UniqueFd peer_;

@@ -9,8 +9,6 @@
 #include <cstring>
 #include <utility>
 
-#include "engine_listener_proxies.h"
-#include "hilog/host_text.h"
 #include "host/faults.h"
 #include "share_log.h"
 
@@ -22,7 +20,6 @@ constexpr int64_t STEADY_LINK_MS = 1'000; // a link that lived so long is no pee
 constexpr int64_t SOON_MS = 100;          // for a peer that has too many waiting just now
 constexpr int DISCOVER_DONE = 0;
 constexpr int DISCOVER_FAILED = -1;
-constexpr int SENDER_ROLE = 1; // who swings
 
 int64_t NowMs()
 {
@@ -69,69 +66,19 @@ bool AddOnce(std::vector<sptr<IRemoteObject>>& listeners, const sptr<IRemoteObje
 
 } // namespace
 
-void NearbyReports::Found(const sptr<IRemoteObject>& listener, const sptr<ShareDevice>& device)
-{
-    queue_.Post([listener, device] { SubscribeListenerProxy(listener).OnDeviceFound(device); }, listener.GetRefPtr());
-}
-
-void NearbyReports::Lost(const sptr<IRemoteObject>& listener, const sptr<ShareDevice>& device)
-{
-    queue_.Post([listener, device] { SubscribeListenerProxy(listener).OnDeviceLost(device); }, listener.GetRefPtr());
-}
-
-void NearbyReports::DiscoverResult(const sptr<IRemoteObject>& listener, int reason)
-{
-    queue_.Post(
-        [listener, reason] { SubscribeListenerProxy(listener).OnDiscoverResult(LocalEngine::PUBLISH_ID, reason); },
-        listener.GetRefPtr());
-}
-
-void NearbyReports::PublishResult(const sptr<IRemoteObject>& listener, int reason)
-{
-    queue_.Post(
-        [listener, reason] { PublishListenerProxy(listener).OnPublishResult(LocalEngine::PUBLISH_ID, reason); });
-}
-
-// No device: with one, the service would cancel what it sends to it.
-void NearbyReports::SwingStatus(const sptr<IRemoteObject>& listener, int code)
-{
-    queue_.Post([listener, code] {
-        std::string noDevice;
-        SubscribeListenerProxy(listener).OnSwingStatus(SENDER_ROLE, noDevice, code);
-    });
-}
-
-bool NearbyReports::BeginAll(const sptr<IRemoteObject>& listener)
-{
-    const auto isOver = [](const auto& one) { return one.expired(); };
-    begun_.erase(std::remove_if(begun_.begin(), begun_.end(), isOver), begun_.end());
-    for (const auto& one : begun_) {
-        if (const auto waiting = one.lock(); waiting != nullptr && *waiting == listener) {
-            return false;
-        }
-    }
-    const auto waiting = std::make_shared<const sptr<IRemoteObject>>(listener);
-    begun_.push_back(waiting);
-    queue_.Post([waiting] {}, listener.GetRefPtr()); // goes with it
-    return true;
-}
-
-void NearbyReports::Forget(const sptr<IRemoteObject>& listener)
-{
-    queue_.Forget(listener.GetRefPtr());
-}
-
 void Discovery::Subscribe(const sptr<IRemoteObject>& listener)
 {
     bool isFirst = listeners_.empty();
     bool isNew = AddOnce(listeners_, listener);
+    bool watched = static_cast<bool>(inotify_);
     bool runs = Update();
     // Whoever asks faster than it listens would fill the memory with what it is told.
     const bool isTold = reports_->BeginAll(listener) || isNew;
     if (isTold) {
         TellAll(listener, runs ? DISCOVER_DONE : DISCOVER_FAILED);
     }
-    if (isFirst || (isTold && peers_.empty())) {
+    // Who comes while the folder is not watched is found by a look alone.
+    if (isFirst || runs != watched || (isTold && (!runs || peers_.empty()))) {
         LookAtAll();
     }
 }
@@ -409,108 +356,6 @@ sptr<ShareDevice> Discovery::RecordOf(const Peer& peer) const
     record->contactInfo = contacts_.Of(peer.device.accountHash);
     record->discoveredBy_ = peer.flags;
     return record;
-}
-
-bool Discovery::Reach(const std::string& id)
-{
-    std::string why;
-    if (peers_.count(id) == 0 && id != context_->device.id && NearbyFolder::IsDeviceId(id)) {
-        if (auto device = context_->folder.ReadDescription(id, why); device.has_value()) {
-            contacts_.Load(context_->config.contactsFile); // nobody may have wanted them before
-            Connect(*device);
-        }
-    }
-    return peers_.count(id) != 0;
-}
-
-void Discovery::OnTap(const ShareDevice& device, const sptr<IRemoteObject>& listener)
-{
-    auto found = peers_.find(device.GetDeviceId());
-    if (found == peers_.end()) {
-        return;
-    }
-    found->second.tapped = new ShareDevice(device);
-    found->second.flags |= device.GetDiscoveredBy();
-    ReportTo(found->second, listener);
-}
-
-bool Discovery::RefreshTap(const ShareDevice& device)
-{
-    auto found = peers_.find(device.GetDeviceId());
-    if (found == peers_.end() || found->second.tapped == nullptr) {
-        return false;
-    }
-    found->second.tapped = new ShareDevice(device);
-    return true;
-}
-
-bool Discovery::ClearFlag(const std::string& deviceId, uint32_t flag)
-{
-    auto found = peers_.find(deviceId);
-    if (found == peers_.end()) {
-        return false;
-    }
-    found->second.flags &= ~flag;
-    return true;
-}
-
-void Discovery::AimSwing(const std::string& id)
-{
-    EndSearch();
-    aim_ = id;
-}
-
-void Discovery::ShowSwing()
-{
-    if (aim_.empty() || searching_ != 0) {
-        return; // it shows something new for the same hand
-    }
-    searching_ = context_->loop.After(context_->config.swingFindMs, [this] {
-        searching_ = 0;
-        TellSwing(SWING_NOT_FOUND);
-        TellSwing(SWING_ENDED); // forgets what waits for a device
-        EndSearch();
-    });
-    if (Reach(aim_)) { // which may have come to TryAim already
-        TryAim();
-    } else if (Update()) {
-        Look(aim_); // it may have come between the two
-    }
-}
-
-void Discovery::TryAim()
-{
-    auto found = peers_.find(aim_);
-    if (searching_ == 0 || found == peers_.end()) {
-        return;
-    }
-    Peer& peer = found->second;
-    peer.flags = (peer.flags & ~Discoverer::TAP) | Discoverer::SWING; // with both it would count as a tap
-    for (const auto& listener : swingListeners_) {
-        ReportTo(peer, listener);
-    }
-    EndSearch();
-}
-
-void Discovery::EndSearch()
-{
-    context_->loop.CancelTimer(searching_);
-    aim_.clear();
-    (void)Update(); // as in UnSubscribe
-}
-
-void Discovery::OnSwingSent()
-{
-    if (aim_.empty()) {
-        TellSwing(SWING_ENDED);
-    }
-}
-
-void Discovery::TellSwing(int code)
-{
-    for (const auto& listener : swingListeners_) {
-        reports_->SwingStatus(listener, code);
-    }
 }
 
 } // namespace OHOS::Pelago::Local

@@ -10,37 +10,10 @@
 #include "channel.h"
 #include "contacts.h"
 #include "context.h"
-#include "listener_queue.h"
+#include "nearby_reports.h"
 #include "share_device.h"
 
 namespace OHOS::Pelago::Local {
-
-// Calls the discovery, swing and publish listeners, in order, on a queue of its own. Any thread.
-class NearbyReports {
-public:
-    explicit NearbyReports(std::shared_ptr<Activity> activity) : queue_(std::move(activity), "share-nearby")
-    {}
-    void Found(const sptr<IRemoteObject>& listener, const sptr<ShareDevice>& device);
-    void Lost(const sptr<IRemoteObject>& listener, const sptr<ShareDevice>& device);
-    void DiscoverResult(const sptr<IRemoteObject>& listener, int reason);
-    void PublishResult(const sptr<IRemoteObject>& listener, int reason);
-    void SwingStatus(const sptr<IRemoteObject>& listener, int code);
-    // What is posted now is all that there is for a listener that may know some of it. False while it has not come to
-    // what was begun so before: that, and what followed, tells it everything, and nothing needs to be posted. On the
-    // loop's thread.
-    [[nodiscard]] bool BeginAll(const sptr<IRemoteObject>& listener);
-    // Drops what discovery has posted for a listener and what it has not heard yet.
-    void Forget(const sptr<IRemoteObject>& listener);
-
-private:
-    ListenerQueue queue_;
-    // Who have not come to it. What is posted owns them, so that none stays here when that was dropped unheard.
-    std::vector<std::weak_ptr<const sptr<IRemoteObject>>> begun_;
-};
-
-// How a swing of this device ends, as OnSwingStatus tells it.
-inline constexpr int SWING_NOT_FOUND = 0; // nothing was there where the hand pointed, in time
-inline constexpr int SWING_ENDED = 100;
 
 // Finds the devices of the folder while somebody subscribes: each one that is described and can be connected to, until
 // that connection ends or its description goes. A device that a tap or a hand has named is connected to as well, and

@@ -11,7 +11,6 @@
 #include "byte_pump.h"
 #include "engine_handles.h"
 #include "engine_listener_proxies.h"
-#include "gesture_states.h"
 #include "hilog/host_text.h"
 #include "share_constants.h"
 #include "share_log.h"
@@ -109,26 +108,6 @@ void Incoming::Ask(const RecvPreview& preview)
         // A loop that has stopped needs to know nothing.
         (void)self->context_->loop.Post([self] { self->OnShown(); });
     });
-}
-
-bool Incoming::IsOf(TransmitEventType event) const
-{
-    return offer_.eventType == static_cast<int32_t>(event);
-}
-
-// On the listener's queue.
-void Incoming::Show(const sptr<PelagoReceiver>& handle, const RecvPreview& preview) const
-{
-    if (IsOf(TransmitEventType::TAP)) {
-        listener_->OnMotionState(offer_.eventType, ReceiverMotion::CONTINUES, 0);
-    } else if (IsOf(TransmitEventType::SWING)) {
-        listener_->OnPopSwing(handle, preview, true);
-    }
-    if (offer_.kind == OfferKind::BYTES) {
-        listener_->OnRecvBytesInfo(handle, std::to_string(offer_.sendType), preview);
-    } else {
-        listener_->OnPreviewReceive(handle, preview);
-    }
 }
 
 void Incoming::OnShown()
@@ -378,76 +357,6 @@ void Incoming::End(const Outcome& outcome)
     context_->receiving.erase(self);
 }
 
-void Incoming::TellProgress(const Outcome& outcome)
-{
-    auto result = static_cast<int32_t>(RowOf(outcome.ending).result);
-    auto names = outcome.ending == Ending::DONE ? bytes_->names : std::vector<std::string>();
-    reports_->TellEnding([progress = progress_, result, names] { progress->OnResult(result, names); });
-}
-
-void Incoming::TellListener(const Outcome& outcome)
-{
-    sptr<PelagoReceiver> handle = handle_.promote();
-    int32_t code = RowOf(outcome.ending).codeBeforeConfirm;
-    if (handle == nullptr || (code == 0 && outcome.ending != Ending::CANCELLED_BY_SENDER)) {
-        return; // it was the receiver itself who ended it, or nobody kept what it was shown
-    }
-    listeners_->Post([listener = listener_, handle, code] {
-        if (code == 0) {
-            listener->OnSendCancelBeforeConfirm(handle);
-        } else {
-            listener->OnErrorBeforeConfirm(handle, code);
-        }
-    });
-}
-
-void Incoming::TellMotion(int32_t state, int32_t code)
-{
-    listeners_->Post(
-        [listener = listener_, trans = offer_.eventType, state, code] { listener->OnMotionState(trans, state, code); });
-}
-
-// The user has said something: the tap is over, and the dialog of a swing goes.
-void Incoming::TellGestureAnswered()
-{
-    if (IsOf(TransmitEventType::TAP)) {
-        TellMotion(ReceiverMotion::FINISHED, 0);
-    } else if (IsOf(TransmitEventType::SWING)) {
-        ClosePop();
-    }
-}
-
-void Incoming::ClosePop()
-{
-    sptr<PelagoReceiver> handle = handle_.promote();
-    if (handle != nullptr) { // else nobody kept what the dialog would answer
-        listeners_->Post([listener = listener_, handle, preview = PreviewOf(offer_)] {
-            listener->OnPopSwing(handle, preview, false);
-        });
-    }
-}
-
-// What the user of this device did himself is known to him.
-void Incoming::TellGestureEnded(const Outcome& outcome, bool answered)
-{
-    bool byUser = outcome.ending == Ending::REFUSED || outcome.ending == Ending::CANCELLED_BY_RECEIVER;
-    int32_t code = RowOf(outcome.ending).codeBeforeConfirm;
-    if (outcome.ending == Ending::DONE || byUser) {
-        return;
-    }
-    if (IsOf(TransmitEventType::TAP) && !answered) {
-        bool isLoss = code != 0 && outcome.ending != Ending::NO_ANSWER;
-        TellMotion(isLoss ? ReceiverMotion::FAILED : ReceiverMotion::CANCELLED, code);
-    } else if (IsOf(TransmitEventType::SWING)) {
-        if (!answered) {
-            ClosePop();
-        }
-        if (code != 0) {
-            TellMotion(ReceiverMotion::FAILED, code);
-        }
-    }
-}
-
 void Incoming::Release()
 {
     context_->loop.CancelTimer(timer_);
@@ -470,76 +379,6 @@ void Incoming::Drop()
     }
     channel_->Close();
     Release();
-}
-
-void Inbox::SetListener(const sptr<PelagoReceiveListener>& listener)
-{
-    listener_ = listener == nullptr ? nullptr : listener->AsObject();
-    if (listener_ == nullptr && waiting_ != nullptr && waiting_->IsWaiting()) {
-        waiting_->EndWith({Ending::NOT_SUPPORTED, "receiving was switched off"});
-    }
-}
-
-bool Inbox::HasListener(const sptr<PelagoReceiveListener>& listener) const
-{
-    return listener_ != nullptr && listener != nullptr && listener->AsObject() == listener_;
-}
-
-size_t Inbox::Waiting() const
-{
-    return waiting_ != nullptr && waiting_->IsWaiting() ? 1 : 0;
-}
-
-void Inbox::TakeOffer(std::shared_ptr<Channel> channel, std::string_view body)
-{
-    Outcome refusal;
-    RecvPreview preview;
-    auto offer = Judge(body, preview, refusal);
-    if (!offer.has_value()) {
-        SHARE_LOGD(Log::SERVICE, "offer refused: %{public}s", refusal.text.c_str());
-        context_->counters.refusedPeers += refusal.ending == Ending::PROTOCOL ? 1 : 0;
-        channel->Send(FrameType::END, EncodeOutcome(refusal));
-        channel->Finish();
-        return;
-    }
-    waiting_ = std::make_shared<Incoming>(
-        context_, listeners_, new ReceiveListenerProxy(listener_), std::move(channel), std::move(*offer));
-    waiting_->Ask(preview);
-}
-
-std::optional<Offer> Inbox::Judge(std::string_view body, RecvPreview& preview, Outcome& refusal) const
-{
-    if (listener_ == nullptr) {
-        refusal = {Ending::NOT_SUPPORTED, "nobody receives here"};
-        return std::nullopt;
-    }
-    if (Waiting() > 0) {
-        refusal = {Ending::BUSY, "another offer waits for its answer"};
-        return std::nullopt;
-    }
-    auto offer = DecodeOffer(body, refusal);
-    if (!offer.has_value()) {
-        return std::nullopt;
-    }
-    if (offer->kind == OfferKind::BYTES && (context_->device.capability & CAPABILITY_BYTES) == 0) {
-        refusal = {Ending::NOT_SUPPORTED, "this device takes no bytes"};
-        return std::nullopt;
-    }
-    preview = PreviewOf(*offer);
-    if (!FitsRequest(preview)) {
-        refusal = {Ending::TOO_LARGE, "the preview is too large"};
-        return std::nullopt;
-    }
-    return offer;
-}
-
-void Inbox::Drop()
-{
-    listener_ = nullptr;
-    if (waiting_ != nullptr) {
-        waiting_->Drop();
-    }
-    waiting_ = nullptr;
 }
 
 } // namespace OHOS::Pelago::Local

@@ -4,8 +4,8 @@
 
 #include "context.h"
 #include "discovery.h"
-#include "incoming.h"
 #include "note_box.h"
+#include "offer_inbox.h"
 #include "outgoing.h"
 #include "sources.h"
 #include "visibility.h"
@@ -127,7 +127,7 @@ public:
     const std::shared_ptr<NearbyReports> reports_;
     Discovery discovery_;
     Visibility visibility_;
-    Inbox inbox_;
+    OfferInbox inbox_;
     NoteBox notes_;
 
 private:

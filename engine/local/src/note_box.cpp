@@ -46,8 +46,9 @@ Ending NoteBox::Take(const std::string& from, const std::string& note)
         return Ending::BUSY;
     }
     ++*waiting_;
-    queue_->Post([listener = listener_, waiting = waiting_, from, note] {
-        --*waiting;
+    std::shared_ptr<void> place(nullptr, [waiting = waiting_](void*) { --*waiting; }); // also of one that nobody reads
+    queue_->Post([listener = listener_, place = std::move(place), from, note]() mutable {
+        place.reset();
         (*listener)(from, note);
     });
     return Ending::DONE;

@@ -36,6 +36,9 @@ void ReportQueue::TellProgress(Report report)
     int64_t wait = lastProgressMs_ + PROGRESS_INTERVAL_MS - Host::Scheduler::Instance().BootTimeMs();
     progressPosted_ =
         queue_->Post([self = shared_from_this()] { self->RunProgress(); }, std::max<int64_t>(wait, 0)) != 0;
+    if (!progressPosted_) {
+        report.swap(progress_); // as with Silence, when nobody comes for it
+    }
 }
 
 void ReportQueue::Silence()

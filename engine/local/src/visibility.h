@@ -7,7 +7,7 @@
 
 #include "channel.h"
 #include "context.h"
-#include "discovery.h"
+#include "nearby_reports.h"
 #include "reception.h"
 
 namespace OHOS::Pelago::Local {

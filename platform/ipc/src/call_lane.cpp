@@ -272,9 +272,9 @@ void CallLane::Watch()
 
 void CallLane::Unwatch()
 {
+    sending_.Stop(); // ran without a watch, too, if none was to be had
     if (ticket_ != 0) {
         Reactor::Get().Unwatch(std::exchange(ticket_, 0), socket_.Get());
-        sending_.Stop();
     }
 }
 

@@ -44,6 +44,7 @@ void ControlSocket::Close()
     sending_.Stop();
     std::lock_guard lock(mutex_);
     socket_.Close();
+    outbox_.Clear(); // the reactor may let go of us after the link, whose bytes these are
 }
 
 bool ControlSocket::IsUnfinished() const

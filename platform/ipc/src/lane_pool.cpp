@@ -77,7 +77,7 @@ LanePool::Entry* LanePool::Open(int& error)
 
 void LanePool::Return(const sptr<CallLane>& lane)
 {
-    std::vector<Hold> released; // let go after the lock
+    Holds released; // let go after the lock
     bool closing = false;
     {
         std::lock_guard lock(mutex_);
@@ -116,12 +116,12 @@ void LanePool::ShutDown()
     }
 }
 
-void LanePool::HoldUntilReturned(const Hold& hold)
+void LanePool::HoldUntilReturned(uint64_t object, const Hold& hold)
 {
     std::lock_guard lock(mutex_);
     for (Entry& entry : entries_) {
         if (entry.inUse) {
-            entry.holds.push_back(hold);
+            entry.holds[object] = hold;
         }
     }
 }

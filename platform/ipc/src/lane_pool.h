@@ -31,7 +31,7 @@ public:
     // The peer is dead: wakes all callers, and gives no lanes any more.
     void ShutDown();
     // Keeps `hold` until the calls have returned that are under way now.
-    void HoldUntilReturned(const Hold& hold);
+    void HoldUntilReturned(uint64_t object, const Hold& hold);
     [[nodiscard]] size_t Count() const;
     // As of the lanes: `unfinished` becomes true if a message stands half-way.
     [[nodiscard]] EndReason Overdue(Clock::time_point limit, bool& unfinished) const;
@@ -42,7 +42,7 @@ private:
         uint64_t user = 0; // the thread that used it last
         bool inUse = false;
         bool usedSinceTidying = true;
-        std::vector<Hold> holds;
+        Holds holds;
     };
 
     // What one tidying finds that it does not close.

@@ -23,7 +23,10 @@ EndReason LinkGroup::Add(const sptr<SocketLink>& link)
     size_t ofProcess = 0;
     for (const auto& other : links_) {
         ofUser += other->Peer().uid == uid ? 1 : 0;
-        ofProcess += other->Peer().pid == pid ? 1 : 0;
+        if (other->Peer().pid == pid) {
+            ++ofProcess;
+            link->ShareLoad(*other);
+        }
     }
     if (ofUser >= linksPerUser_) {
         return EndReason::TOO_MANY_CONNECTIONS;

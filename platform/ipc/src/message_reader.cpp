@@ -46,21 +46,31 @@ MessageReader::Step MessageReader::Next(IncomingMessage& message, EndReason& why
     message_.descriptors = stream_.TakeBefore(messageEnd_, message_.head.descriptors);
     message = std::exchange(message_, {});
     inBody_ = false;
-    Count(0, stream_.Count());
-    return Step::MESSAGE;
+    why = Count(0, stream_.Count());
+    return why == EndReason::NONE ? Step::MESSAGE : Step::BROKEN;
 }
 
 MessageReader::Step MessageReader::AwaitMore(EndReason& why)
 {
-    Count(inBody_ ? message_.BodySize() : 0, stream_.Count());
-    const bool tooMuch = backlog_.bytes > limits_.unfinishedBytesPerConnection ||
-                         backlog_.descriptors > limits_.unfinishedDescriptorsPerConnection;
-    why = tooMuch ? EndReason::TOO_MUCH_UNFINISHED : EndReason::NONE;
-    return tooMuch ? Step::BROKEN : Step::MORE;
+    why = Count(inBody_ ? message_.BodySize() : 0, stream_.Count());
+    return why == EndReason::NONE ? Step::MORE : Step::BROKEN;
+}
+
+// Only who has begun more than before has begun too much.
+EndReason MessageReader::Count(size_t bytes, size_t descriptors)
+{
+    const bool grew = bytes > countedBytes_ || descriptors > countedDescriptors_;
+    SetCounted(bytes, descriptors);
+    if (!grew || (backlog_.bytes <= limits_.unfinishedBytesPerProcess &&
+                     backlog_.descriptors <= limits_.unfinishedDescriptorsPerProcess)) {
+        return EndReason::NONE;
+    }
+    Close(); // at once: the others of its process go on
+    return EndReason::TOO_MUCH_UNFINISHED;
 }
 
 // A message that comes whole, without descriptors, costs nothing here.
-void MessageReader::Count(size_t bytes, size_t descriptors)
+void MessageReader::SetCounted(size_t bytes, size_t descriptors)
 {
     if (bytes != countedBytes_) {
         backlog_.bytes += bytes - countedBytes_; // modulo 2^64, as the sum is

@@ -11,7 +11,8 @@
 
 namespace OHOS::Ipc {
 
-// What one peer has begun to send and not finished, over all its lanes: counted by their readers. Any thread.
+// What one process has begun to send and not finished, over all lanes of all its connections: counted by their readers.
+// Any thread.
 struct Backlog {
     std::atomic<size_t> bytes{0};
     std::atomic<size_t> descriptors{0};
@@ -32,7 +33,7 @@ public:
     {}
     ~MessageReader()
     {
-        Count(0, 0);
+        Close();
     }
     MessageReader(const MessageReader&) = delete;
     MessageReader& operator=(const MessageReader&) = delete;
@@ -41,6 +42,11 @@ public:
     [[nodiscard]] DescriptorStream::Fill Receive(int fd, int flags);
     // The next message of those read so far, or what is wrong in `why`.
     [[nodiscard]] Step Next(IncomingMessage& message, EndReason& why);
+    // Nothing is read any more: what was begun does not count.
+    void Close()
+    {
+        SetCounted(0, 0);
+    }
 
     [[nodiscard]] bool MayHaveMore() const
     {
@@ -57,7 +63,8 @@ private:
     void FillBody();
     void TakeStaged(const iovec& part);
     [[nodiscard]] Step AwaitMore(EndReason& why);
-    void Count(size_t bytes, size_t descriptors);
+    [[nodiscard]] EndReason Count(size_t bytes, size_t descriptors);
+    void SetCounted(size_t bytes, size_t descriptors);
 
     const Host::IpcLimits& limits_;
     Backlog& backlog_;

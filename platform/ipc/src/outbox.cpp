@@ -133,9 +133,15 @@ Outbox::Waiting::Waiting(const Sending& rest, Baggage kept)
 
 Outbox::~Outbox()
 {
+    Clear();
+}
+
+void Outbox::Clear()
+{
     for (const Waiting& one : waiting_) {
         queuedBytes_ -= one.sending.Remaining();
     }
+    waiting_.clear();
 }
 
 void Outbox::Add(const Sending& rest, Baggage baggage)

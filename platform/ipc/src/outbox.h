@@ -84,6 +84,8 @@ public:
     }
     // Adds what is left of a message.
     void Add(const Sending& rest, Baggage baggage);
+    // Drops what waits, and what it had with it.
+    void Clear();
     // Writes on. SENT: it is empty now. `delivered` gets what the messages that went out whole had with them.
     [[nodiscard]] Sending::State Flush(int socket, std::vector<Baggage>& delivered);
 

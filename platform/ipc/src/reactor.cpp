@@ -4,7 +4,6 @@
 #include <sys/epoll.h>
 #include <sys/timerfd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <memory>
@@ -86,15 +85,17 @@ void Reactor::Start()
     epoll_ = IpcSocket(Host::UniqueFd(::epoll_create1(EPOLL_CLOEXEC)));
     timer_ = IpcSocket(Host::UniqueFd(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)));
     Ticket forGood = 0;
-    if (!epoll_.IsOpen() || !timer_.IsOpen() || !Add(timer_.Get(), EPOLLIN, sptr<Alarm>::MakeSptr(*this), forGood)) {
+    if (epoll_.IsOpen() && timer_.IsOpen() && Add(timer_.Get(), EPOLLIN, sptr<Alarm>::MakeSptr(*this), forGood)) {
+        std::lock_guard lock(mutex_);
+        EnsureWaiter();
+        started_ = waiting_ > 0;
+        SetAlarm(); // of those that came before
+    }
+    if (!started_) { // the next one tries again, from the beginning
+        Unwatch(forGood, timer_.Get());
         epoll_.Close();
         timer_.Close();
-        return;
     }
-    std::lock_guard lock(mutex_);
-    EnsureWaiter();
-    started_ = waiting_ > 0;
-    SetAlarm(); // of those that came before
 }
 
 bool Reactor::IsOwnThread()
@@ -270,208 +271,6 @@ bool Reactor::NextJob(std::unique_lock<std::mutex>& lock, sptr<Pollable>& done, 
     lock.unlock();
     done.clear();
     return true;
-}
-
-// ---- Places. All with the mutex held.
-
-bool Reactor::Claim(Ticket ticket, uint32_t events, Job& job)
-{
-    Slot* slot = Find(ticket);
-    if (slot == nullptr) {
-        return false; // gone since
-    }
-    if (slot->busy) {
-        slot->missed |= events;
-        return false;
-    }
-    slot->busy = true;
-    job = Job{ticket, slot->target, events, slot->target->PlaceFor(), false, nullptr, 0};
-    if (job.requester != nullptr && !TakePlace(job)) {
-        Park(std::move(job));
-        job = Job();
-        return TakeParked(job); // its process may have been called just now
-    }
-    EnsureWaiter();
-    return true;
-}
-
-bool Reactor::TakePlace(Job& job)
-{
-    if (running_ < Host::IPC_CONCURRENT_REQUESTS) {
-        ++running_;
-        job.extra = false;
-        return true;
-    }
-    if (job.requester->callsToIt_.load() <= job.requester->extra_) {
-        return false;
-    }
-    ++job.requester->extra_;
-    ++extraRunning_;
-    job.extra = true;
-    return true;
-}
-
-void Reactor::GiveUpPlace(const Job& job)
-{
-    if (job.requester == nullptr) {
-        return;
-    }
-    if (job.extra) {
-        --job.requester->extra_;
-        --extraRunning_;
-    } else {
-        --running_;
-    }
-}
-
-bool Reactor::Finish(Job& job, bool again)
-{
-    if (job.target == nullptr) {
-        takingTurns_ = takingTurns_ && job.turn != turn_; // unless another one did not wait for it
-        return false;
-    }
-    Slot* slot = Find(job.ticket);
-    const bool more = slot != nullptr && (again || slot->missed != 0);
-    if (more) {
-        job.events = std::exchange(slot->missed, 0);
-        if (job.requester == nullptr || parked_.empty()) {
-            return true;
-        }
-    } else if (slot != nullptr) {
-        slot->busy = false;
-    }
-    GiveUpPlace(job);
-    if (more) {
-        Park(job); // behind those who wait already
-    }
-    return false;
-}
-
-void Reactor::Park(Job job)
-{
-    job.requester->parked_.fetch_add(1);
-    parkedCount_.fetch_add(1);
-    parked_.push_back(std::move(job));
-}
-
-bool Reactor::TakeParked(Job& job)
-{
-    const auto found = std::find_if(parked_.begin(), parked_.end(), [this](Job& one) { return TakePlace(one); });
-    if (found == parked_.end()) {
-        return false;
-    }
-    job = std::move(*found);
-    parked_.erase(found);
-    parkedCount_.fetch_sub(1);
-    job.requester->parked_.fetch_sub(1);
-    EnsureWaiter();
-    return true;
-}
-
-bool Reactor::TakeWaiting(Job& job)
-{
-    if (takingTurns_ || inTurn_.empty()) {
-        return TakeParked(job);
-    }
-    takingTurns_ = true;
-    job = Job();
-    job.inTurn = std::move(inTurn_.front());
-    job.turn = ++turn_;
-    inTurn_.pop_front();
-    if (!inTurn_.empty()) {
-        WatchTurn();
-    }
-    EnsureWaiter();
-    return true;
-}
-
-void Reactor::BeginCallTo(Requester& requester)
-{
-    requester.callsToIt_.fetch_add(1);
-    if (requester.parked_.load() == 0) {
-        return;
-    }
-    std::lock_guard lock(mutex_);
-    Job job;
-    if (TakeParked(job) && !StartThread(job)) {
-        GiveUpPlace(job);
-        Park(std::move(job));
-    }
-}
-
-void Reactor::EndCallTo(Requester& requester)
-{
-    requester.callsToIt_.fetch_sub(1);
-}
-
-// ---- Turns and alarms
-
-void Reactor::RunInTurn(std::function<void()> body)
-{
-    std::lock_guard lock(mutex_);
-    inTurn_.push_back(std::move(body)); // the caller looks for it when it is done
-    if (takingTurns_) {
-        WatchTurn();
-    }
-}
-
-void Reactor::WatchTurn()
-{
-    if (std::exchange(watchedTurn_, turn_) != turn_) {
-        AddAlarm(Clock::now() + TURN, [this, turn = turn_] { PassTurn(turn); });
-    }
-}
-
-void Reactor::PassTurn(uint64_t overdue)
-{
-    std::lock_guard lock(mutex_);
-    takingTurns_ = takingTurns_ && turn_ != overdue; // the thread of the alarms looks for what waits when it is done
-}
-
-void Reactor::RunAt(Clock::time_point when, std::function<void()> body)
-{
-    std::lock_guard lock(mutex_);
-    AddAlarm(when, std::move(body));
-}
-
-void Reactor::AddAlarm(Clock::time_point when, std::function<void()> body)
-{
-    const auto alarm = alarms_.emplace(when, std::move(body));
-    if (alarm == alarms_.begin() && started_) {
-        SetAlarm();
-    }
-}
-
-void Reactor::SetAlarm()
-{
-    if (alarms_.empty()) {
-        return;
-    }
-    const auto since = alarms_.begin()->first.time_since_epoch();
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since);
-    itimerspec alarm = {};
-    alarm.it_value.tv_sec = seconds.count();
-    alarm.it_value.tv_nsec = std::chrono::nanoseconds(since - seconds).count();
-    (void)::timerfd_settime(timer_.Get(), TFD_TIMER_ABSTIME, &alarm, nullptr); // the value is a valid one
-}
-
-void Reactor::FireAlarms()
-{
-    uint64_t expirations = 0;
-    (void)!::read(timer_.Get(), &expirations, sizeof(expirations)); // only the clock counts
-    std::vector<std::function<void()>> due;
-    {
-        std::lock_guard lock(mutex_);
-        const auto end = alarms_.upper_bound(Clock::now());
-        for (auto alarm = alarms_.begin(); alarm != end; ++alarm) {
-            due.push_back(std::move(alarm->second));
-        }
-        alarms_.erase(alarms_.begin(), end);
-        SetAlarm();
-    }
-    for (const auto& body : due) {
-        body();
-    }
 }
 
 Reactor::Counters Reactor::CountAll()

@@ -143,6 +143,7 @@ private:
     void Park(Job job);
     [[nodiscard]] bool TakeParked(Job& job);
     [[nodiscard]] bool TakeWaiting(Job& job);
+    void StartParked();
     void WatchTurn();
     void AddAlarm(Clock::time_point when, std::function<void()> body);
     void EnsureWaiter();

@@ -47,11 +47,11 @@ bool ServedLane::IsUnfinished() const
     return receiving_.IsRunning() || sending_.IsRunning();
 }
 
-void ServedLane::HoldUntilRead(const Hold& hold)
+void ServedLane::HoldUntilRead(uint64_t object, const Hold& hold)
 {
     std::lock_guard lock(mutex_);
     if (!quiet_ || socket_.Unread() > 0) {
-        holds_.push_back(hold);
+        holds_[object] = hold;
     }
 }
 
@@ -63,7 +63,7 @@ void ServedLane::BeginWork()
 
 void ServedLane::Rest()
 {
-    std::vector<Hold> released; // let go after the lock
+    Holds released; // let go after the lock
     std::lock_guard lock(mutex_);
     quiet_ = reader_.IsBetweenMessages();
     if (quiet_ && !holds_.empty() && socket_.Unread() == 0) {
@@ -224,11 +224,12 @@ ServedLane::Next ServedLane::FlushReply()
 
 void ServedLane::Close()
 {
-    std::vector<Hold> released;
+    Holds released;
     {
         std::lock_guard lock(mutex_);
         released.swap(holds_);
     }
+    reader_.Close();
     receiving_.Stop();
     sending_.Stop();
     lastReply_ = GivenObjects();

@@ -2,9 +2,10 @@
 #define PLATFORM_IPC_SERVED_LANE_H
 
 #include <atomic>
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 #include "ipc_socket.h"
 #include "message_reader.h"
@@ -19,6 +20,9 @@ class SocketLink;
 
 // Kept by a lane for as long as something may be unread in it; what it stands for happens when the last one lets go.
 using Hold = std::shared_ptr<void>;
+// By object. A lane lets go of all at once, so the newest of an object takes the place of those before it, whose end is
+// then the end of nothing: a peer that takes and releases one all the time has us keep no more than one.
+using Holds = std::map<uint64_t, Hold>;
 
 // A lane that the peer calls through: reads a request, runs it, writes the reply, one after the other, and rests in the
 // reactor's set in between. Owned by its link until it ends; belongs to the thread that the reactor gives it to, but
@@ -33,7 +37,7 @@ public:
     // Any thread: lets the reader find the end, with `drain` behind what has arrived.
     void Shutdown(bool drain) const;
     // Any thread: keeps `hold` until all has been read that is there now, and not at all if nothing is.
-    void HoldUntilRead(const Hold& hold);
+    void HoldUntilRead(uint64_t object, const Hold& hold);
     // Any thread: whether a request runs whose caller waits.
     [[nodiscard]] bool IsInSynchronousRequest() const
     {
@@ -80,7 +84,7 @@ private:
     std::mutex mutex_;
     // Guarded by mutex_.
     bool quiet_ = true; // nobody works here, and no message has begun
-    std::vector<Hold> holds_;
+    Holds holds_;
 };
 
 } // namespace OHOS::Ipc

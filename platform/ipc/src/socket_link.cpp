@@ -156,10 +156,10 @@ void SocketLink::SendRelease(uint64_t object, uint64_t count)
 void SocketLink::DropWhenRead(uint64_t object)
 {
     const Hold hold = std::make_shared<Retired>(*this, object);
-    lanes_.HoldUntilReturned(hold);
+    lanes_.HoldUntilReturned(object, hold);
     std::lock_guard lock(mutex_);
     for (const Served& served : served_) {
-        served.lane->HoldUntilRead(hold);
+        served.lane->HoldUntilRead(object, hold);
     }
 }
 
@@ -226,6 +226,10 @@ EndReason SocketLink::OnLane(std::vector<Host::UniqueFd> descriptors)
     {
         std::lock_guard lock(mutex_);
         if (served_.size() >= Host::IPC_LANE_TOLERANCE * limits_.lanesPerConnection) {
+            return EndReason::TOO_MANY_LANES;
+        }
+        if (++load_->lanes > limits_.lanesPerProcess) {
+            --load_->lanes;
             return EndReason::TOO_MANY_LANES;
         }
         served_.push_back({lane, false});
@@ -366,6 +370,7 @@ void SocketLink::LaneEnded(const ServedLane& lane)
         if (found != served_.end()) {
             ended = std::move(found->lane);
             served_.erase(found);
+            --load_->lanes;
         }
     }
     EndIfDrained();

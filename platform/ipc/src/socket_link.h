@@ -26,6 +26,12 @@ struct PeerName {
     std::string token; // name of the socket, for people
 };
 
+// What one process has us keep, over all its connections in a group: shared by their links. Any thread.
+struct ProcessLoad {
+    std::atomic<size_t> lanes{0}; // that it calls through
+    Backlog unfinished;
+};
+
 // A process behind a control socket, with the lanes in both directions. Its life: Open, then requests and calls until
 // either side ends the control socket; then calls fail, what had arrived one-way is still handled, the death recipients
 // are told, and the link leaves its group.
@@ -39,6 +45,11 @@ public:
     // Joins the group and begins to listen. False when that is impossible: then it has been ended, with its line in the
     // log.
     [[nodiscard]] bool Open();
+    // For the group, as it takes the link in: `other` is of the same process.
+    void ShareLoad(const SocketLink& other)
+    {
+        load_ = other.load_;
+    }
     // What the peer says that it can take. Before the first call.
     void LimitBy(const ControlMessage& hello);
     // Ends the connection, with a line in the log unless that is in order. From anywhere, under any lock but the
@@ -80,10 +91,10 @@ public:
     {
         return queuedBytes_;
     }
-    // Begun by the peer and not whole, in all lanes.
+    // Begun by the peer and not whole, in all lanes of all its connections.
     [[nodiscard]] Backlog& Unfinished()
     {
-        return unfinished_;
+        return load_->unfinished;
     }
     // Gives the peer its end of a new lane. 0, or an IpcError.
     [[nodiscard]] int OfferLane(Host::UniqueFd theirs);
@@ -129,7 +140,7 @@ private:
     Host::IpcLimits sendLimits_;     // fixed before the first call
     const sptr<IPCObjectStub> root_; // null on the client's side
     std::atomic<size_t> queuedBytes_{0};
-    Backlog unfinished_;
+    std::shared_ptr<ProcessLoad> load_ = std::make_shared<ProcessLoad>(); // fixed before the first lane
     const sptr<ControlSocket> control_;
     Requester requester_;
     LanePool lanes_;

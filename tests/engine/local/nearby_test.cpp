@@ -42,9 +42,14 @@ TEST_F(NearbyTest, WhoCannotWatchTheFolderFindsThoseWhoAreThere)
     Host::Faults::Inject("engine.watch", Host::Faults::ALWAYS);
     a->Subscribe();
     a->nearby.Await("found B");
+    auto served = Serve("M"); // comes unseen
+    WriteFile(nearby / "M.json", R"({"version":1,"id":"M","name":"M","type":1,"accountHash":"","capability":0})");
+    a->Subscribe();
+    a->nearby.Await("found M");
     b->engine.Stop();
     a->nearby.Await("lost B");
     EXPECT_TRUE(a->engine.UnSubscribe(0, a->subscriber));
+    folder.Remove("M");
 }
 
 TEST_F(NearbyTest, AContactThatChangesIsFoundAgainAndLostAsItWasFoundLast)

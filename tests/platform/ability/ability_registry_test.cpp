@@ -41,6 +41,14 @@ std::string g_heard; // by extensions and connections, in order
 // An extension that writes down what it hears, and answers connections with `object`.
 class Extension : public ExtensionStub {
 public:
+    int OnRemoteRequest(uint32_t code, MessageParcel& data, MessageParcel& reply, MessageOption& option) override
+    {
+        for (int i = 1; i < times; ++i) {
+            EXPECT_EQ(ExtensionStub::OnRemoteRequest(code, data, reply, option), ERR_NONE);
+            EXPECT_TRUE(data.RewindRead(0));
+        }
+        return ExtensionStub::OnRemoteRequest(code, data, reply, option);
+    }
     void OnStart(const Want& want) override
     {
         g_heard += want.GetStringParam("what") + "; ";
@@ -55,6 +63,7 @@ public:
         g_heard += "disconnect " + want.GetStringParam("what") + "; ";
     }
     sptr<IRemoteObject> object = MakeSptr<IPCObjectStub>(u"answer");
+    int times = 1; // that it acts on each want
 };
 
 struct ExtensionProcess {
@@ -203,7 +212,7 @@ TEST_F(AbilityRegistryTest, AConnectionThatIsNotAnsweredEndsToo)
     app.extension->object = nullptr;
     ASSERT_EQ(Connect("refused"), ERR_ABILITY_OK);
     EXPECT_EQ(Heard(), "connect refused; over 11; ");
-    app.extension->object = MakeSptr<IPCObjectStub>();
+    app.extension->object = MakeSptr<IPCObjectStub>(u"answer");
     app.process.SetHanging(true);
     ASSERT_EQ(Connect("hangs"), ERR_ABILITY_OK);
     EXPECT_EQ(Heard(LIMIT_MS), "");
@@ -211,6 +220,9 @@ TEST_F(AbilityRegistryTest, AConnectionThatIsNotAnsweredEndsToo)
     EXPECT_EQ(Heard(), "over 0; ");
     app.process.SetHanging(false);
     EXPECT_EQ(Heard(), "connect hangs; disconnect hangs; ") << "an answer that nobody waits for is dropped";
+    app.extension->times = 2;
+    ASSERT_EQ(Connect("c"), ERR_ABILITY_OK);
+    EXPECT_EQ(Heard(), "connect c; connect c; connected 0; ") << "the first answer counts";
 }
 
 TEST_F(AbilityRegistryTest, RefusesRegistrations)

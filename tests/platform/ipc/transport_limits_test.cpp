@@ -115,6 +115,14 @@ void Begin(const RawClient& peer, Lanes& lanes, size_t count, size_t part, bool 
     }
 }
 
+// Lanes of the peer, until all that are there are `count`, with the one that it has.
+void OpenLanes(const RawClient& peer, Lanes& lanes, size_t count)
+{
+    while (lanes.size() + 1 < count) {
+        lanes.push_back(peer.control.Offer());
+    }
+}
+
 // Up to the limit a peer is served, one above it is ended, and nobody else notices either.
 TEST_F(LimitsTest, WhatAPeerFills)
 {
@@ -124,8 +132,15 @@ TEST_F(LimitsTest, WhatAPeerFills)
     limits.objectsPerConnection = 10;
     limits.lanesPerConnection = 3;
     limits.queuedBytesPerConnection = 1 << 20;
-    limits.unfinishedBytesPerConnection = 2 << 20;
-    limits.unfinishedDescriptorsPerConnection = 10;
+    limits.lanesPerProcess = 20;
+    limits.unfinishedMessage = std::chrono::minutes(10);
+    limits.unfinishedBytesPerProcess = (2 << 20) + 16;
+    limits.unfinishedDescriptorsPerProcess = 18;
+    Serve(limits);
+    const sptr<IRemoteObject> neighbour = Connect();
+    const RawClient other(Path("app")); // of the same process: has 8 descriptors and 16 bytes begun, and 3 lanes
+    Lanes begun;
+    Begin(other, begun, 8, 4, true);
     const Row rows[] = {
         {"bytes of a message", 4, "sizes cannot be true", limits.messageBytes,
             [](const RawClient& peer, Lanes&, size_t count) {
@@ -142,11 +157,12 @@ TEST_F(LimitsTest, WhatAPeerFills)
                     (void)peer.Ask(Message({56, 1, 0, 1, 0, 1, 3}) + ObjectRecord(id, 1) + "*OBJ" + 0U);
                 }
             }},
-        {"lanes", 12, "too many lanes", Host::IPC_LANE_TOLERANCE * 3,
-            [](const RawClient& peer, Lanes& lanes, size_t count) {
-                while (lanes.size() + 1 < count) { // it has one
-                    lanes.push_back(peer.control.Offer());
-                }
+        {"lanes", 12, "too many lanes", Host::IPC_LANE_TOLERANCE * 3, OpenLanes},
+        {"lanes of its process: 20, and one is the neighbour's", 12, "too many lanes", 16,
+            [&other](const RawClient& peer, Lanes& lanes, size_t count) {
+                OpenLanes(other, lanes, 9);
+                EXPECT_TRUE(lanes.back().Send(Message({})) && lanes.back().Read(32).size() == 32);
+                OpenLanes(peer, lanes, count);
             }},
         {"replies of a mebibyte that nobody reads", 14, "too many bytes wait", 1,
             [](const RawClient& peer, Lanes& lanes, size_t count) {
@@ -160,11 +176,13 @@ TEST_F(LimitsTest, WhatAPeerFills)
         {"descriptors that are begun", 19, "too much was begun", 10,
             [](auto& peer, Lanes& lanes, size_t count) { Begin(peer, lanes, count, 4, true); }},
     };
-    Serve(limits);
-    const sptr<IRemoteObject> neighbour = Connect();
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         for (const size_t count : {row.most, row.most + 1}) {
+            EXPECT_TRUE(Eventually([this] {
+                const auto all = server.Connections();
+                return all.size() == 2 && all[1].lanesIn == 3;
+            }));
             const RawClient peer(Path("app"));
             Lanes lanes;
             if (count > row.most) {

@@ -51,7 +51,7 @@ public:
     DECLARE_INTERFACE_DESCRIPTOR(u"ohos.pelago.host.ControlWatcher");
 
     enum Code : uint32_t {
-        CHANGED = 1, // string json: one JSON object
+        CHANGED = 1, // raw json: one JSON object
     };
 
     virtual void OnChanged(const std::string& json) = 0;

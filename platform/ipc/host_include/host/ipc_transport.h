@@ -23,12 +23,13 @@ struct IpcLimits {
     size_t lanesPerConnection = 64;                      // in each direction
     size_t connectionsPerUser = 1024;                    // by uid
     size_t connectionsPerProcess = 256;                  // by pid
+    size_t lanesPerProcess = 1024;                       // that it calls through, over all its connections
     size_t queuedBytesPerConnection = size_t{8} << 20;   // written, and not yet taken by the peer's socket
     std::chrono::milliseconds unfinishedMessage{10'000}; // from the first byte of a message to its last
-    // Of all messages that have begun to arrive and are not whole: what their heads announce, and the descriptors that
-    // came already. Not below those of one message.
-    size_t unfinishedBytesPerConnection = size_t{64} << 20;
-    size_t unfinishedDescriptorsPerConnection = 4096;
+    // Of all messages of a process that have begun to arrive and are not whole, over all its connections: what their
+    // heads announce, and the descriptors that came already. Not below those of one message.
+    size_t unfinishedBytesPerProcess = size_t{64} << 20;
+    size_t unfinishedDescriptorsPerProcess = 4096;
 };
 
 inline constexpr size_t IPC_CONCURRENT_REQUESTS = 16;
