@@ -25,12 +25,18 @@ int HiLogPrint(LogType, LogLevel level, unsigned int domain, const char* tag, co
         return 0;
     }
     const int error = errno; // callers log first and look at it later
+    OHOS::Host::LogHub& hub = OHOS::Host::LogHub::Get();
+    if (level < hub.Kept()) {
+        hub.TellListener();
+        errno = error;
+        return 0;
+    }
     OHOS::Host::LogText text;
     va_list arguments;
     va_start(arguments, format);
     OHOS::Host::FormatLogText(text, format, arguments);
     va_end(arguments);
-    OHOS::Host::LogHub::Get().Add(Clamped(level), domain, tag == nullptr ? "" : tag, text.View());
+    hub.Add(Clamped(level), domain, tag == nullptr ? "" : tag, text.View());
     errno = error;
     return static_cast<int>(text.View().size());
 }
@@ -79,12 +85,12 @@ int64_t WallClockMs()
 
 void SetLogLevel(LogLevel level)
 {
-    HiviewDFX::g_hiLogThreshold.store(Clamped(level), std::memory_order_relaxed);
+    LogHub::Get().Keep(Clamped(level));
 }
 
 LogLevel GetLogLevel()
 {
-    return static_cast<LogLevel>(HiviewDFX::g_hiLogThreshold.load(std::memory_order_relaxed));
+    return LogHub::Get().Kept();
 }
 
 const char* LogLevelText(LogLevel level)

@@ -56,6 +56,11 @@ LogLine& LogHub::Slot(uint64_t seq)
 void LogHub::Add(LogLevel level, uint32_t domain, std::string_view tag, std::string_view text)
 {
     Store(level, domain, tag, text);
+    TellListener();
+}
+
+void LogHub::TellListener() const
+{
     if (LogListener listener = listener_.load(std::memory_order_acquire); listener != nullptr) {
         listener();
     }
@@ -63,7 +68,23 @@ void LogHub::Add(LogLevel level, uint32_t domain, std::string_view tag, std::str
 
 void LogHub::Follow(LogListener listener)
 {
+    std::lock_guard<std::mutex> guard(mutex_);
     listener_.store(listener, std::memory_order_release);
+    SetThreshold();
+}
+
+void LogHub::Keep(LogLevel level)
+{
+    std::lock_guard<std::mutex> guard(mutex_);
+    level_.store(level, std::memory_order_relaxed);
+    SetThreshold();
+}
+
+// Under mutex_.
+void LogHub::SetThreshold()
+{
+    const bool followed = listener_.load(std::memory_order_relaxed) != nullptr;
+    HiviewDFX::g_hiLogThreshold.store(followed ? std::min(Kept(), LOG_INFO) : Kept(), std::memory_order_relaxed);
 }
 
 void LogHub::Store(LogLevel level, uint32_t domain, std::string_view tag, std::string_view text)

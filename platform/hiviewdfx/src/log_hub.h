@@ -27,6 +27,8 @@ public:
     static LogHub& Get();
 
     void Add(LogLevel level, uint32_t domain, std::string_view tag, std::string_view text);
+    // Behind each line, also one that is not kept.
+    void TellListener() const;
     [[nodiscard]] std::vector<LogLine> Read(uint64_t after, size_t limit);
     [[nodiscard]] uint64_t LastSeq();
     [[nodiscard]] LogCounts Counts();
@@ -34,6 +36,11 @@ public:
     void UseStderr(bool on);
     [[nodiscard]] bool UseFile(const std::string& path);
     void Follow(LogListener listener);
+    void Keep(LogLevel level);
+    [[nodiscard]] LogLevel Kept() const
+    {
+        return level_.load(std::memory_order_relaxed);
+    }
 
 private:
     LogHub();
@@ -42,7 +49,10 @@ private:
     void Print(const LogLine& line);
     void Store(LogLevel level, uint32_t domain, std::string_view tag, std::string_view text);
 
+    void SetThreshold();
+
     std::atomic<LogListener> listener_{nullptr};
+    std::atomic<LogLevel> level_{LOG_INFO};
     std::mutex mutex_;
     // All below: under mutex_.
     std::vector<LogLine>

@@ -80,6 +80,13 @@ TEST_F(LogTest, LineBelowTheLevelEvaluatesNothing)
     SetLogLevel(LOG_ERROR);
     LINE(LOG_WARN, "%{public}d", ++evaluated);
     EXPECT_EQ(evaluated, 1);
+    static int told = 0;
+    SetLogListener([] { ++told; });
+    LINE(LOG_INFO, "%{public}s", "a follower hears of what is not kept");
+    EXPECT_EQ(told, 1);
+    EXPECT_EQ(LastLogSeq(), start + 1);
+    EXPECT_EQ(GetLogLevel(), LOG_ERROR);
+    SetLogListener(nullptr);
     for (const LogLevel level : {LOG_DEBUG, LOG_INFO, LOG_WARN, LOG_ERROR, LOG_FATAL}) {
         EXPECT_EQ(LogLevelFromText(LogLevelText(level)), level);
     }

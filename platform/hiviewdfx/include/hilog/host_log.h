@@ -36,7 +36,7 @@ using WallClock = int64_t (*)();
 void SetWallClock(WallClock clock);
 [[nodiscard]] int64_t WallClockMs();
 
-// Lines below the level are not made. LOG_INFO at start.
+// Lines below the level are not kept. LOG_INFO at start.
 void SetLogLevel(LogLevel level);
 [[nodiscard]] LogLevel GetLogLevel();
 // "debug", "info", "warn", "error", "fatal".
@@ -54,8 +54,9 @@ void SetLogToStderr(bool on);
 // The number of the newest line, 0 before the first.
 [[nodiscard]] uint64_t LastLogSeq();
 
-// Called behind each line, on its thread, with no lock of the log held: for who follows the log. It must not log. Null
-// ends that; a call that is under way goes on.
+// Called behind each line from LOG_INFO on, or from the level if that is lower, on its thread, with no lock of the log
+// held: for who follows the log, also where the level keeps little of it. It must not log. Null ends that; a call that
+// is under way goes on.
 using LogListener = void (*)();
 void SetLogListener(LogListener listener);
 

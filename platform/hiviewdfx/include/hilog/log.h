@@ -8,7 +8,7 @@
 // The log. A line has a level, a domain and a tag to filter by, and a text made from a format in the manner of printf
 // in which each specifier says who may see its value: %{public}d shows it; %{private}d, and a plain %d, write
 // "<private>". Any thread, before main and after it. A line below the level costs one comparison and evaluates no
-// argument.
+// argument, unless somebody follows the log.
 
 enum LogType {
     LOG_APP = 0,
@@ -26,7 +26,7 @@ enum LogLevel {
 
 namespace OHOS::HiviewDFX {
 
-// The lowest level that is written. Set through the host's log header.
+// The lowest level that is written or followed. Set through the host's log header.
 inline std::atomic<int> g_hiLogThreshold{LOG_INFO};
 
 // What an argument is once it has passed through "...".
@@ -197,7 +197,7 @@ HiLogArguments<Args...> HiLogArgumentsOf(const char* format, const Args&... args
 
 } // namespace OHOS::HiviewDFX
 
-// Whether a line of this level is written. One level holds for all domains and tags.
+// Whether a line of this level is written or followed. One level holds for all domains and tags.
 [[nodiscard]] inline bool HiLogIsLoggable(unsigned int, const char*, LogLevel level)
 {
     return level >= OHOS::HiviewDFX::g_hiLogThreshold.load(std::memory_order_relaxed);
