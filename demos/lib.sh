@@ -114,6 +114,16 @@ up_with_front_end() {
     hear "$id-front" "ready"
 }
 
+# pair SENDER RECEIVER [OPTION...]: two devices that share, each with its front end; options are the receiver's.
+pair() {
+    local sender=$1 receiver=$2
+    shift 2
+    up_with_front_end "$sender"
+    up_with_front_end "$receiver" "$@"
+    do_it pelago -d "$sender" on
+    do_it pelago -d "$receiver" on
+}
+
 # device_pid ID: the daemon's.
 device_pid() {
     pelago -j -d "$1" sim show | sed -E 's/.*"pid":([0-9]+),"radios".*/\1/'

@@ -6,16 +6,6 @@ here=$(dirname "$0")
 mkdir "$work/photos"
 head -c 3M /dev/urandom >"$work/photos/beach.jpg"
 
-# pair SENDER RECEIVER [OPTION...]: two devices that share, each with its front end; options are the receiver's.
-pair() {
-    local sender=$1 receiver=$2
-    shift 2
-    up_with_front_end "$sender"
-    up_with_front_end "$receiver" "$@"
-    do_it pelago -d "$sender" on
-    do_it pelago -d "$receiver" on
-}
-
 the_application_in_focus_answers() {
     say "A focused application answers the gesture, and its file goes to the device that the hand points at"
     pair anna-phone anna-tablet

@@ -7,14 +7,6 @@ here=$(dirname "$0")
 mkdir "$work/card"
 head -c 200K /dev/urandom >"$work/card/ada.vcf"
 
-# pair SENDER RECEIVER: two devices that share, each with its front end.
-pair() {
-    up_with_front_end "$1"
-    up_with_front_end "$2"
-    do_it pelago -d "$1" on
-    do_it pelago -d "$2" on
-}
-
 # application DEVICE [OPTION...]: one in focus that wants knocks.
 application() {
     local id=$1
@@ -34,6 +26,15 @@ over() {
 under_way() {
     do_it pelago -d "$1" wait-for state tap.preparing=true
     do_it pelago -d "$2" wait-for state tap.delivering=true
+}
+
+# unanswered SENDER RECEIVER: a tap between two new devices is under way, and the application lets it wait.
+unanswered() {
+    pair "$1" "$2"
+    application "$1" --no-answer
+    do_it pelago -d "$1" tap "$2"
+    hear "$1-app" "knock"
+    under_way "$1" "$2"
 }
 
 a_card_is_handed_over() {
@@ -96,11 +97,7 @@ the_device_is_busy() {
 
 nothing_happens() {
     say "The application does not answer: the tap times out; another tap meanwhile finds the device busy"
-    pair fred-phone fred-tablet
-    application fred-phone --no-answer
-    do_it pelago -d fred-phone tap fred-tablet
-    hear fred-phone-app "knock"
-    under_way fred-phone fred-tablet
+    unanswered fred-phone fred-tablet
     refused 1 pelago -d fred-phone tap fred-tablet
     start fred-watch pelago -d fred-tablet watch
     hear fred-watch "shareBusy"
@@ -110,10 +107,7 @@ nothing_happens() {
 
 sharing_goes_off_in_the_middle() {
     say "The radio goes in the middle of a tap, and sharing with it"
-    pair gina-phone gina-tablet
-    application gina-phone --no-answer
-    do_it pelago -d gina-phone tap gina-tablet
-    under_way gina-phone gina-tablet
+    unanswered gina-phone gina-tablet
     do_it pelago -d gina-phone sim wifi off
     do_it pelago -d gina-phone wait-for off
     hear gina-phone-front "the tap failed, error 0"
@@ -122,10 +116,7 @@ sharing_goes_off_in_the_middle() {
 
 one_device_dies_in_the_middle() {
     say "The other device is killed in the middle of a tap"
-    pair hugo-phone hugo-tablet
-    application hugo-phone --no-answer
-    do_it pelago -d hugo-phone tap hugo-tablet
-    under_way hugo-phone hugo-tablet
+    unanswered hugo-phone hugo-tablet
     do_it kill -KILL "$(device_pid hugo-tablet)"
     hear hugo-phone-front "the tap failed, error"
     do_it pelago -d hugo-phone wait-for state tap.preparing=false

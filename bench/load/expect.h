@@ -19,6 +19,13 @@ inline constexpr int SETTLING_MS = 4000; // threads that nobody needs end after 
 // The last tenth against the first, as medians, in a machine that does other things too.
 inline constexpr double MOST_SLOWER = 1.5;
 
+// A sanitizer takes memory and time of its own: then both are shown, and not judged.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool JUDGES_COSTS = false;
+#else
+inline constexpr bool JUDGES_COSTS = true;
+#endif
+
 // Where it does not hold, the story is not well, but goes on: it may have more to find.
 void Expect(bool holds, const std::string& what);
 // Whether all that this process expected held.

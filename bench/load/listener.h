@@ -6,40 +6,19 @@
 #include <mutex>
 #include <string>
 
-#include "callback_stubs.h"
 #include "expect.h"
+#include "quiet_callback.h"
 
 namespace OHOS::Pelago::Load {
 
 // A registered client: knows the peers, counts changes of the switch, and waits for the ends of sends. Owned by the
-// process of a client, which asks it from any thread; it is told on IPC threads. What it does not count it does not
-// hear.
-class Listener : public TrellisCallbackStub {
+// process of a client, which asks it from any thread; it is told on IPC threads.
+class Listener : public QuietTrellisCallback {
 public:
     void OnEnableStatusChanged() override;
     void OnDeviceFound(const ShareDeviceInfo& device) override;
     void OnDeviceLost(const ShareDeviceInfo& device) override;
     void OnTransStateChange(const ShareDeviceInfo& device, int64_t event, int64_t value, int64_t time) override;
-    void OnSend(const ShareDeviceInfo&, const SendBean&) override
-    {}
-    void OnSendBytes(const ShareDeviceInfo&, const BytesInfo&) override
-    {}
-    void OnSendFile(const ShareDeviceInfo&, const DataBean&) override
-    {}
-    void OnCancel(const ShareDeviceInfo&) override
-    {}
-    void OnConnectHub(std::string, int32_t) override
-    {}
-    void OnCorvaneIdHeadImageReceive(const ShareDeviceInfo&, const std::string&) override
-    {}
-    void OnThermalLevelChanged(int32_t, int32_t, int8_t, int8_t) override
-    {}
-    void OnSwingPop(const ShareDeviceInfo&) override
-    {}
-    void OnReportSwingEvent(int32_t, int32_t, int32_t, const std::string&) override
-    {}
-    void OnSwitchNotifyComponent(int32_t) override
-    {}
 
     // How often the switch has changed since it was asked last.
     uint64_t TakeChanges();

@@ -12,12 +12,11 @@ namespace OHOS::Pelago {
 //
 // What a client should know of the service:
 // - A registration with RegisterTrellisCallback, and every one after it, calls the registered callbacks before it
-// returns:
-//   be ready for OnEnableStatusChanged and OnConnectHub.
+//   returns: be ready for OnEnableStatusChanged and OnConnectHub.
 // - A callback may call the service, but one that waits for the lock that the service holds while it calls you gets its
 //   answer only when your callback has returned. Such are registering, unregistering, sending and cancelling.
 // - Inside ISenderActionCallback::OnSendCancelBeforeConfirm do not ask for the preview or the receiver, for the same
-// reason.
+//   reason.
 // - An off that is asked for while a radio is missing leaves the service willing to come back when the radio does.
 class TrellisServiceProxy : public IRemoteProxy<ITrellisService> {
 public:

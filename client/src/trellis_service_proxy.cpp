@@ -37,6 +37,15 @@ template <typename Field>
     return Wire::Put(data, field);
 }
 
+// Takes one field out of an answer; LastError says when it is not there.
+template <typename Value>
+[[nodiscard]] bool ReadAnswer(MessageParcel& reply, Value& value)
+{
+    const bool read = Wire::Get(reply, value);
+    g_lastError = read ? g_lastError : ERROR_UNREADABLE_REPLY;
+    return read;
+}
+
 } // namespace
 
 TrellisServiceProxy::TrellisServiceProxy(const sptr<IRemoteObject>& object) : IRemoteProxy<ITrellisService>(object)
@@ -65,21 +74,21 @@ template <typename... Fields>
 bool TrellisServiceProxy::CallForBool(TrellisServiceCode code, const Fields&... fields)
 {
     MessageParcel reply;
-    return Transact(code, reply, fields...) && reply.ReadBool();
+    bool result = false;
+    return Transact(code, reply, fields...) && ReadAnswer(reply, result) && result;
 }
 
 std::vector<ShareDeviceInfo> TrellisServiceProxy::CallForDevices(TrellisServiceCode code)
 {
     MessageParcel reply;
-    if (!Transact(code, reply)) {
+    int32_t count = 0;
+    if (!Transact(code, reply) || !ReadAnswer(reply, count)) {
         return {};
     }
-    int32_t count = reply.ReadInt32();
     std::vector<ShareDeviceInfo> devices;
     for (int32_t i = 0; i < count; ++i) {
         ShareDeviceInfo device;
-        if (!device.ReadFromParcel(reply)) {
-            g_lastError = ERROR_UNREADABLE_REPLY;
+        if (!ReadAnswer(reply, device)) {
             return {};
         }
         devices.push_back(std::move(device));
@@ -107,7 +116,8 @@ bool TrellisServiceProxy::IsEnabled()
 int32_t TrellisServiceProxy::GetEnableState()
 {
     MessageParcel reply;
-    return Transact(Code::GET_ENABLE_STATE, reply) ? reply.ReadInt32() : 0;
+    int32_t state = 0;
+    return Transact(Code::GET_ENABLE_STATE, reply) && ReadAnswer(reply, state) ? state : 0;
 }
 
 bool TrellisServiceProxy::IsFocusPidsRegisterSwing()
@@ -218,13 +228,7 @@ ShareAccountInfo TrellisServiceProxy::GetAccountInfo()
 {
     MessageParcel reply;
     ShareAccountInfo account;
-    if (Transact(Code::GET_ACCOUNT_INFO, reply) &&
-        !Wire::GetAll(reply, account.corvaneAccountID, account.corvaneAccountIDHash, account.status, account.callingUid,
-            account.nickName, account.avatar)) {
-        g_lastError = ERROR_UNREADABLE_REPLY;
-        return {};
-    }
-    return account;
+    return Transact(Code::GET_ACCOUNT_INFO, reply) && ReadAnswer(reply, account) ? account : ShareAccountInfo();
 }
 
 bool TrellisServiceProxy::SetShareAccountPermission(int32_t accountPermission)

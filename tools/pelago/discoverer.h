@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "callback_stubs.h"
 #include "connection.h"
+#include "quiet_callback.h"
 
 namespace OHOS::Pelago::Tools {
 
@@ -23,7 +23,7 @@ struct Course {
 };
 
 // A registered client that knows the peers as the service tells them. Filled on IPC threads, asked by the verb.
-class Discoverer : public TrellisCallbackStub {
+class Discoverer : public QuietTrellisCallback {
 public:
     using Listener = std::function<void(const char* what, const ShareDeviceInfo& peer)>;
 
@@ -34,26 +34,6 @@ public:
     void OnDeviceLost(const ShareDeviceInfo& device) override;
     void OnTransStateChange(const ShareDeviceInfo& device, int64_t event, int64_t value, int64_t timeStamp) override;
     void OnCancel(const ShareDeviceInfo& device) override;
-    void OnEnableStatusChanged() override
-    {}
-    void OnSend(const ShareDeviceInfo&, const SendBean&) override
-    {}
-    void OnSendBytes(const ShareDeviceInfo&, const BytesInfo&) override
-    {}
-    void OnSendFile(const ShareDeviceInfo&, const DataBean&) override
-    {}
-    void OnConnectHub(std::string, int32_t) override
-    {}
-    void OnCorvaneIdHeadImageReceive(const ShareDeviceInfo&, const std::string&) override
-    {}
-    void OnThermalLevelChanged(int32_t, int32_t, int8_t, int8_t) override
-    {}
-    void OnSwingPop(const ShareDeviceInfo&) override
-    {}
-    void OnReportSwingEvent(int32_t, int32_t, int32_t, const std::string&) override
-    {}
-    void OnSwitchNotifyComponent(int32_t) override
-    {}
 
     // The service has gone: nobody will tell anything any more.
     void SetGone();

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <limits>
 #include <memory>
 
 #include "callback_stubs.h"
@@ -52,10 +53,21 @@ struct AppOptions {
     double hangSeconds = 0;
 };
 
-// What is no number, which the command line takes for one, is none.
 int64_t Milliseconds(double seconds)
 {
-    return seconds > 0 ? static_cast<int64_t>(std::min(seconds, MAX_SECONDS) * MS_PER_SECOND) : 0;
+    return static_cast<int64_t>(seconds * MS_PER_SECOND);
+}
+
+CLI::Validator PartsOfSeconds()
+{
+    return CLI::Validator(
+        [](const std::string& word) {
+            double seconds = 0;
+            return CLI::detail::lexical_cast(word, seconds) && seconds >= 0 && seconds <= MAX_SECONDS
+                       ? std::string()
+                       : "'" + word + "' is not a number of seconds from 0 to 1000000";
+        },
+        "");
 }
 
 const EventKind& KindOf(int32_t eventId)
@@ -286,15 +298,16 @@ Action AppVerb(CLI::App& app)
     app.add_flag("--uri", options->asUris, "hand files over by name instead of by descriptor");
     app.add_option("--callback-id", options->callbackId, "the id of what is registered")
         ->type_name("N")
+        ->check(NumberFrom(std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()))
         ->capture_default_str();
     app.add_flag("--once", options->once, "end with the first event, and fail when its answer is not taken");
     app.add_flag("--no-answer", options->silent, "only print what comes");
     app.add_option("--late", options->lateSeconds, "answer so many seconds late")
         ->type_name("SECONDS")
-        ->check(CLI::NonNegativeNumber);
+        ->check(PartsOfSeconds());
     app.add_option("--hang", options->hangSeconds, "stay inside the callback for so many seconds")
         ->type_name("SECONDS")
-        ->check(CLI::NonNegativeNumber);
+        ->check(PartsOfSeconds());
     app.add_flag("--leave-inside", options->leaveInside, "unregister from inside the callback");
     return [options, gesture, knock](const Context& context) {
         options->wantsGesture = gesture->count() > 0;

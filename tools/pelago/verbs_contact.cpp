@@ -71,15 +71,12 @@ ExitCode AddContact(const ContactOptions& options)
 Action ContactVerb(CLI::App& app)
 {
     auto options = std::make_shared<ContactOptions>();
-    app.add_option("ACCOUNT", options->account, "hash of the account")
-        ->required()
-        ->check(CLI::Validator(
-            [](const std::string& account) { return account.empty() ? "an account's hash is not empty" : ""; }, ""));
+    app.add_option("ACCOUNT", options->account, "hash of the account")->required()->check(NotEmpty());
     app.add_option("--id", options->id, "id of the contact; devices of one id are one entry")
         ->required()
         ->type_name("N")
         ->check(NumberFrom(1, std::numeric_limits<int>::max()));
-    app.add_option("--name", options->name, "name of the contact")->required()->type_name("NAME");
+    app.add_option("--name", options->name, "name of the contact")->required()->type_name("NAME")->check(NotEmpty());
     return [options](const Context& context) {
         ExitCode code = AddContact(*options);
         if (code == EXIT_DONE && context.json) {

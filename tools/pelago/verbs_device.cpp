@@ -248,10 +248,12 @@ Action UpVerb(CLI::App& app)
     app.add_option("--name", options->name,
            "the name that other devices show; without it the one it has, or \"Blue phone\" for a first device")
         ->type_name("NAME");
-    app.add_option("--type", options->type, "what kind of device it is")->type_name("TYPE")->check(OneOf(DEVICE_TYPES));
+    app.add_option("--type", options->type, "what kind of device it is, a phone if it is new")
+        ->type_name("TYPE")
+        ->check(OneOf(DEVICE_TYPES));
     app.add_option("--account", options->account, "hash of the account that it is signed in with")
         ->type_name("ACCOUNT");
-    app.add_option("--log-level", options->logLevel, "what is kept of its log")
+    app.add_option("--log-level", options->logLevel, "the least that is kept of its log, info if none is said")
         ->type_name("LEVEL")
         ->check(OneOf(LOG_LEVELS));
     app.add_flag("--no-bytes", options->noBytes, "a device that takes files and texts, but no bytes");

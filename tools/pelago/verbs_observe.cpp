@@ -261,8 +261,9 @@ Action LogVerb(CLI::App& app)
 {
     auto words = std::make_shared<std::vector<std::string>>(2);
     auto isPlace = [](const std::string& word) { return word == "level" ? "" : PlaceInLog(word); };
-    app.add_option(
-           "AFTER", (*words)[0], "a line's number, for those behind it; or level, to say what is kept from now on")
+    app.add_option("AFTER", (*words)[0],
+           "a line's number, as `pelago -j log` shows it, for those behind it; or level, to say what is kept from now "
+           "on")
         ->check(CLI::Validator(isPlace, "{AFTER,level}"));
     app.add_option("LEVEL", (*words)[1], "the least that is kept")->check(OneOf(LOG_LEVELS));
     return [words](const Context& context) { return Log(context, *words); };
@@ -277,13 +278,19 @@ Action EventsVerb(CLI::App& app)
 
 Action SimVerb(CLI::App& app)
 {
-    app.footer("Without words it prints the commands that the device has.");
+    app.footer(
+        "Without words it prints the commands that the device has. All words behind the verb are theirs: options "
+        "stand before it, as in\n  pelago -j sim show");
     app.prefix_command(); // the words are the device's to read, dashes and all
     app.fallthrough(false);
     return [&app](const Context& context) {
         std::vector<std::string> words = app.remaining();
         if (words.empty()) {
             return ListSimCommands(context);
+        }
+        if (words.front().rfind('-', 0) == 0) {
+            Complain("'" + words.front() + "' is no command; options stand before the verb: pelago -j sim show");
+            return EXIT_USAGE;
         }
         if (words.front() == "tap") {
             words.front() = "tap-event"; // the framework's, which only a daemon with the service in it can play

@@ -160,7 +160,10 @@ Action SendVerb(CLI::App& app)
     auto options = std::make_shared<SendOptions>();
     app.add_option("FILE", options->files, "regular files, at most " + std::to_string(MAX_SHARED_FILES));
     app.add_option("--text", options->text, "a text, with files or alone");
-    app.add_option("--to", options->to, "id, name or contact of the peer")->required()->type_name(PEER_VALUE);
+    app.add_option("--to", options->to, "id, name or contact of the peer")
+        ->required()
+        ->type_name(PEER_VALUE)
+        ->check(NotEmpty());
     app.add_flag("--uri", options->uris, "hand the files over by name instead of by descriptor");
     app.add_option("--wait", options->seconds, "how long to look for the peer")
         ->type_name("SECONDS")
@@ -172,7 +175,10 @@ Action SendVerb(CLI::App& app)
 Action CancelVerb(CLI::App& app)
 {
     auto to = std::make_shared<std::string>();
-    app.add_option("--to", *to, "id, name or contact of the peer")->required()->type_name(PEER_VALUE);
+    app.add_option("--to", *to, "id, name or contact of the peer")
+        ->required()
+        ->type_name(PEER_VALUE)
+        ->check(NotEmpty());
     return [to](const Context& context) { return Cancel(context, *to); };
 }
 

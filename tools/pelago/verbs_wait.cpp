@@ -41,6 +41,7 @@ struct Wanted {
     std::string section;
     std::vector<std::string> keys;
     std::string value;
+    JsonValue json; // what the value says, for a state that is no text; null: only a text can be that
 };
 
 std::string NamesIn(const cJSON* object)
@@ -61,7 +62,8 @@ std::optional<Wanted> WantedFrom(const std::string& text)
     if (equals == std::string::npos || dot >= equals) {
         return std::nullopt;
     }
-    Wanted wanted{text.substr(0, dot), {}, text.substr(equals + 1)};
+    Wanted wanted{text.substr(0, dot), {}, text.substr(equals + 1), JsonValue(nullptr, cJSON_Delete)};
+    wanted.json.reset(cJSON_ParseWithOpts(wanted.value.c_str(), nullptr, 1));
     while (dot < equals) {
         size_t end = std::min(text.find('.', dot + 1), equals);
         wanted.keys.push_back(text.substr(dot + 1, end - dot - 1));
@@ -75,14 +77,32 @@ bool IsSo(const cJSON* state, const Wanted& wanted)
     for (const std::string& key : wanted.keys) {
         state = cJSON_GetObjectItemCaseSensitive(state, key.c_str());
     }
-    if (cJSON_IsString(state)) {
-        return wanted.value == state->valuestring;
-    }
-    return state != nullptr && wanted.value == Host::JsonText(state);
+    return cJSON_IsString(state) ? wanted.value == state->valuestring : cJSON_Compare(state, wanted.json.get(), 1) != 0;
 }
 
-// Whether the device has such a section and such keys; what it has not is no state to wait for.
-ExitCode CheckNames(const Context& context, const Wanted& wanted)
+std::string KindOf(const cJSON* value)
+{
+    return cJSON_IsString(value)   ? "a text"
+           : cJSON_IsNumber(value) ? "a number"
+           : cJSON_IsBool(value)   ? "true or false"
+           : cJSON_IsArray(value)  ? "a list"
+           : cJSON_IsObject(value) ? "a set of keys"
+                                   : "nothing";
+}
+
+// Values keep their kind: one of another kind never comes about.
+ExitCode CheckKind(const cJSON* state, const Wanted& wanted)
+{
+    if (cJSON_IsString(state) || KindOf(state) == KindOf(wanted.json.get())) {
+        return EXIT_DONE;
+    }
+    Complain("'" + wanted.keys.back() + "' is " + KindOf(state) + " and will never be '" + wanted.value +
+             "'; now it is: " + Host::JsonText(state));
+    return EXIT_USAGE;
+}
+
+// Whether the device has such a section, such keys and values of that kind: what it has not is no state to wait for.
+ExitCode CheckWanted(const Context& context, const Wanted& wanted)
 {
     Host::ControlAnswer answer;
     if (ExitCode code = Control(context, {"state"}, answer); code != EXIT_DONE) {
@@ -97,16 +117,28 @@ ExitCode CheckNames(const Context& context, const Wanted& wanted)
     for (const std::string& key : wanted.keys) {
         const cJSON* inner = cJSON_GetObjectItemCaseSensitive(place, key.c_str());
         if (inner == nullptr) {
-            Complain("there is no key '" + key + "' in '" + wanted.section + "'; there are: " + NamesIn(place));
+            Complain("there is no key '" + key + "' in '" + place->string + "'; " +
+                     (cJSON_IsObject(place) ? "there are: " + NamesIn(place) : "it is " + KindOf(place)));
             return EXIT_USAGE;
         }
         place = inner;
     }
-    return EXIT_DONE;
+    return CheckKind(place, wanted);
 }
 
-constexpr const char* STATE_OF_ON = "switch.enableState=1";
-constexpr const char* STATE_OF_OFF = "switch.enableState=2";
+constexpr int STATE_ON = 1;
+
+// What was never switched on is off.
+ExitCode WaitForSwitch(const Context& context, bool on, int seconds)
+{
+    return WaitForState(
+        context, "switch",
+        [on](const cJSON* state) {
+            const cJSON* enable = cJSON_GetObjectItemCaseSensitive(state, "enableState");
+            return (cJSON_IsNumber(enable) && enable->valueint == STATE_ON) == on;
+        },
+        seconds);
+}
 
 ExitCode WaitForPeer(const Context& context, const WaitOptions& options)
 {
@@ -118,18 +150,18 @@ ExitCode WaitForPeer(const Context& context, const WaitOptions& options)
         context, "peers", [&options](const cJSON* peers) { return HasPeer(peers, options.name); }, options.seconds);
 }
 
-ExitCode WaitForText(const Context& context, const std::string& text, int seconds)
+ExitCode WaitForText(const Context& context, const WaitOptions& options)
 {
-    auto wanted = WantedFrom(text);
+    auto wanted = WantedFrom(options.name);
     if (!wanted.has_value()) {
         Complain("say which state: pelago wait-for state SECTION.KEY=VALUE\nsections and keys: pelago -j watch");
         return EXIT_USAGE;
     }
-    if (ExitCode code = CheckNames(context, *wanted); code != EXIT_DONE) {
+    if (ExitCode code = CheckWanted(context, *wanted); code != EXIT_DONE) {
         return code;
     }
     return WaitForState(
-        context, wanted->section, [&wanted](const cJSON* state) { return IsSo(state, *wanted); }, seconds);
+        context, wanted->section, [&wanted](const cJSON* state) { return IsSo(state, *wanted); }, options.seconds);
 }
 
 ExitCode WaitFor(const Context& context, const WaitOptions& options)
@@ -139,12 +171,9 @@ ExitCode WaitFor(const Context& context, const WaitOptions& options)
         Complain("'" + options.name + "' is a word too many; see: pelago wait-for --help");
         return EXIT_USAGE;
     }
-    ExitCode code = options.what == "peer" ? WaitForPeer(context, options)
-                                           : WaitForText(context,
-                                                 options.what == "on"    ? STATE_OF_ON
-                                                 : options.what == "off" ? STATE_OF_OFF
-                                                                         : options.name,
-                                                 options.seconds);
+    ExitCode code = options.what == "peer"    ? WaitForPeer(context, options)
+                    : options.what == "state" ? WaitForText(context, options)
+                                              : WaitForSwitch(context, options.what == "on", options.seconds);
     if (code == EXIT_TIMED_OUT) {
         Complain("'" + options.what + (takesName ? " " + options.name : "") + "' did not come about in " +
                  SecondsText(options.seconds) + "; how it is: pelago -j watch");

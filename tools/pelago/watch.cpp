@@ -12,6 +12,8 @@ namespace {
 
 using JsonValue = std::unique_ptr<cJSON, void (*)(cJSON*)>;
 
+constexpr int64_t FIRST_LOOK_MS = 1000; // in which the state as it is comes, also to who waits for no change
+
 } // namespace
 
 void WatchQueue::OnChanged(const std::string& json)
@@ -81,7 +83,7 @@ ExitCode WaitForState(const Context& context, const std::string& section,
     if (ExitCode code = StartWatching(context, observation); code != EXIT_DONE) {
         return code;
     }
-    int64_t until = NowMs() + seconds * 1000LL;
+    int64_t until = NowMs() + std::max<int64_t>(seconds * 1000LL, FIRST_LOOK_MS);
     while (auto message = observation.queue->Take(until)) {
         JsonValue json(cJSON_Parse(message->c_str()), cJSON_Delete);
         const cJSON* name = cJSON_GetObjectItemCaseSensitive(json.get(), "section");

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <limits>
 #include <optional>
 #include <string>
 
@@ -105,18 +106,20 @@ void AddOptions(CLI::App& app, DaemonOptions& options, int& readyFd)
                "Exit codes: 0 ended cleanly; 1 failed, with the reason; 2 usage.");
     app.add_option("--id", options.card.id, "which device: [a-z0-9-], names its folders")->required()->type_name("ID");
     app.add_option("--name", options.card.name, "the name that other devices show; remembered")->type_name("NAME");
-    app.add_option("--type", options.card.type, "what kind of device it is; remembered")
+    app.add_option("--type", options.card.type, "what kind of device it is; remembered, a phone if it is new")
         ->type_name("TYPE")
         ->check(OneOf(DEVICE_TYPES));
     app.add_option("--account", options.card.account, "hash of the account that it is signed in with; remembered")
         ->type_name("ACCOUNT");
     app.add_flag("!--no-bytes", options.takesBytes, "a device that takes files and texts, but no bytes");
-    app.add_option("--log-level", options.logLevel, "what is kept of the log")
+    app.add_option("--log-level", options.logLevel, "the least that is kept of the log, info if none is said")
         ->type_name("LEVEL")
         ->check(OneOf(LOG_LEVELS));
     app.add_option("--log-file", options.logFile, "append the log to this file")->type_name(FILE_VALUE);
     app.add_flag("--log-stderr", options.logToStderr, "write the log to standard error");
-    app.add_option("--ready-fd", readyFd, "say that it is ready there instead of on standard output")->type_name("FD");
+    app.add_option("--ready-fd", readyFd, "say that it is ready there instead of on standard output")
+        ->type_name("FD")
+        ->check(NumberFrom(0, std::numeric_limits<int>::max()));
     app.add_flag("--man", "print the manual page");
     app.add_flag("--completion", "print what completes these options in bash");
 }

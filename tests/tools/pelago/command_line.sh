@@ -52,6 +52,7 @@ documented trellisd $(_trellisd_options "")
 ends 2 "pelago --help" pelago
 ends 2 "there is no verb 'sned'" pelago sned
 ends 2 "there is no option '--tpye'; see: pelago up --help" pelago up --tpye phone
+ends 2 "there is no option '--bogus'" trellisd --bogus
 ends 2 "'always' is not one of: hidden, timed, lasting, swing" pelago on --type always
 ends 5 "pelago up --name" pelago on
 ends 0 "blue-phone" pelago up
@@ -61,6 +62,8 @@ ends 1 "sharing is off; switch it on with: pelago on" pelago nearby
 ends 9 "cannot send '/dev/null/x'" pelago send /dev/null/x --to a
 ends 2 "there is no section 'swich'; there are: " pelago wait-for state swich.user=1
 ends 2 "there is no key 'usr' in 'switch'; there are: enableState" pelago wait-for state switch.usr=1
+ends 2 "'enableState' is a number and will never be 'one'" pelago wait-for state switch.enableState=one
+ends 0 "" pelago wait-for off --timeout 0 # it was never on
 ends 0 "pelago sim tap knock" pelago sim
 ends 2 "usage: pelago sim tap knock" pelago sim tap nock
 ends 0 '"enableState":1' pelago -j on

@@ -141,6 +141,7 @@ TEST_F(Wires, OfAClientsRequests)
     Writes([&] { (void)service.IsAppForeground("bundle"); }, 31, "bundle"s);
     Writes([&] { (void)service.RegisterShareEventCallback(7, 8); }, 34, 7, 8);
     Writes([&] { (void)service.UnregisterShareEventCallback(7, 8); }, 35, 7, 8);
+    EXPECT_EQ(TrellisServiceProxy::LastError(), -2); // an answer without its bool is none
 }
 
 TEST_F(Wires, OfTheCallsToAClient)

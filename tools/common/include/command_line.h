@@ -69,9 +69,10 @@ inline constexpr const char* PEER_VALUE = "PEER";     // a device as the others 
 extern const std::vector<std::string> DEVICE_TYPES;
 extern const std::vector<std::string> LOG_LEVELS;
 
-// Values that are one of these words, or a whole number between these two.
+// Values that are one of these words, a whole number between these two, or anything but nothing.
 [[nodiscard]] CLI::Validator OneOf(const std::vector<std::string>& words);
 [[nodiscard]] CLI::Validator NumberFrom(long long least, long long most);
+[[nodiscard]] CLI::Validator NotEmpty();
 
 } // namespace OHOS::Pelago::Tools
 

@@ -112,8 +112,14 @@ std::string UsageError(const CLI::App& app, const CLI::ParseError& error)
     const Command command = Describe(chosen.empty() ? app : *chosen.front());
     const std::vector<std::string> extras = app.remaining(true);
     std::string what = error.what();
-    if (const int kind = error.get_exit_code(); kind == static_cast<int>(CLI::ExitCodes::ArgumentMismatch)) {
+    // Before what is missing comes an option that is not known: it may be the missing one, misspelt.
+    const auto stray = std::find_if(extras.begin(), extras.end(),
+        [](const std::string& extra) { return extra.size() > 1 && extra.front() == '-'; });
+    const int kind = error.get_exit_code();
+    if (kind == static_cast<int>(CLI::ExitCodes::ArgumentMismatch)) {
         what = what.substr(0, what.find(':')) + ": the value is missing, or there are too many";
+    } else if (kind == static_cast<int>(CLI::ExitCodes::RequiredError) && stray != extras.end()) {
+        what = WhatIs(*stray, command);
     } else if (kind == static_cast<int>(CLI::ExitCodes::ExtrasError) && !extras.empty()) {
         what = WhatIs(extras.front(), command);
     }
@@ -142,6 +148,12 @@ CLI::Validator NumberFrom(long long least, long long most)
                              std::to_string(most);
         },
         "");
+}
+
+CLI::Validator NotEmpty()
+{
+    return CLI::Validator(
+        [](const std::string& word) { return word.empty() ? std::string("the value is empty") : std::string(); }, "");
 }
 
 } // namespace OHOS::Pelago::Tools

@@ -110,6 +110,7 @@ std::string HelpText(const Command& command)
     std::string text = Paragraphs(command.name + ": " + command.help);
     text += "\nusage: " + UsageLine(command) + "\n" + (rows.empty() ? "" : "\n" + rows) + Verbs(command);
     text += command.more.empty() ? "" : "\n" + Paragraphs(command.more);
+    text += isVerb ? "\nOptions of every verb: " + command.name.substr(0, command.name.find(' ')) + " --help\n" : "";
     return text;
 }
 
