@@ -32,7 +32,7 @@ TEST(Simulation, NothingThatCanHappenBreaksAnInvariant)
         static_cast<unsigned long long>(result.steps), static_cast<unsigned long long>(result.lives),
         static_cast<unsigned long long>(result.traceHash));
     EXPECT_EQ(result.fault, "") << "repeat with: PELAGO_SIM_SEED=" << run.seed << " PELAGO_SIM_STEPS=" << run.steps
-                                << " ./run test Simulation.Nothing";
+                                << " build/dev/tests/simulation/simulation_test --gtest_filter='Simulation.Nothing*'";
 }
 
 TEST(Simulation, TheSameSeedGivesTheSameTrace)
