@@ -4,6 +4,7 @@
 #include <sys/un.h>
 
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -343,7 +344,11 @@ public:
         ssize_t count = 1;
         while (count > 0) {
             pollfd waiting{control_.Get(), POLLIN, 0};
-            Demand(::poll(&waiting, 1, PATIENCE_MS) == 1, "the daemon does not hang up");
+            int ready = -1;
+            do {
+                ready = ::poll(&waiting, 1, PATIENCE_MS);
+            } while (ready < 0 && errno == EINTR); // the fuzzer's own clock
+            Demand(ready == 1, "the daemon does not hang up");
             count = ::recv(control_.Get(), bytes.data(), bytes.size(), 0);
         }
     }

@@ -84,6 +84,7 @@ void DescriptorStream::TakeDescriptors(msghdr& message)
     }
     if ((message.msg_flags & MSG_CTRUNC) != 0) {
         arrived_.push_back({Host::UniqueFd(), position_ - 1}); // at least one was lost here
+        mayHaveMore_ = true;                                   // the read stopped behind it all the same
     }
 }
 

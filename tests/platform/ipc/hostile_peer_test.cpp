@@ -203,6 +203,17 @@ TEST_F(RawPeerTest, AMessageInSplintersIsStillAMessageAndNoFileComesInThePlaceOf
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &old), 0);
     ASSERT_TRUE(peer.lane.Send(Bytes(three.begin() + 1, three.end()), {files[2]}));
     EXPECT_EQ(TextOfReply(peer.lane, 10), "ab one - -");
+
+    // What stands behind files that were all lost has come already, and is read all the same.
+    std::array<int, 2> pair = {-1, -1};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, pair.data()), 0);
+    const RawSocket lane(pair[0]);
+    ASSERT_TRUE(lane.Send({three[0]}, files) && lane.Send(Bytes(three.begin() + 1, three.end())));
+    (void)LimitDescriptors(1); // the lane
+    ASSERT_TRUE(peer.control.Send(Control(3, 0, 0), {pair[1]}));
+    EXPECT_EQ(TextOfReply(lane, 8), "ab - - -");
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &old), 0);
+    (void)::close(pair[1]);
 }
 
 // An option of the end that a peer gives away makes the kernel add descriptors of its process to whatever is read.
