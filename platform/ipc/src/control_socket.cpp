@@ -41,9 +41,9 @@ void ControlSocket::Close()
 {
     Reactor::Get().Unwatch(ticket_, socket_.Get());
     receiving_.Stop();
-    sending_.Stop();
     std::lock_guard lock(mutex_);
     socket_.Close();
+    sending_.Stop(); // for good: who sends from here on finds the socket closed
     outbox_.Clear(); // the reactor may let go of us after the link, whose bytes these are
 }
 

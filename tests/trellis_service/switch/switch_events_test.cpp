@@ -1,4 +1,6 @@
 // How the system speaks to the switch, what reaches its runner, and what is left of it at its end.
+#include <future>
+
 #include "common_event_data.h"
 #include "share_log.h"
 #include "switch/broadcast_receiver.h"
@@ -77,6 +79,22 @@ TEST_F(SwitchMessages, ThatNobodyKnowsAreDropped)
     Settle();
     EXPECT_TRUE(Said("can not find event func."));
     EXPECT_TRUE(Said("eventData is nullptr"));
+}
+
+TEST_F(SwitchMessages, OfALoadDoNotOverruleAClientThatWithdrawsItsConsentMeanwhile)
+{
+    static std::future<bool> client; // of this process, as the listener is
+    Host::SetLogListener([] {
+        if (Host::ReadLog(Host::LastLogSeq() - 1).front().text.find("Get state from file") != std::string::npos) {
+            Host::SetLogListener(nullptr);
+            client = std::async(std::launch::async, [] { return Switch()->SetShareAccountPermission(0, false); });
+            (void)client.wait_for(std::chrono::milliseconds(50)); // it may have to wait for the load
+        }
+    });
+    Play("boot 1,2,1");
+    EXPECT_TRUE(client.get());
+    Settle();
+    EXPECT_EQ(Seen().substr(0, 13), "1,2,0 | = | =");
 }
 
 #ifdef PELAGO_CHECKS

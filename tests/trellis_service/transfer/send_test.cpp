@@ -221,13 +221,15 @@ TEST_F(Sending, AMemberThatStartsAfterTheDecisionIsCancelledAtOnce)
 {
     Find({"a", "b", "c"}, 42);
     AllowError("cancelDtcpSender is not found, cancel fail"); // those that had not started
-    for (const char* andThen : {"nothing", "the winner ends", "the loser begins too"}) {
-        Engine().whenStarted = [this, andThen = std::string(andThen)](ScriptedTransfer& transfer) {
+    for (const std::string andThen :
+        {"nothing", "the winner ends", "the loser begins too", "the winner ends, and the loser begins too"}) {
+        Engine().whenStarted = [this, andThen](ScriptedTransfer& transfer) {
             if (transfer.deviceId == "b") {
                 Engine().TransferTo("a")->callback->OnProgess(1);
-                if (andThen == "the winner ends") {
+                if (andThen.find("the winner ends") == 0) {
                     Engine().TransferTo("a")->callback->OnSuccess("", {});
-                } else if (andThen == "the loser begins too") {
+                }
+                if (andThen.find("the loser begins too") != std::string::npos) {
                     transfer.callback->OnProgess(1);
                 }
             }
@@ -238,6 +240,13 @@ TEST_F(Sending, AMemberThatStartsAfterTheDecisionIsCancelledAtOnce)
     }
     Engine().whenStarted = nullptr;
     EXPECT_EQ(SendAgain("42"), "SendBytes a, SendBytes b, SendBytes c"); // success has cleared what was decided
+    Find({"x", "y"}, 43);
+    Engine().whenStarted = [this](ScriptedTransfer& transfer) {
+        if (transfer.deviceId == "y") {
+            (void)Found(Peer("y", 42, "Ada")); // where others have decided before
+        }
+    };
+    EXPECT_EQ(SendText("43"), "SendBytes x, SendBytes y");
 }
 
 TEST_F(Sending, ThermalNoticesComeAtMostEveryThirtySecondsUnlessUrgent)

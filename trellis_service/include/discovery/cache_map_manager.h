@@ -130,11 +130,11 @@ public:
     [[nodiscard]] static bool HoldLostDevice(const ShareDeviceInfo& device);
     // True once in a send: the caller is the one to cancel the other members.
     static bool CancelOtherMergeDevice(const ShareDeviceInfo& device);
-    // How often that was true for the device's entry, 0 when it is in none.
-    [[nodiscard]] static int32_t CountDecisions(const ShareDeviceInfo& device);
-    // Whether a send of the entry has been decided since there were `decisions`, and not by `member`. A transfer that
-    // has ended meanwhile still counts.
-    [[nodiscard]] static bool HasLostSend(const ShareDeviceInfo& member, int32_t decisions);
+    // How often that was true, of all entries.
+    [[nodiscard]] static int64_t CountDecisions();
+    // Whether another member has decided a send of the entry since there were `decisions`. A transfer that has ended
+    // meanwhile still counts, and one of an entry that `member` has come to does not, if it was decided before.
+    [[nodiscard]] static bool HasLostSend(const ShareDeviceInfo& member, int64_t decisions);
     // For callers that must decide and act in one step. Outside the locks of all other maps here; recursive.
     static RecursiveMutex& MergeDeviceMutex();
 
@@ -190,6 +190,7 @@ private:
     // The merged entries. Recursive, because the operations on entries call one another.
     static RecursiveMutex mergeDeviceMutex_;
     static MergeEntries mergeDeviceMap_;
+    static int64_t decisions_; // of sends; under the same lock
 
     // Devices in view.
     static Mutex allDeviceMutex_;

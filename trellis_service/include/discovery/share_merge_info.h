@@ -125,20 +125,18 @@ public:
     {
         isCancelOther_ = isCancelOther;
     }
-    // How many sends have been decided, and by which member the last one: it transfers, or has refused for all. Both
-    // outlive the send.
-    int32_t GetDecisions() const
+    // The number of the last decision of a send that another member than `deviceId` made: it transfers, or has refused
+    // for all. 0 when there was none. Outlives the send.
+    int64_t GetDecisionOfOthers(const std::string& deviceId) const
     {
-        return decisions_;
+        return decidedBy_ == deviceId ? decisionOfOthers_ : decision_;
     }
-    const std::string& GetDecidedBy() const
+    // `number`: above those of all decisions before, of other entries too.
+    void NoteDecision(const std::string& deviceId, int64_t number)
     {
-        return decidedBy_;
-    }
-    void CountDecision(const std::string& deviceId)
-    {
+        decisionOfOthers_ = GetDecisionOfOthers(deviceId);
         decidedBy_ = deviceId;
-        ++decisions_;
+        decision_ = number;
     }
     bool GetIsOHDevice() const
     {
@@ -168,8 +166,9 @@ private:
     std::vector<std::string> deviceList_;
     std::string targetDeviceId_; // the member that transfers; empty until one has begun
     bool isCancelOther_ = false; // the other members of this send have been cancelled
-    int32_t decisions_ = 0;
-    std::string decidedBy_;
+    std::string decidedBy_;      // the member that made the last decision
+    int64_t decision_ = 0;
+    int64_t decisionOfOthers_ = 0; // the last that another one made
     bool isOHDevice_ = true;
 };
 

@@ -344,8 +344,9 @@ private:
     std::map<int32_t, std::shared_ptr<ShareOobeHelper>> oobeHelperMap_ SHARE_GUARDED_BY(oobeHelperMutex_);
 
     // Held while memory, settings and file are brought to agree about what other threads change too: the account
-    // permission and the swing state. Nothing that is called with it held waits for another thread of ours.
-    RecursiveMutex sharedItemsMutex_{"ShareSwitchManager::sharedItemsMutex_", LockRank::OOBE_HELPERS};
+    // permission and the swing state. Nothing that is called with it held waits for another thread of ours. Taken with
+    // no other lock held, and before those of the helpers.
+    RecursiveMutex sharedItemsMutex_{"ShareSwitchManager::sharedItemsMutex_", LockRank::DEVICES};
 
     // Covers the test and set alone.
     Mutex initMutex_{"ShareSwitchManager::initMutex_", LockRank::LEAF};

@@ -20,6 +20,7 @@ bool HasLeft(const ShareMergeInfo& entry, const ShareDeviceInfo& device)
 
 RecursiveMutex CacheMapManager::mergeDeviceMutex_("mergeDeviceMutex_", LockRank::MERGE_DEVICES);
 MergeEntries CacheMapManager::mergeDeviceMap_;
+int64_t CacheMapManager::decisions_ = 0;
 
 RecursiveMutex& CacheMapManager::MergeDeviceMutex()
 {
@@ -258,23 +259,21 @@ bool CacheMapManager::CancelOtherMergeDevice(const ShareDeviceInfo& device)
         return false;
     }
     entry->second.SetIsCancelOther(true);
-    entry->second.CountDecision(device.deviceId);
+    entry->second.NoteDecision(device.deviceId, ++decisions_);
     return true;
 }
 
-int32_t CacheMapManager::CountDecisions(const ShareDeviceInfo& device)
+int64_t CacheMapManager::CountDecisions()
 {
     RecursiveLock lock(mergeDeviceMutex_);
-    auto entry = mergeDeviceMap_.Find(device);
-    return entry == mergeDeviceMap_.End() ? 0 : entry->second.GetDecisions();
+    return decisions_;
 }
 
-bool CacheMapManager::HasLostSend(const ShareDeviceInfo& member, int32_t decisions)
+bool CacheMapManager::HasLostSend(const ShareDeviceInfo& member, int64_t decisions)
 {
     RecursiveLock lock(mergeDeviceMutex_);
     auto entry = mergeDeviceMap_.Find(member);
-    return entry != mergeDeviceMap_.End() && entry->second.GetDecisions() > decisions &&
-           entry->second.GetDecidedBy() != member.deviceId;
+    return entry != mergeDeviceMap_.End() && entry->second.GetDecisionOfOthers(member.deviceId) > decisions;
 }
 
 } // namespace OHOS::Pelago

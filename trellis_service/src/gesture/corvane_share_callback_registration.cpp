@@ -305,14 +305,14 @@ bool CorvaneShareCallbackManager::DelCallback(EventCallbacks& event, int32_t pid
 void CorvaneShareCallbackManager::ApiCallbackDeath(int32_t pid)
 {
     (void)DelShareApiCallback(pid);
+    {
+        MutexLock registration(registrationMutex_);
+        EndKeptWatch(pid); // before the events go: what is registered from here on has a watch of its own
+    }
     for (const int32_t eventId : {ShareEvent::KNOCK, ShareEvent::GESTURES}) {
         SHARE_LOGI(Log::SERVICE, "DelShareEventCallback %{public}d for pid %{public}d, eventId %{public}d",
             ALL_CALLBACKS, pid, eventId);
         (void)DelShareEventCallback(pid, ALL_CALLBACKS, eventId);
-    }
-    {
-        MutexLock registration(registrationMutex_);
-        EndKeptWatch(pid);
     }
     if (const sptr<TrellisService> service = Service(); service != nullptr) {
         service->DownloadingDie(pid);

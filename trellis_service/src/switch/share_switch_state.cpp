@@ -1,5 +1,7 @@
 // The transitions of the switch: what a request, a passive off, the load of a user's state and the air gesture do to
 // it.
+#include <mutex>
+
 #include "common_utils.h"
 #include "core/trellis_service.h"
 #include "gesture/swing_adapter.h"
@@ -372,6 +374,7 @@ void ShareSwitchManager::InitShareState()
         return;
     }
     InitSwingState();
+    std::unique_lock lock(sharedItemsMutex_); // a client's own word must not be undone by the one read here
     int saveState = STATE_SHARE_FIRST_USE;
     int saveType = UNDETECTABLE;
     int savePermission = ACCOUNT_PERMISSION_OFF;
@@ -386,6 +389,7 @@ void ShareSwitchManager::InitShareState()
     accountPermission_ = ACCOUNT_PERMISSION_OFF;
     InitLastShareSwitchState(saveState, saveType);
     (void)SetShareAccountPermission(savePermission, false); // a stray value in the file counts as off
+    lock.unlock();
     if (saveState != STATE_SHARE_ENABLE) {
         SHARE_LOGI(Log::SERVICE, "saveState is not STATE_SHARE_ENABLE");
         HandleOnWifiOrBluetoothStateChanged(true); // the recover pair gets its chance

@@ -108,6 +108,7 @@ void ShareSwitchManager::InitLocalVerifiedForegroundUser()
     int userId = USER_ID_INVALID;
     if (!CommonUtils::GetCurrentForegroundUserId(userId) || !CommonUtils::IsUserVerified(userId)) {
         SHARE_LOGE(Log::SERVICE, "GetCurrentForegroundUserId failed or user %{public}d is not verified", userId);
+        RecursiveLock lock(sharedItemsMutex_); // as below
         localUserId_ = USER_ID_INVALID;
         return;
     }

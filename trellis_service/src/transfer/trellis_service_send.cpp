@@ -231,7 +231,7 @@ template <typename Payload>
 bool TrellisService::SendToMembers(Payload& payload, const ShareDeviceInfo& device, const ContactReporter& report)
 {
     std::vector<ShareDeviceInfo> members = CacheMapManager::GetShareDeviceInfoList(device);
-    int32_t decisions = CacheMapManager::CountDecisions(device);
+    int64_t decisions = CacheMapManager::CountDecisions();
     for (size_t i = 0; i < members.size(); ++i) {
         const ShareDeviceInfo& member = members[i];
         report(member, members.size());
