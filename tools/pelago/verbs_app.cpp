@@ -1,4 +1,4 @@
-#include <algorithm>
+#include <cstdlib>
 #include <limits>
 #include <memory>
 
@@ -58,14 +58,18 @@ int64_t Milliseconds(double seconds)
     return static_cast<int64_t>(seconds * MS_PER_SECOND);
 }
 
+// The library's own range takes what is no number.
 CLI::Validator PartsOfSeconds()
 {
     return CLI::Validator(
         [](const std::string& word) {
-            double seconds = 0;
-            return CLI::detail::lexical_cast(word, seconds) && seconds >= 0 && seconds <= MAX_SECONDS
+            char* end = nullptr;
+            const double seconds = std::strtod(word.c_str(), &end);
+            const bool isNumber = end != word.c_str() && *end == '\0';
+            return isNumber && seconds >= 0 && seconds <= MAX_SECONDS
                        ? std::string()
-                       : "'" + word + "' is not a number of seconds from 0 to 1000000";
+                       : "'" + word + "' is not a number of seconds from 0 to " +
+                             std::to_string(static_cast<int64_t>(MAX_SECONDS));
         },
         "");
 }
